@@ -1,0 +1,415 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de_DE" sourcelanguage="en_GB">
+<context>
+    <name>QVTransfer</name>
+    <message id="CHOOSE_DEVICE_title">
+        <source>Choose a Device</source>
+        <translation>Gerät auswählen</translation>
+    </message>
+    <message id="CHOOSE_FILES_TO_UPLOAD_title">
+        <source>Choose Files to Upload</source>
+        <translation>Dateien zum Hochladen auswählen</translation>
+    </message>
+    <message id="CHOOSE_USER_title">
+        <source>Choose a User</source>
+        <translation>Benutzer auswählen</translation>
+    </message>
+    <message id="UPLOADING_FILES_TO_title">
+        <source>Upload Files to %@</source>
+        <extracomment>%@ is replaced by the name of the device. Heading shown when the device has not been used for uploads yet.</extracomment>
+        <translation>Dateien auf %@ hochladen</translation>
+    </message>
+    <message id="UPLOAD_ERRORS_title">
+        <source>Upload Errors (%@)</source>
+        <extracomment>Heading of the error window. %@ is replaced by the number of items that failed.</extracomment>
+        <translation>Fehler beim Hochladen (%@)</translation>
+    </message>
+    <message id="UPLOAD_ERROR_title">
+        <source>Upload Error</source>
+        <translation>Fehler beim Hochladen</translation>
+    </message>
+    <message id="CHOOSE_UPLOAD_LOCATION_title">
+        <source>Choose a Location on %@</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Speicherort auf %@ auswählen</translation>
+    </message>
+    <message id="CHOOSE_FILE_HYPERLINK_btn">
+        <source>choose files</source>
+        <extracomment>Link that follows the drop-area text ending in “or”.</extracomment>
+        <translation>Dateien auswählen</translation>
+    </message>
+    <message id="CHOOSE_FOLDERS_FILES_HYPERLINK_btn">
+        <source>choose folders and files</source>
+        <extracomment>Link that follows the drop-area text ending in “or”.</extracomment>
+        <translation>Ordner und Dateien auswählen</translation>
+    </message>
+    <message id="DEVICE_NOT_APPEARING_HYPERLINK_btn">
+        <source>Don’t see your device?</source>
+        <translation>Ihr Gerät wird nicht angezeigt?</translation>
+    </message>
+    <message id="CREATE_NEW_FOLDER_btn">
+        <source>Create new folder</source>
+        <translation>Neuen Ordner erstellen</translation>
+    </message>
+    <message id="REMOVE_FILES_btn">
+        <source>Remove files from this computer after uploading</source>
+        <extracomment>Check box on the file selection screen.</extracomment>
+        <translation>Dateien nach dem Hochladen von diesem Computer entfernen</translation>
+    </message>
+    <message id="KEEP_UPLOADING_btn">
+        <source>Keep Uploading</source>
+        <translation>Weiter hochladen</translation>
+    </message>
+    <message id="STOP_UPLOAD_btn">
+        <source>Stop Upload</source>
+        <translation>Upload stoppen</translation>
+    </message>
+    <message id="BACK_btn">
+        <source>Back</source>
+        <translation>Zurück</translation>
+    </message>
+    <message id="NEXT_btn">
+        <source>Next</source>
+        <translation>Weiter</translation>
+    </message>
+    <message id="CANCEL_btn">
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message id="CLOSE_btn">
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message id="STOP_btn">
+        <source>Stop</source>
+        <translation>Stoppen</translation>
+    </message>
+    <message id="OK_btn">
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message id="NO_btn">
+        <source>No</source>
+        <translation>Nein</translation>
+    </message>
+    <message id="YES_btn">
+        <source>Yes</source>
+        <translation>Ja</translation>
+    </message>
+    <message id="HIDE_btn">
+        <source>Hide</source>
+        <translation>Ausblenden</translation>
+    </message>
+    <message id="UPLOAD_btn">
+        <source>Upload</source>
+        <translation>Hochladen</translation>
+    </message>
+    <message id="CONTINUE_UPLOAD_btn">
+        <source>Continue</source>
+        <translation>Fortfahren</translation>
+    </message>
+    <message id="VIEW_NOW_btn">
+        <source>View now</source>
+        <extracomment>Link placed right after the count of files that were not uploaded.</extracomment>
+        <translation>Jetzt ansehen</translation>
+    </message>
+    <message id="HIDE_DETAILS_btn">
+        <source>Hide Details</source>
+        <translation>Details ausblenden</translation>
+    </message>
+    <message id="SHOW_DETAILS_btn">
+        <source>Show Details</source>
+        <translation>Details einblenden</translation>
+    </message>
+    <message id="DISMISS_ALL_btn">
+        <source>Dismiss All</source>
+        <translation>Alle verwerfen</translation>
+    </message>
+    <message id="RETRY_ALL_btn">
+        <source>Retry All</source>
+        <translation>Alle wiederholen</translation>
+    </message>
+    <message id="LOST_CONNECTION_CANCEL_btn">
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message id="LOST_CONNECTION_RETRY_btn">
+        <source>Try Again</source>
+        <translation>Erneut versuchen</translation>
+    </message>
+    <message id="UPLOADING_FILES_TO_txt">
+        <source>Upload files to %@</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Dateien auf %@ hochladen</translation>
+    </message>
+    <message id="NEW_FOLDER_txt">
+        <source>New Folder</source>
+        <extracomment>Default name of a newly created folder.</extracomment>
+        <translation>Neuer Ordner</translation>
+    </message>
+    <message id="SEARCHING_NETWORK_txt">
+        <source>Searching the network…</source>
+        <translation>Netzwerk wird durchsucht…</translation>
+    </message>
+    <message id="CHOOSE_DEVICE_TO_UPLOAD_txt">
+        <source>Choose the device you want to upload your files to.</source>
+        <translation>Wählen Sie das Gerät aus, auf das Sie Ihre Dateien hochladen möchten.</translation>
+    </message>
+    <message id="SEARCHING_txt">
+        <source>Searching…</source>
+        <translation>Suche läuft…</translation>
+    </message>
+    <message id="SEARCHING_FOR_DEVICES_txt">
+        <source>Searching for devices…</source>
+        <translation>Geräte werden gesucht…</translation>
+    </message>
+    <message id="UPLOADING_MULTIPLE_FILES_txt">
+        <source>Uploading file %@ of %@</source>
+        <extracomment>First %@: number of the file being uploaded; second %@: total number of files.</extracomment>
+        <translation>Datei %@ von %@ wird hochgeladen</translation>
+    </message>
+    <message id="UPLOADING_ONE_FILE_txt">
+        <source>Uploading one file</source>
+        <translation>Eine Datei wird hochgeladen</translation>
+    </message>
+    <message id="UPLOAD_PAUSED_txt">
+        <source>Upload paused</source>
+        <translation>Upload angehalten</translation>
+    </message>
+    <message id="ESTIMATED_TIME_REMAINING_txt">
+        <source>Estimated time remaining: </source>
+        <extracomment>Followed directly by “calculating…” or by the estimate; keep the trailing space.</extracomment>
+        <translation>Geschätzte Restzeit: </translation>
+    </message>
+    <message id="UPLOAD_COMPLETE_txt">
+        <source>Upload complete</source>
+        <translation>Upload abgeschlossen</translation>
+    </message>
+    <message id="ALL_FILES_SUCCESSFULLY_UPLOADED_txt">
+        <source>All files were uploaded successfully.</source>
+        <translation>Alle Dateien wurden erfolgreich hochgeladen.</translation>
+    </message>
+    <message id="SOME_FILES_SUCCESSFULLY_UPLOADED_TO_txt">
+        <source>%@ of %@ files uploaded</source>
+        <extracomment>First %@: number of files uploaded; second %@: total number of files.</extracomment>
+        <translation>%@ von %@ Dateien hochgeladen</translation>
+    </message>
+    <message id="NO_FILE_SUCCESSFULLY_UPLOADED_TO_txt">
+        <source>No files could be uploaded.</source>
+        <translation>Es konnten keine Dateien hochgeladen werden.</translation>
+    </message>
+    <message id="FILES_FAILED_TO_UPLOAD_txt">
+        <source>Files not uploaded: %@</source>
+        <extracomment>%@ is replaced by the number of items that failed.</extracomment>
+        <translation>Nicht hochgeladene Dateien: %@</translation>
+    </message>
+    <message id="FILE_FAILED_TO_UPLOAD_txt">
+        <source>One file could not be uploaded.</source>
+        <translation>Eine Datei konnte nicht hochgeladen werden.</translation>
+    </message>
+    <message id="CHOOSE_USER_TO_CONNECT_txt">
+        <source>Choose the user account to connect with.</source>
+        <translation>Wählen Sie das Benutzerkonto für die Verbindung aus.</translation>
+    </message>
+    <message id="DRAG_AND_DROP_OR_txt">
+        <source>Drag and drop files here, or</source>
+        <extracomment>Followed by the link “choose files”.</extracomment>
+        <translation>Dateien hierher ziehen oder</translation>
+    </message>
+    <message id="DRAG_FOLDERS_FILES_HERE_txt">
+        <source>Drag folders and files here</source>
+        <translation>Ordner und Dateien hierher ziehen</translation>
+    </message>
+    <message id="OR_txt">
+        <source>or</source>
+        <translation>oder</translation>
+    </message>
+    <message id="STOP_UPLOAD_PROMPT_txt">
+        <source>Do you want to stop the upload? Files that have already been uploaded stay on the device.</source>
+        <translation>Möchten Sie den Upload stoppen? Bereits hochgeladene Dateien bleiben auf dem Gerät erhalten.</translation>
+    </message>
+    <message id="CANCEL_TRANSFER_PROMPT_txt">
+        <source>Do you want to cancel the upload?</source>
+        <translation>Möchten Sie den Upload abbrechen?</translation>
+    </message>
+    <message id="INCORRECT_PASSWORD_txt">
+        <source>The password is incorrect. Please try again.</source>
+        <translation>Das Passwort ist falsch. Bitte versuchen Sie es erneut.</translation>
+    </message>
+    <message id="PASSWORD_txt">
+        <source>Password</source>
+        <translation>Passwort</translation>
+    </message>
+    <message id="VOLUME_txt">
+        <source>Volume</source>
+        <translation>Volume</translation>
+    </message>
+    <message id="CONFIRM_QUIT_DECISION_txt">
+        <source>An upload is in progress. Do you want to quit anyway?</source>
+        <translation>Ein Upload läuft noch. Möchten Sie trotzdem beenden?</translation>
+    </message>
+    <message id="DEVICE_DISCONNECT_txt">
+        <source>Connection to %@ lost</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Verbindung zu %@ unterbrochen</translation>
+    </message>
+    <message id="DEVICE_DISCONNECT_MSG_txt">
+        <source>The upload will continue when the connection is restored.</source>
+        <translation>Der Upload wird fortgesetzt, sobald die Verbindung wiederhergestellt ist.</translation>
+    </message>
+    <message id="CONNECTION_RESTORED_txt">
+        <source>Connection restored</source>
+        <translation>Verbindung wiederhergestellt</translation>
+    </message>
+    <message id="CONNECTION_RESTORED_MSG_txt">
+        <source>Upload resumed</source>
+        <translation>Upload wird fortgesetzt</translation>
+    </message>
+    <message id="DEVICE_DISCONNECT_WARNING_txt">
+        <source>The device was disconnected during the upload. The upload is paused and will continue automatically as soon as the device is available again.</source>
+        <extracomment>Shown above the text about stopping the upload, separated by a blank line.</extracomment>
+        <translation>Die Verbindung zum Gerät wurde während des Uploads getrennt. Der Upload ist angehalten und wird automatisch fortgesetzt, sobald das Gerät wieder verfügbar ist.</translation>
+    </message>
+    <message id="CANCEL_UPLOAD_WARNING_txt">
+        <source>If you stop the upload instead, the files uploaded so far stay on the device.</source>
+        <extracomment>Second paragraph of the disconnected and device-full messages.</extracomment>
+        <translation>Wenn Sie den Upload stattdessen stoppen, bleiben die bisher hochgeladenen Dateien auf dem Gerät erhalten.</translation>
+    </message>
+    <message id="CALCULATING_txt">
+        <source>calculating…</source>
+        <extracomment>Follows “Estimated time remaining: ”.</extracomment>
+        <translation>wird berechnet…</translation>
+    </message>
+    <message id="COPY_txt">
+        <source>copy</source>
+        <extracomment>Added to a file name that already exists at the destination, as in “report copy” and “report copy 2”.</extracomment>
+        <translation>Kopie</translation>
+    </message>
+    <message id="DEVICE_LOST_CONNECTION_MSG_txt">
+        <source>The connection to %@ was interrupted. Check that the device is switched on and connected.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Die Verbindung zu %@ wurde unterbrochen. Prüfen Sie, ob das Gerät eingeschaltet und verbunden ist.</translation>
+    </message>
+    <message id="RECONNECTING_txt">
+        <source>Reconnecting…</source>
+        <translation>Verbindung wird wiederhergestellt…</translation>
+    </message>
+    <message id="LOST_CONNECTION_MSG_txt">
+        <source>Could not connect to %@. Make sure the device is switched on and connected, then try again.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Es konnte keine Verbindung zu %@ hergestellt werden. Stellen Sie sicher, dass das Gerät eingeschaltet und verbunden ist, und versuchen Sie es erneut.</translation>
+    </message>
+    <message id="DEVICE_FULL_WARNING_txt">
+        <source>The device does not have enough free space for the remaining files. Free up some space on it and the upload will continue automatically.</source>
+        <extracomment>Shown above the text about stopping the upload, separated by a blank line.</extracomment>
+        <translation>Auf dem Gerät ist nicht genügend freier Speicherplatz für die restlichen Dateien. Geben Sie Speicherplatz frei, dann wird der Upload automatisch fortgesetzt.</translation>
+    </message>
+    <message id="DEVICE_FULL_MSG_txt">
+        <source>%@ is full</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>%@ ist voll</translation>
+    </message>
+    <message id="DAY_txt">
+        <source>%@ day</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ Tag</translation>
+    </message>
+    <message id="DAYS_txt">
+        <source>%@ days</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ Tage</translation>
+    </message>
+    <message id="HOUR_txt">
+        <source>%@ hour</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ Stunde</translation>
+    </message>
+    <message id="HOURS_txt">
+        <source>%@ hours</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ Stunden</translation>
+    </message>
+    <message id="MINUTE_txt">
+        <source>%@ minute</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ Minute</translation>
+    </message>
+    <message id="MINUTES_txt">
+        <source>%@ minutes</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ Minuten</translation>
+    </message>
+    <message id="SECOND_txt">
+        <source>%@ second</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ Sekunde</translation>
+    </message>
+    <message id="SECONDS_txt">
+        <source>%@ seconds</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ Sekunden</translation>
+    </message>
+    <message id="FILE_txt">
+        <source>%@ file</source>
+        <extracomment>Keep the form: the number, one space, a single word without spaces. Only the word is shown after counts.</extracomment>
+        <translation>%@ Datei</translation>
+    </message>
+    <message id="FILES_txt">
+        <source>%@ files</source>
+        <extracomment>Keep the form: the number, one space, a single word without spaces. Only the word is shown after counts.</extracomment>
+        <translation>%@ Dateien</translation>
+    </message>
+    <message id="FOLDER_txt">
+        <source>%@ folder</source>
+        <extracomment>Keep the form: the number, one space, a single word without spaces. Only the word is shown after counts.</extracomment>
+        <translation>%@ Ordner</translation>
+    </message>
+    <message id="FOLDERS_txt">
+        <source>%@ folders</source>
+        <extracomment>Keep the form: the number, one space, a single word without spaces. Only the word is shown after counts.</extracomment>
+        <translation>%@ Ordner</translation>
+    </message>
+    <message id="SYSTEM_FILE_WARNING1_txt_MAC">
+        <source>Some of the selected items are in system or library folders. They will be copied to the device, but the originals will be kept on this computer.</source>
+        <extracomment>First paragraph of the move confirmation when system items are selected.</extracomment>
+        <translation>Einige der ausgewählten Objekte befinden sich in System- oder Bibliotheksordnern. Sie werden auf das Gerät kopiert, die Originale bleiben aber auf diesem Computer erhalten.</translation>
+    </message>
+    <message id="SYSTEM_FILE_WARNING2_txt_MAC">
+        <source>All other items will be moved to the Trash after they have been uploaded. Do you want to continue?</source>
+        <extracomment>Second paragraph of the move confirmation when system items are selected.</extracomment>
+        <translation>Alle anderen Objekte werden nach dem Hochladen in den Papierkorb verschoben. Möchten Sie fortfahren?</translation>
+    </message>
+    <message id="SYSTEM_FILE_WARNING1_txt_WIN">
+        <source>Some of the selected items are in protected system or program folders. They will be copied to the device, but the originals will not be removed.</source>
+        <translation>Einige der ausgewählten Objekte befinden sich in geschützten System- oder Programmordnern. Sie werden auf das Gerät kopiert, die Originale werden jedoch nicht entfernt.</translation>
+    </message>
+    <message id="SYSTEM_FILE_WARNING2_txt_WIN">
+        <source>All other items will be removed from this computer after they have been uploaded. Do you want to continue?</source>
+        <translation>Alle anderen Objekte werden nach dem Hochladen von diesem Computer entfernt. Möchten Sie fortfahren?</translation>
+    </message>
+    <message id="ALL_FILES_SUCCESSFULLY_UPLOADED_TO_txt">
+        <source>Files uploaded to:</source>
+        <extracomment>Followed by a link with the device name that opens the uploaded files.</extracomment>
+        <translation>Dateien hochgeladen auf:</translation>
+    </message>
+    <message id="TIME_REMAINING_ABOUT_TEXT">
+        <source>about %@</source>
+        <extracomment>%@ is replaced by a duration such as “3 minutes”. Follows “Estimated time remaining: ”.</extracomment>
+        <translation>etwa %@</translation>
+    </message>
+    <message id="OUT_OF_SPACE_MSG_2_txt">
+        <source>Free up space on the device to continue.</source>
+        <translation>Geben Sie Speicherplatz auf dem Gerät frei, um fortzufahren.</translation>
+    </message>
+    <message id="MOVE_FILE_WARNING_txt">
+        <source>The selected items will be moved: after each one has been uploaded, the original is moved to the Trash on this computer. Do you want to continue?</source>
+        <translation>Die ausgewählten Objekte werden verschoben: Nach dem Hochladen wird jedes Original auf diesem Computer in den Papierkorb verschoben. Möchten Sie fortfahren?</translation>
+    </message>
+    <message id="DRAG_FOLDERS_FILES_HERE_OR_txt">
+        <source>Drag folders and files here, or</source>
+        <extracomment>Followed by the link “choose folders and files”.</extracomment>
+        <translation>Ordner und Dateien hierher ziehen oder</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,415 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="fr_FR" sourcelanguage="en_GB">
+<context>
+    <name>QVTransfer</name>
+    <message id="CHOOSE_DEVICE_title">
+        <source>Choose a Device</source>
+        <translation>Choisir un appareil</translation>
+    </message>
+    <message id="CHOOSE_FILES_TO_UPLOAD_title">
+        <source>Choose Files to Upload</source>
+        <translation>Choisir les fichiers à envoyer</translation>
+    </message>
+    <message id="CHOOSE_USER_title">
+        <source>Choose a User</source>
+        <translation>Choisir un utilisateur</translation>
+    </message>
+    <message id="UPLOADING_FILES_TO_title">
+        <source>Upload Files to %@</source>
+        <extracomment>%@ is replaced by the name of the device. Heading shown when the device has not been used for uploads yet.</extracomment>
+        <translation>Envoyer des fichiers vers %@</translation>
+    </message>
+    <message id="UPLOAD_ERRORS_title">
+        <source>Upload Errors (%@)</source>
+        <extracomment>Heading of the error window. %@ is replaced by the number of items that failed.</extracomment>
+        <translation>Erreurs d’envoi (%@)</translation>
+    </message>
+    <message id="UPLOAD_ERROR_title">
+        <source>Upload Error</source>
+        <translation>Erreur d’envoi</translation>
+    </message>
+    <message id="CHOOSE_UPLOAD_LOCATION_title">
+        <source>Choose a Location on %@</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Choisir un emplacement sur %@</translation>
+    </message>
+    <message id="CHOOSE_FILE_HYPERLINK_btn">
+        <source>choose files</source>
+        <extracomment>Link that follows the drop-area text ending in “or”.</extracomment>
+        <translation>choisissez des fichiers</translation>
+    </message>
+    <message id="CHOOSE_FOLDERS_FILES_HYPERLINK_btn">
+        <source>choose folders and files</source>
+        <extracomment>Link that follows the drop-area text ending in “or”.</extracomment>
+        <translation>choisissez des dossiers et des fichiers</translation>
+    </message>
+    <message id="DEVICE_NOT_APPEARING_HYPERLINK_btn">
+        <source>Don’t see your device?</source>
+        <translation>Votre appareil n’apparaît pas ?</translation>
+    </message>
+    <message id="CREATE_NEW_FOLDER_btn">
+        <source>Create new folder</source>
+        <translation>Créer un dossier</translation>
+    </message>
+    <message id="REMOVE_FILES_btn">
+        <source>Remove files from this computer after uploading</source>
+        <extracomment>Check box on the file selection screen.</extracomment>
+        <translation>Supprimer les fichiers de cet ordinateur après l’envoi</translation>
+    </message>
+    <message id="KEEP_UPLOADING_btn">
+        <source>Keep Uploading</source>
+        <translation>Poursuivre l’envoi</translation>
+    </message>
+    <message id="STOP_UPLOAD_btn">
+        <source>Stop Upload</source>
+        <translation>Arrêter l’envoi</translation>
+    </message>
+    <message id="BACK_btn">
+        <source>Back</source>
+        <translation>Retour</translation>
+    </message>
+    <message id="NEXT_btn">
+        <source>Next</source>
+        <translation>Suivant</translation>
+    </message>
+    <message id="CANCEL_btn">
+        <source>Cancel</source>
+        <translation>Annuler</translation>
+    </message>
+    <message id="CLOSE_btn">
+        <source>Close</source>
+        <translation>Fermer</translation>
+    </message>
+    <message id="STOP_btn">
+        <source>Stop</source>
+        <translation>Arrêter</translation>
+    </message>
+    <message id="OK_btn">
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message id="NO_btn">
+        <source>No</source>
+        <translation>Non</translation>
+    </message>
+    <message id="YES_btn">
+        <source>Yes</source>
+        <translation>Oui</translation>
+    </message>
+    <message id="HIDE_btn">
+        <source>Hide</source>
+        <translation>Masquer</translation>
+    </message>
+    <message id="UPLOAD_btn">
+        <source>Upload</source>
+        <translation>Envoyer</translation>
+    </message>
+    <message id="CONTINUE_UPLOAD_btn">
+        <source>Continue</source>
+        <translation>Continuer</translation>
+    </message>
+    <message id="VIEW_NOW_btn">
+        <source>View now</source>
+        <extracomment>Link placed right after the count of files that were not uploaded.</extracomment>
+        <translation>Afficher</translation>
+    </message>
+    <message id="HIDE_DETAILS_btn">
+        <source>Hide Details</source>
+        <translation>Masquer les détails</translation>
+    </message>
+    <message id="SHOW_DETAILS_btn">
+        <source>Show Details</source>
+        <translation>Afficher les détails</translation>
+    </message>
+    <message id="DISMISS_ALL_btn">
+        <source>Dismiss All</source>
+        <translation>Tout ignorer</translation>
+    </message>
+    <message id="RETRY_ALL_btn">
+        <source>Retry All</source>
+        <translation>Tout réessayer</translation>
+    </message>
+    <message id="LOST_CONNECTION_CANCEL_btn">
+        <source>Cancel</source>
+        <translation>Annuler</translation>
+    </message>
+    <message id="LOST_CONNECTION_RETRY_btn">
+        <source>Try Again</source>
+        <translation>Réessayer</translation>
+    </message>
+    <message id="UPLOADING_FILES_TO_txt">
+        <source>Upload files to %@</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Envoyer des fichiers vers %@</translation>
+    </message>
+    <message id="NEW_FOLDER_txt">
+        <source>New Folder</source>
+        <extracomment>Default name of a newly created folder.</extracomment>
+        <translation>Nouveau dossier</translation>
+    </message>
+    <message id="SEARCHING_NETWORK_txt">
+        <source>Searching the network…</source>
+        <translation>Recherche sur le réseau…</translation>
+    </message>
+    <message id="CHOOSE_DEVICE_TO_UPLOAD_txt">
+        <source>Choose the device you want to upload your files to.</source>
+        <translation>Choisissez l’appareil vers lequel envoyer vos fichiers.</translation>
+    </message>
+    <message id="SEARCHING_txt">
+        <source>Searching…</source>
+        <translation>Recherche en cours…</translation>
+    </message>
+    <message id="SEARCHING_FOR_DEVICES_txt">
+        <source>Searching for devices…</source>
+        <translation>Recherche d’appareils…</translation>
+    </message>
+    <message id="UPLOADING_MULTIPLE_FILES_txt">
+        <source>Uploading file %@ of %@</source>
+        <extracomment>First %@: number of the file being uploaded; second %@: total number of files.</extracomment>
+        <translation>Envoi du fichier %@ sur %@</translation>
+    </message>
+    <message id="UPLOADING_ONE_FILE_txt">
+        <source>Uploading one file</source>
+        <translation>Envoi d’un fichier</translation>
+    </message>
+    <message id="UPLOAD_PAUSED_txt">
+        <source>Upload paused</source>
+        <translation>Envoi en pause</translation>
+    </message>
+    <message id="ESTIMATED_TIME_REMAINING_txt">
+        <source>Estimated time remaining: </source>
+        <extracomment>Followed directly by “calculating…” or by the estimate; keep the trailing space.</extracomment>
+        <translation>Temps restant estimé : </translation>
+    </message>
+    <message id="UPLOAD_COMPLETE_txt">
+        <source>Upload complete</source>
+        <translation>Envoi terminé</translation>
+    </message>
+    <message id="ALL_FILES_SUCCESSFULLY_UPLOADED_txt">
+        <source>All files were uploaded successfully.</source>
+        <translation>Tous les fichiers ont été envoyés.</translation>
+    </message>
+    <message id="SOME_FILES_SUCCESSFULLY_UPLOADED_TO_txt">
+        <source>%@ of %@ files uploaded</source>
+        <extracomment>First %@: number of files uploaded; second %@: total number of files.</extracomment>
+        <translation>Fichiers envoyés : %@ sur %@</translation>
+    </message>
+    <message id="NO_FILE_SUCCESSFULLY_UPLOADED_TO_txt">
+        <source>No files could be uploaded.</source>
+        <translation>Aucun fichier n’a pu être envoyé.</translation>
+    </message>
+    <message id="FILES_FAILED_TO_UPLOAD_txt">
+        <source>Files not uploaded: %@</source>
+        <extracomment>%@ is replaced by the number of items that failed.</extracomment>
+        <translation>Fichiers non envoyés : %@</translation>
+    </message>
+    <message id="FILE_FAILED_TO_UPLOAD_txt">
+        <source>One file could not be uploaded.</source>
+        <translation>Un fichier n’a pas pu être envoyé.</translation>
+    </message>
+    <message id="CHOOSE_USER_TO_CONNECT_txt">
+        <source>Choose the user account to connect with.</source>
+        <translation>Choisissez le compte utilisateur à utiliser pour la connexion.</translation>
+    </message>
+    <message id="DRAG_AND_DROP_OR_txt">
+        <source>Drag and drop files here, or</source>
+        <extracomment>Followed by the link “choose files”.</extracomment>
+        <translation>Faites glisser des fichiers ici ou</translation>
+    </message>
+    <message id="DRAG_FOLDERS_FILES_HERE_txt">
+        <source>Drag folders and files here</source>
+        <translation>Faites glisser des dossiers et des fichiers ici</translation>
+    </message>
+    <message id="OR_txt">
+        <source>or</source>
+        <translation>ou</translation>
+    </message>
+    <message id="STOP_UPLOAD_PROMPT_txt">
+        <source>Do you want to stop the upload? Files that have already been uploaded stay on the device.</source>
+        <translation>Voulez-vous arrêter l’envoi ? Les fichiers déjà envoyés restent sur l’appareil.</translation>
+    </message>
+    <message id="CANCEL_TRANSFER_PROMPT_txt">
+        <source>Do you want to cancel the upload?</source>
+        <translation>Voulez-vous annuler l’envoi ?</translation>
+    </message>
+    <message id="INCORRECT_PASSWORD_txt">
+        <source>The password is incorrect. Please try again.</source>
+        <translation>Le mot de passe est incorrect. Veuillez réessayer.</translation>
+    </message>
+    <message id="PASSWORD_txt">
+        <source>Password</source>
+        <translation>Mot de passe</translation>
+    </message>
+    <message id="VOLUME_txt">
+        <source>Volume</source>
+        <translation>Volume</translation>
+    </message>
+    <message id="CONFIRM_QUIT_DECISION_txt">
+        <source>An upload is in progress. Do you want to quit anyway?</source>
+        <translation>Un envoi est en cours. Voulez-vous vraiment quitter ?</translation>
+    </message>
+    <message id="DEVICE_DISCONNECT_txt">
+        <source>Connection to %@ lost</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Connexion à %@ perdue</translation>
+    </message>
+    <message id="DEVICE_DISCONNECT_MSG_txt">
+        <source>The upload will continue when the connection is restored.</source>
+        <translation>L’envoi reprendra dès que la connexion sera rétablie.</translation>
+    </message>
+    <message id="CONNECTION_RESTORED_txt">
+        <source>Connection restored</source>
+        <translation>Connexion rétablie</translation>
+    </message>
+    <message id="CONNECTION_RESTORED_MSG_txt">
+        <source>Upload resumed</source>
+        <translation>Reprise de l’envoi</translation>
+    </message>
+    <message id="DEVICE_DISCONNECT_WARNING_txt">
+        <source>The device was disconnected during the upload. The upload is paused and will continue automatically as soon as the device is available again.</source>
+        <extracomment>Shown above the text about stopping the upload, separated by a blank line.</extracomment>
+        <translation>L’appareil a été déconnecté pendant l’envoi. L’envoi est en pause et reprendra automatiquement dès que l’appareil sera de nouveau disponible.</translation>
+    </message>
+    <message id="CANCEL_UPLOAD_WARNING_txt">
+        <source>If you stop the upload instead, the files uploaded so far stay on the device.</source>
+        <extracomment>Second paragraph of the disconnected and device-full messages.</extracomment>
+        <translation>Si vous arrêtez plutôt l’envoi, les fichiers déjà envoyés restent sur l’appareil.</translation>
+    </message>
+    <message id="CALCULATING_txt">
+        <source>calculating…</source>
+        <extracomment>Follows “Estimated time remaining: ”.</extracomment>
+        <translation>calcul en cours…</translation>
+    </message>
+    <message id="COPY_txt">
+        <source>copy</source>
+        <extracomment>Added to a file name that already exists at the destination, as in “report copy” and “report copy 2”.</extracomment>
+        <translation>copie</translation>
+    </message>
+    <message id="DEVICE_LOST_CONNECTION_MSG_txt">
+        <source>The connection to %@ was interrupted. Check that the device is switched on and connected.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>La connexion à %@ a été interrompue. Vérifiez que l’appareil est allumé et connecté.</translation>
+    </message>
+    <message id="RECONNECTING_txt">
+        <source>Reconnecting…</source>
+        <translation>Reconnexion en cours…</translation>
+    </message>
+    <message id="LOST_CONNECTION_MSG_txt">
+        <source>Could not connect to %@. Make sure the device is switched on and connected, then try again.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Impossible de se connecter à %@. Vérifiez que l’appareil est allumé et connecté, puis réessayez.</translation>
+    </message>
+    <message id="DEVICE_FULL_WARNING_txt">
+        <source>The device does not have enough free space for the remaining files. Free up some space on it and the upload will continue automatically.</source>
+        <extracomment>Shown above the text about stopping the upload, separated by a blank line.</extracomment>
+        <translation>L’appareil ne dispose pas d’assez d’espace libre pour les fichiers restants. Libérez de l’espace et l’envoi reprendra automatiquement.</translation>
+    </message>
+    <message id="DEVICE_FULL_MSG_txt">
+        <source>%@ is full</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Plus d’espace libre sur %@</translation>
+    </message>
+    <message id="DAY_txt">
+        <source>%@ day</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ jour</translation>
+    </message>
+    <message id="DAYS_txt">
+        <source>%@ days</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ jours</translation>
+    </message>
+    <message id="HOUR_txt">
+        <source>%@ hour</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ heure</translation>
+    </message>
+    <message id="HOURS_txt">
+        <source>%@ hours</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ heures</translation>
+    </message>
+    <message id="MINUTE_txt">
+        <source>%@ minute</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ minute</translation>
+    </message>
+    <message id="MINUTES_txt">
+        <source>%@ minutes</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ minutes</translation>
+    </message>
+    <message id="SECOND_txt">
+        <source>%@ second</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ seconde</translation>
+    </message>
+    <message id="SECONDS_txt">
+        <source>%@ seconds</source>
+        <extracomment>%@ is replaced by a number.</extracomment>
+        <translation>%@ secondes</translation>
+    </message>
+    <message id="FILE_txt">
+        <source>%@ file</source>
+        <extracomment>Keep the form: the number, one space, a single word without spaces. Only the word is shown after counts.</extracomment>
+        <translation>%@ fichier</translation>
+    </message>
+    <message id="FILES_txt">
+        <source>%@ files</source>
+        <extracomment>Keep the form: the number, one space, a single word without spaces. Only the word is shown after counts.</extracomment>
+        <translation>%@ fichiers</translation>
+    </message>
+    <message id="FOLDER_txt">
+        <source>%@ folder</source>
+        <extracomment>Keep the form: the number, one space, a single word without spaces. Only the word is shown after counts.</extracomment>
+        <translation>%@ dossier</translation>
+    </message>
+    <message id="FOLDERS_txt">
+        <source>%@ folders</source>
+        <extracomment>Keep the form: the number, one space, a single word without spaces. Only the word is shown after counts.</extracomment>
+        <translation>%@ dossiers</translation>
+    </message>
+    <message id="SYSTEM_FILE_WARNING1_txt_MAC">
+        <source>Some of the selected items are in system or library folders. They will be copied to the device, but the originals will be kept on this computer.</source>
+        <extracomment>First paragraph of the move confirmation when system items are selected.</extracomment>
+        <translation>Certains des éléments sélectionnés se trouvent dans des dossiers système ou de bibliothèque. Ils seront copiés sur l’appareil, mais les originaux resteront sur cet ordinateur.</translation>
+    </message>
+    <message id="SYSTEM_FILE_WARNING2_txt_MAC">
+        <source>All other items will be moved to the Trash after they have been uploaded. Do you want to continue?</source>
+        <extracomment>Second paragraph of the move confirmation when system items are selected.</extracomment>
+        <translation>Tous les autres éléments seront placés dans la corbeille après leur envoi. Voulez-vous continuer ?</translation>
+    </message>
+    <message id="SYSTEM_FILE_WARNING1_txt_WIN">
+        <source>Some of the selected items are in protected system or program folders. They will be copied to the device, but the originals will not be removed.</source>
+        <translation>Certains des éléments sélectionnés se trouvent dans des dossiers système ou de programmes protégés. Ils seront copiés sur l’appareil, mais les originaux ne seront pas supprimés.</translation>
+    </message>
+    <message id="SYSTEM_FILE_WARNING2_txt_WIN">
+        <source>All other items will be removed from this computer after they have been uploaded. Do you want to continue?</source>
+        <translation>Tous les autres éléments seront supprimés de cet ordinateur après leur envoi. Voulez-vous continuer ?</translation>
+    </message>
+    <message id="ALL_FILES_SUCCESSFULLY_UPLOADED_TO_txt">
+        <source>Files uploaded to:</source>
+        <extracomment>Followed by a link with the device name that opens the uploaded files.</extracomment>
+        <translation>Fichiers envoyés vers :</translation>
+    </message>
+    <message id="TIME_REMAINING_ABOUT_TEXT">
+        <source>about %@</source>
+        <extracomment>%@ is replaced by a duration such as “3 minutes”. Follows “Estimated time remaining: ”.</extracomment>
+        <translation>environ %@</translation>
+    </message>
+    <message id="OUT_OF_SPACE_MSG_2_txt">
+        <source>Free up space on the device to continue.</source>
+        <translation>Libérez de l’espace sur l’appareil pour continuer.</translation>
+    </message>
+    <message id="MOVE_FILE_WARNING_txt">
+        <source>The selected items will be moved: after each one has been uploaded, the original is moved to the Trash on this computer. Do you want to continue?</source>
+        <translation>Les éléments sélectionnés seront déplacés : une fois envoyé, chaque original est placé dans la corbeille de cet ordinateur. Voulez-vous continuer ?</translation>
+    </message>
+    <message id="DRAG_FOLDERS_FILES_HERE_OR_txt">
+        <source>Drag folders and files here, or</source>
+        <extracomment>Followed by the link “choose folders and files”.</extracomment>
+        <translation>Faites glisser des dossiers et des fichiers ici ou</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Installs every Debian package the build, the tests and the demo need. Run as root.
+set -euo pipefail
+export DEBIAN_FRONTEND=noninteractive
+packages=(
+  build-essential cmake ninja-build pkg-config clang-format
+  qt6-base-dev qt6-svg-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
+  libcurl4-openssl-dev libxml2-dev libplist-dev libsecret-1-dev libsmbclient-dev
+  libcpp-httplib-dev libblkid-dev libgtest-dev libgmock-dev
+  fonts-liberation2
+  samba smbclient gnome-keyring dbus dbus-x11 libsecret-tools
+  e2fsprogs util-linux mount xvfb xauth
+)
+apt-get update -q
+apt-get install -y -q --no-install-recommends "${packages[@]}"

@@ -1,0 +1,66 @@
+// One clock for every "now", sleep and poll, so tests can run the product's 3-second and
+// 30-second rhythms faster while the shipped build uses real time.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+#include "qvtransfer/Value.h"
+
+namespace qvt::platform {
+
+class Clock {
+public:
+    virtual ~Clock() = default;
+    // Wall-clock time as the product sees it (scaled clocks run faster).
+    virtual Date now() const = 0;
+    // Sleeps for the given number of product seconds.
+    virtual void sleepFor(double seconds) = 0;
+    // Seconds from `earlier` to `later` as the product measures them.
+    static double secondsBetween(Date earlier, Date later) {
+        return std::chrono::duration<double>(later - earlier).count();
+    }
+};
+
+// Real time divided by `scale`: with scale 100 a 3-second sleep lasts 30 ms and "now" advances
+// 100 product seconds per real second. Scale 1 is the shipped behaviour.
+class SystemClock : public Clock {
+public:
+    explicit SystemClock(double scale = 1.0);
+    Date now() const override;
+    void sleepFor(double seconds) override;
+    double scale() const { return scale_; }
+
+private:
+    double scale_;
+    std::chrono::steady_clock::time_point startSteady_;
+    Date startWall_;
+};
+
+// The product seconds given as a system-clock duration; NaN and values beyond a century are
+// clamped so a hostile or uninitialised number never overflows the conversion.
+Date::duration secondsToDuration(double seconds);
+
+// A clock that only moves when a test moves it. sleepFor advances the clock by the requested
+// time at once (so loops that sleep make progress without real waiting), after calling the
+// optional hook, which a test can use to observe or gate each sleep.
+class ManualClock : public Clock {
+public:
+    explicit ManualClock(Date start = Date{} + std::chrono::hours(24 * 365 * 50));
+    Date now() const override;
+    void sleepFor(double seconds) override;
+    void advance(double seconds);
+    void set(Date d);
+    void setSleepHook(std::function<void(double)> hook);
+
+private:
+    std::atomic<std::int64_t> nanos_;
+    mutable std::mutex hookMutex_;
+    std::function<void(double)> hook_;
+};
+
+}  // namespace qvt::platform

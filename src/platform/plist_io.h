@@ -1,0 +1,25 @@
+// Reading and writing property-list files with libplist.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "qvtransfer/Value.h"
+
+namespace qvt::platform {
+
+// Reads an XML or binary property list. Nothing when the file is missing or unreadable.
+std::optional<Value> readPropertyList(const std::string& path);
+std::optional<Value> parsePropertyList(const std::string& bytes);
+
+// Writes `value` as an XML property list, atomically and durably: a temporary file in the same
+// folder, flushed and fsync'ed, renamed over the old file, then the folder fsync'ed. A reader
+// sees either the old or the new file. Returns false (and leaves the old file) on failure.
+bool writePropertyList(const std::string& path, const Value& value);
+std::string toXmlPropertyList(const Value& value);
+
+// Test hook: when set, an atomic write stops right before its rename and fails, as a crash at
+// that moment would.
+void setFailBeforeRenameForTesting(bool fail);
+
+}  // namespace qvt::platform

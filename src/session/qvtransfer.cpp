@@ -1,0 +1,277 @@
+// Construction, the delegate, the screens and their back navigation, and closing the window.
+#include "qvtransfer/QVTransfer.h"
+
+#include <optional>
+
+#include "device/mount_destination.h"
+
+#include "platform/format.h"
+#include "platform/plist_io.h"
+#include "platform/version.h"
+#include "session/resources.h"
+#include "session/services.h"
+#include "session/view.h"
+
+using qvt::Record;
+using qvt::Screen;
+namespace fmt = qvt::platform;
+
+QVTransfer::QVTransfer(const qvt::Services& services)
+    : services_(std::make_unique<qvt::Services>(services)) {}
+
+std::shared_ptr<QVTransfer> QVTransfer::initWithDevice(const Record& device) {
+    return initWithDevice(device, qvt::Services::defaults());
+}
+
+std::shared_ptr<QVTransfer> QVTransfer::initWithDevice(const Record& device,
+                                                       const qvt::Services& services) {
+    std::shared_ptr<QVTransfer> self(new QVTransfer(services));
+    self->selectedDeviceDict.set(device);
+    self->setupLocaleTexts();
+
+    // A record whose isZeroState is missing or not a flag counts as "not zero state".
+    const bool zero = device.boolean("isZeroState", false);
+    self->isZeroState = zero;
+    self->filesAddedAtZeroState = !zero;
+
+    const bool loaded = qvt::QVTransferInstantiate::initQVTransferForClass(*self);
+    self->log().write(fmt::format("QVTransfer: QVTransfer nib loaded: %d", loaded ? 1 : 0));
+    if (!loaded) return nullptr;
+
+    const Record info = self->deviceInfo();
+    if (const qvt::Value* image = info.find("deviceImage"); image && image->asData())
+        self->deviceImage = *image->asData();
+    return self;
+}
+
+QVTransfer::~QVTransfer() {
+    if (services_ && services_->log) services_->log->write("QVTransfer: dealloc:");
+    // The window belongs to the GUI thread; when the last reference goes away on a background
+    // thread, hand the window over to be destroyed there.
+    if (view_ && services_ && services_->dispatch && !services_->dispatch->onMainThread()) {
+        auto* raw = view_.release();
+        services_->dispatch->mainAsync([raw] { delete raw; });
+    }
+}
+
+qvt::platform::Log& QVTransfer::log() const { return *services_->log; }
+qvt::platform::Clock& QVTransfer::clock() const { return *services_->clock; }
+qvt::platform::Dispatcher& QVTransfer::dispatcher() const { return *services_->dispatch; }
+
+std::string QVTransfer::deviceType() const {
+    return selectedDeviceDict.with([](const Record& r) { return r.string("deviceType"); });
+}
+
+Record QVTransfer::deviceInfo() const {
+    return selectedDeviceDict.with([](const Record& r) {
+        const Record* info = r.record("deviceInfo");
+        return info ? *info : Record{};
+    });
+}
+
+bool QVTransfer::loadInterface(const std::string& interfaceDefinition) {
+    if (!services_->viewFactory) return false;
+    view_ = services_->viewFactory(*this, interfaceDefinition);
+    if (!view_) return false;
+    awakeFromInterface();
+    return true;
+}
+
+void QVTransfer::awakeFromInterface() {
+    const auto& folders = services_->folders;
+    userHomeDirectory = folders.home;
+    qvt::platform::createFolderWithParents(folders.transferDataFolder());
+    transferDataFilePath = folders.transferDataFolder() + "/qvtransfer.plist";
+
+    if (isZeroState) localeDRAG_AND_DROP_txt = localizedString("DRAG_FOLDERS_FILES_HERE_OR_txt");
+
+    auto self = shared_from_this();
+    dispatcher().detach([self] { self->populateDefaultsFolderArray(); });
+
+    sourceFilesArray.set({});
+    destinationFoldersList.set({});
+    failedTransferArray.set({});
+    failedFilesListTreeControllerArray.set({});
+    excludeSourceFilesArray.set({});
+    inProcessSourceFilesArray.set({});
+    excludeSystemFilesList.set({});
+    transferredSourceFilesArray.set({});
+    createFolderParentChildArray.set({});
+    totalSourceFilesSize = 0;
+    totalTransferredFilesSize = 0;
+    totalNumberOfSourceFolders = 0;
+    totalNumberOfSourceFiles = 0;
+    for (auto* flag : {&removeFilesAfterUpload, &uploadCancelled, &uploadPaused,
+                       &resumedAfterRestart, &isStatusWindowHidden, &isFileTransferFailed,
+                       &nasUsersViewDisplayed, &reconnectingDevice, &deviceFull,
+                       &finishedfetchingUsers, &excludeFile})
+        *flag = false;
+    transferWindowShouldClose = true;
+    progressValue = 1;
+    progressMaxValue = 100;
+    progressMaxValue2 = 100;
+    // The bars never start empty.
+    transferProgressValue = 5;
+    transferProgressValue2 = 5;
+    progressStatus.set("");
+    subProgressStatus.set("");
+    progressStatusMsg1.set("");
+    progressStatusMsg2.set("");
+    inProcessDestFilePath.set("");
+    selectedDestinationShare.set("NONE");
+    statusTextColor.set(qvt::Colour{75, 90, 104, 1.0});
+    mountObject = std::make_unique<qvt::QVTransferMountDestination>();
+    failedListRowHeight = 37;
+    passwordPlaceholder = localePASSWORD_txt;
+    uploadedFilesLinkHidden = true;
+
+    minorOSVersion = qvt::platform::readPlatformVersion().minor;
+    view_->setText("dragAndDropLabel", localeDRAG_AND_DROP_txt);
+    view_->setHidden("uploadedFilesLink", true);
+}
+
+void QVTransfer::populateDefaultsFolderArray() {
+    std::vector<std::string> folders;
+    for (const std::string& entry : qvt::resourcePathList("DefaultsSourceFilesList"))
+        folders.push_back(userHomeDirectory + "/" + entry);
+    parseDefaultsSourceFilesList.set(std::move(folders));
+}
+
+void QVTransfer::setDelegate(const std::shared_ptr<QVTransferDelegate>& delegate) {
+    delegatedObject = delegate;
+    bool responds = false;
+    if (delegate) {
+        // The first answer is overwritten by the second on purpose: the flag ends up telling
+        // whether the back message is implemented. Nothing reads it but the log line.
+        responds = dynamic_cast<QVTransferStatusDelegate*>(delegate.get()) != nullptr;
+        responds = dynamic_cast<QVTransferBackDelegate*>(delegate.get()) != nullptr;
+    }
+    delegateRespondsToFileTransferStatusUpdate = responds;
+    log().write(fmt::format("QVTransfer: setDelegate: delegateRespondsToFileTransferStatusUpdate: %d",
+                            responds ? 1 : 0));
+}
+
+void QVTransfer::sendFileTransferStatusUpdate(const std::string& progressStatusText) {
+    auto delegate = delegatedObject.lock();
+    if (auto* d = dynamic_cast<QVTransferStatusDelegate*>(delegate.get())) {
+        d->fileTransferStatusUpdate(isFileTransferCompleted, isFileTransferFailed, uploadCancelled,
+                                    uploadPaused, !reconnectingDevice, progressStatusText,
+                                    subProgressStatus.get());
+    }
+}
+
+void QVTransfer::sendBackToVantorFromQVTransfer() {
+    auto delegate = delegatedObject.lock();
+    if (auto* d = dynamic_cast<QVTransferBackDelegate*>(delegate.get()))
+        d->backToVantorFromQVTransfer();
+}
+
+void QVTransfer::sendCancelledQVTransfer() {
+    auto delegate = delegatedObject.lock();
+    if (auto* d = dynamic_cast<QVTransferCancelDelegate*>(delegate.get())) d->cancelledQVTransfer();
+}
+
+void QVTransfer::startFileTransfer() {
+    log().write(fmt::format("QVTransfer: startFileTransfer: %@",
+                            qvt::describe(selectedDeviceDict.get())));
+    view_->bringToFront();
+
+    if (!isZeroState) {
+        auto self = shared_from_this();
+        dispatcher().detach([self] { self->populateDefaultSourceFilesList(); });
+        // No drop area in this mode: the list takes its room.
+        view_->moveControl("sourceFilesScrollView", 62, 38);
+    }
+
+    const std::string type = deviceType();
+    if (type == "NAS") {
+        finishedfetchingUsers = false;
+        selectNASUser();
+    } else if (type == "DAS") {
+        populateDestinationFoldersList();
+        showScreen(Screen::Sources);
+    } else {
+        return;
+    }
+
+    const std::string product = deviceInfo().string("productName");
+    view_->setText("uploadWindowHeading", fmt::format(localeUPLOADING_FILES_TO_txt, product));
+    view_->setText("zeroUploadWindowHeading", fmt::format(localeUPLOADING_FILES_TO_title, product));
+}
+
+void QVTransfer::resumeFileTransferAfterRestart() {
+    // Until the state file can be taken up again, the resume brings the window forward.
+    log().write("QVTransfer: resumeFileTransferAfterRestart");
+    view_->bringToFront();
+}
+
+void QVTransfer::clearMainTransferView() {
+    // Take the list once and remove its last element once per element: whatever is stacked
+    // goes, topmost first.
+    const std::size_t count = mainTransferView.size();
+    for (std::size_t i = 0; i < count && !mainTransferView.empty(); ++i) mainTransferView.pop_back();
+    view_->showScreen(nullptr);
+}
+
+const Screen* QVTransfer::currentTransferView() const {
+    return mainTransferView.empty() ? nullptr : &mainTransferView.back();
+}
+
+void QVTransfer::showScreen(Screen screen) {
+    clearMainTransferView();
+    mainTransferView.push_back(screen);
+    if (screen == Screen::Users) nasUsersViewDisplayed = true;
+    view_->showScreen(&mainTransferView.back());
+}
+
+void QVTransfer::processBackScreens() {
+    const Screen* shown = currentTransferView();
+    const std::optional<Screen> current = shown ? std::optional<Screen>(*shown) : std::nullopt;
+    clearMainTransferView();
+    if (!current) return;
+    switch (*current) {
+        case Screen::Destination:
+            showScreen(Screen::Sources);
+            break;
+        case Screen::Sources:
+            if (nasUsersViewDisplayed) {
+                showScreen(Screen::Users);
+            } else {
+                view_->closeWindow();
+                sendBackToVantorFromQVTransfer();
+            }
+            break;
+        case Screen::Users:
+            view_->closeWindow();
+            sendBackToVantorFromQVTransfer();
+            break;
+        case Screen::Status:
+            // Back is not offered on the status screen; the area stays empty.
+            break;
+    }
+}
+
+bool QVTransfer::windowShouldClose() {
+    view_->stopModal();
+    transferWindowShouldClose = true;
+    auto self = shared_from_this();
+    dispatcher().async(qvt::platform::QueuePriority::High, [self] {
+        // Once an upload has handled a file, its own end unmounts and tells the host.
+        if (!self->inProcessSourceFilesArray.get().empty()) return;
+        self->unmountSharesVolumes(self->mountObject->mountedPathsArray.get());
+        self->sendCancelledQVTransfer();
+    });
+    return transferWindowShouldClose;
+}
+
+void QVTransfer::windowWillClose() { view_->stopModal(); }
+
+void QVTransfer::quitTransferYES() {
+    view_->endModal(qvt::Dialog::QuitConfirmation, 1);
+    transferWindowShouldClose = true;
+}
+
+void QVTransfer::quitTransferNO() {
+    view_->endModal(qvt::Dialog::QuitConfirmation, 0);
+    transferWindowShouldClose = false;
+}

@@ -1,0 +1,42 @@
+// The platform services a controller uses. The shipped defaults are the real ones; tests swap
+// in fakes (a scaled or manual clock, a capture log, a scripted view) per controller.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/clock.h"
+#include "platform/dispatch.h"
+#include "platform/log.h"
+#include "platform/paths.h"
+#include "qvtransfer/QVTransfer.h"
+
+namespace qvt {
+
+class QVTransferView;
+
+using ViewFactory = std::function<std::unique_ptr<QVTransferView>(QVTransfer& owner,
+                                                                  const std::string& definition)>;
+
+struct Services {
+    std::shared_ptr<platform::Clock> clock;
+    std::shared_ptr<platform::Log> log;
+    std::shared_ptr<platform::Dispatcher> dispatch;
+    platform::UserFolders folders;
+    // The interface definition's resource path; a test may point it elsewhere to see a
+    // failed load.
+    std::string interfaceDefinitionPath = ":/qvtransfer/ui/QVTransfer.ui";
+    // Builds the front end from the interface definition; nothing means failure.
+    ViewFactory viewFactory;
+
+    // Real clock, syslog, the Qt main thread when a Qt application exists, the current user's
+    // folders and the Qt window.
+    static Services defaults();
+};
+
+// The Qt window factory; defined with the Qt front end.
+std::unique_ptr<QVTransferView> createQtTransferView(QVTransfer& owner,
+                                                     const std::string& definition);
+
+}  // namespace qvt

@@ -1,0 +1,43 @@
+// What the controller needs from a front end. The Qt window implements it, so does the console
+// front end, and tests use a scripted one; the controller never touches a widget itself.
+//
+// Controls are named by the controller's outlet names ("uploadWindowHeading", "passwordField",
+// "statusCloseButton", ...). A front end ignores names it does not show.
+#pragma once
+
+#include <string>
+
+#include "qvtransfer/QVTransfer.h"
+
+namespace qvt {
+
+class QVTransferView {
+public:
+    virtual ~QVTransferView() = default;
+
+    // Brings the window to the front and activates the application.
+    virtual void bringToFront() = 0;
+    // Closes the window (as a program would; this does not ask windowShouldClose).
+    virtual void closeWindow() = 0;
+    // Shows `screen` in the main area, or an empty area when `screen` is nullptr.
+    virtual void showScreen(const Screen* screen) = 0;
+
+    // Runs `dialog` modally on the main thread and returns the code it was ended with.
+    virtual int runModal(Dialog dialog) = 0;
+    // Ends the modal run of `dialog` with `code` and closes it.
+    virtual void endModal(Dialog dialog, int code) = 0;
+    // Ends whatever modal run is under way.
+    virtual void stopModal() = 0;
+
+    virtual void setText(const std::string& control, const std::string& text) = 0;
+    virtual void setEnabled(const std::string& control, bool enabled) = 0;
+    virtual void setHidden(const std::string& control, bool hidden) = 0;
+    virtual void setTag(const std::string& control, int tag) = 0;
+    virtual void setValue(const std::string& control, double value) = 0;
+    // Moves a control's top edge to `y` and changes its height by `heightDelta` points.
+    virtual void moveControl(const std::string& control, double y, double heightDelta) = 0;
+    // Reloads a list, table, tree or popup from the controller's state.
+    virtual void reload(const std::string& control) = 0;
+};
+
+}  // namespace qvt

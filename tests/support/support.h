@@ -1,0 +1,125 @@
+// Helpers shared by the test programs.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include "platform/clock.h"
+#include "platform/log.h"
+#include "qvtransfer/QVTransfer.h"
+#include "session/services.h"
+#include "session/view.h"
+
+namespace qvt::test {
+
+// A fresh folder under /tmp, removed with everything in it when the object goes.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    const std::string& path() const { return path_; }
+    std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+
+private:
+    std::string path_;
+};
+
+// Pumps the Qt event loop (and so the main-thread queue) until `done()` or the deadline in real
+// seconds. Returns whether `done()` became true.
+bool waitFor(const std::function<bool()>& done, double seconds = 10.0);
+
+// Where tests put their pictures and other artefacts ($QVT_TEST_OUTPUT, else /tmp).
+std::string outputFolder();
+// Writes `bytes` to `path`, creating parent folders.
+void writeFile(const std::string& path, const std::string& bytes);
+std::string readFile(const std::string& path);
+
+// A view that records what the controller asked of it. Modal runs return at once with the
+// code a test scripted for that dialog (0 unless set), after calling an optional hook.
+class ScriptedView : public QVTransferView {
+public:
+    struct State {
+        mutable std::mutex mutex;
+        std::vector<std::string> calls;  // "showScreen nasUsersView", "runModal quitDialog", ...
+        std::map<std::string, std::string> texts;
+        std::map<std::string, bool> enabled, hidden;
+        std::map<std::string, int> tags;
+        std::map<std::string, double> values;
+        std::map<Dialog, int> modalCodes;
+        std::map<Dialog, std::function<void()>> modalHooks;
+        int closeCount = 0;
+        int frontCount = 0;
+        const Screen* shown = nullptr;
+        std::string shownName;
+    };
+
+    explicit ScriptedView(std::shared_ptr<State> state) : s_(std::move(state)) {}
+
+    void bringToFront() override;
+    void closeWindow() override;
+    void showScreen(const Screen* screen) override;
+    int runModal(Dialog dialog) override;
+    void endModal(Dialog dialog, int code) override;
+    void stopModal() override;
+    void setText(const std::string& control, const std::string& text) override;
+    void setEnabled(const std::string& control, bool enabled) override;
+    void setHidden(const std::string& control, bool hidden) override;
+    void setTag(const std::string& control, int tag) override;
+    void setValue(const std::string& control, double value) override;
+    void moveControl(const std::string& control, double y, double heightDelta) override;
+    void reload(const std::string& control) override;
+
+    // Thread-safe snapshot of the calls so far (views are driven from the main thread, tests
+    // read from it too).
+    std::vector<std::string> calls() const;
+    bool called(const std::string& call) const;
+
+private:
+    std::shared_ptr<State> s_;
+};
+
+// Services for a headless controller: real dispatcher on the Qt main thread, a capture log,
+// a clock scaled by `timeScale`, user folders under `home`, and a scripted view.
+struct Harness {
+    explicit Harness(double timeScale = 1.0);
+    TempDir home;
+    std::shared_ptr<platform::CaptureLog> log;
+    std::shared_ptr<ScriptedView::State> view;
+    Services services;
+};
+
+// A device record for tests.
+Record nasDevice(const std::string& address = "127.0.0.1:1", const std::string& serial = "SN-TEST",
+                 const std::string& product = "Test Cloud");
+Record dasDevice(const std::vector<std::string>& volumePaths = {},
+                 const std::string& product = "Test Drive");
+
+// A delegate that counts and records what it receives; any subset of the three messages.
+class RecordingStatusDelegate : public QVTransferStatusDelegate {
+public:
+    void fileTransferStatusUpdate(bool completed, bool failed, bool cancelled, bool paused,
+                                  bool reachable, const std::string& status,
+                                  const std::string& subStatus) override;
+    std::atomic<int> statusCount{0};
+};
+
+class RecordingFullDelegate : public QVTransferFullDelegate {
+public:
+    void fileTransferStatusUpdate(bool completed, bool failed, bool cancelled, bool paused,
+                                  bool reachable, const std::string& status,
+                                  const std::string& subStatus) override;
+    void backToVantorFromQVTransfer() override { backCount++; }
+    void cancelledQVTransfer() override { cancelCount++; }
+    std::atomic<int> statusCount{0};
+    std::atomic<int> backCount{0};
+    std::atomic<int> cancelCount{0};
+};
+
+}  // namespace qvt::test
