@@ -1,0 +1,114 @@
+// The running totals of the source list: files, folders and bytes of every counted, ticked row,
+// and the summary line under the list.
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "platform/dispatch.h"
+#include "qvtransfer/QVTransfer.h"
+#include "session/view.h"
+#include "source/source_entry.h"
+#include "source/tree_count.h"
+
+using qvt::Record;
+using qvt::Value;
+namespace src = qvt::source;
+
+namespace {
+
+// Writes a finished count into the row of `path`: the first row of that path still waiting for
+// its count, else the first row of that path. A row deleted meanwhile gets nothing.
+void writeRowCounts(qvt::Guarded<qvt::List>& rows, const std::string& path,
+                    const std::string& filesLabel, const std::string& foldersLabel,
+                    std::uint64_t bytes) {
+    rows.with([&](qvt::List& list) {
+        Record* target = nullptr;
+        for (Value& value : list) {
+            Record* row = value.asRecord();
+            if (!row || row->string("fullFilePath") != path) continue;
+            if (!target) target = row;
+            if (row->string("numberOfFiles") == src::kCountingPlaceholder) {
+                target = row;
+                break;
+            }
+        }
+        if (!target) return;
+        target->set("numberOfFiles", filesLabel);
+        target->set("numberOfFolders", foldersLabel);
+        target->set("fileSize", Value(static_cast<unsigned long long>(bytes)));
+    });
+}
+
+bool anyRowTicked(const qvt::Guarded<qvt::List>& rows) {
+    return rows.with([](const qvt::List& list) {
+        for (const Value& value : list)
+            if (const Record* row = value.asRecord())
+                if (const Value* box = row->find("filesSelectCheckbox"); box && box->toInt64() != 0)
+                    return true;
+        return false;
+    });
+}
+
+}  // namespace
+
+void QVTransfer::calculateTotalNumberOfFilesFoldersAndSize(const Record& totalsRequest) {
+    const Record* given = totalsRequest.record("fileDict");
+    const Record entry = given ? *given : Record{};
+    const std::string mathType = totalsRequest.string("mathType");
+    const std::string path = entry.string("fullFilePath");
+    const src::CountWords words{src::countWord(localeFILE_txt), src::countWord(localeFILES_txt),
+                                src::countWord(localeFOLDER_txt),
+                                src::countWord(localeFOLDERS_txt)};
+
+    if (mathType == "subtract") {
+        // Each total is lowered only while it is non-zero; nothing else bounds it.
+        if (totalNumberOfSourceFiles.load() != 0)
+            totalNumberOfSourceFiles -= src::leadingInteger(entry.find("numberOfFiles"));
+        if (totalNumberOfSourceFolders.load() != 0)
+            totalNumberOfSourceFolders -= src::leadingInteger(entry.find("numberOfFolders"));
+        if (totalSourceFilesSize.load() != 0) {
+            const Value* size = entry.find("fileSize");
+            totalSourceFilesSize -= size ? size->toUInt64() : 0;
+        }
+    } else if (mathType == "add") {
+        const src::TreeCount count = src::countItem(path);
+        totalNumberOfSourceFiles += count.files;
+        totalNumberOfSourceFolders += count.folders;
+        totalSourceFilesSize += count.bytes;
+        writeRowCounts(sourceFilesArray, path, src::filesLabel(count.files, words),
+                       src::foldersLabel(count.folders, words), count.bytes);
+    }
+
+    const std::int64_t files = totalNumberOfSourceFiles.load();
+    const std::int64_t folders = totalNumberOfSourceFolders.load();
+    double bytes = static_cast<double>(totalSourceFilesSize.load());
+    std::string line;
+    bool write = true;
+    if (bytes >= 1.0) {
+        line = src::summaryLine(files, folders, bytes, words);
+        write = !line.empty();
+    } else {
+        if (anyRowTicked(sourceFilesArray) && mathType != "subtract") {
+            // A zero total takes the size of the item itself (a folder's own size included);
+            // an item whose attributes cannot be read leaves the line as it was.
+            std::uint64_t own = 0;
+            if (src::itemSize(path, own)) {
+                totalSourceFilesSize += own;
+                bytes = static_cast<double>(totalSourceFilesSize.load());
+            } else {
+                write = false;
+            }
+        }
+        if (write) line = src::zeroSummaryLine(files, folders, bytes, words);
+    }
+
+    auto self = shared_from_this();
+    if (write) {
+        numberOfFilesAndFolders.set(line);
+        // The field shows the latest line whichever count posted last.
+        dispatcher().mainAsync([self] {
+            self->view()->setText("numberOfFilesAndFolders", self->numberOfFilesAndFolders.get());
+        });
+    }
+    dispatcher().mainAsync([self, path] { self->removeTablevIewSubviewWithIDentifier(path); });
+}
