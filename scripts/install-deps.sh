@@ -12,4 +12,4 @@ packages=(
   e2fsprogs util-linux mount xvfb xauth
 )
 apt-get update -q
-apt-get install -y -q --no-install-recommends "${packages[@]}"
+apt-get install -y -q "${packages[@]}"
