@@ -43,8 +43,8 @@ public:
     const Record* record(std::string_view key) const;
     const List* list(std::string_view key) const;
 
-    std::size_t size() const { return entries_.size(); }
-    bool empty() const { return entries_.empty(); }
+    std::size_t size() const;
+    bool empty() const;
     const std::vector<Entry>& entries() const { return entries_; }
     std::vector<std::string> keys() const;
     List values() const;
@@ -66,12 +66,13 @@ public:
                                  bool, Date, Data, List, std::shared_ptr<Record>>;
 
     Value() = default;
-    Value(const char* s) : v_(std::string(s)) {}
+    Value(const char* s) : v_(std::string(s ? s : "")) {}
     Value(std::string s) : v_(std::move(s)) {}
     Value(std::string_view s) : v_(std::string(s)) {}
     Value(int i) : v_(static_cast<std::int64_t>(i)) {}
     Value(long i) : v_(static_cast<std::int64_t>(i)) {}
     Value(long long i) : v_(static_cast<std::int64_t>(i)) {}
+    Value(unsigned int u) : v_(static_cast<std::uint64_t>(u)) {}
     Value(unsigned long u) : v_(static_cast<std::uint64_t>(u)) {}
     Value(unsigned long long u) : v_(static_cast<std::uint64_t>(u)) {}
     Value(double d) : v_(d) {}
@@ -84,8 +85,10 @@ public:
     // Copies are deep: a copied record never aliases the original.
     Value(const Value& other);
     Value& operator=(const Value& other);
-    Value(Value&&) noexcept = default;
-    Value& operator=(Value&&) noexcept = default;
+    // Defined out of line: GCC 12 inlining the variant's move reports "may be used
+    // uninitialized" for the vector alternatives, a false alarm that -Werror turns fatal.
+    Value(Value&&) noexcept;
+    Value& operator=(Value&&) noexcept;
 
     bool isNull() const { return std::holds_alternative<std::monostate>(v_); }
     bool isString() const { return std::holds_alternative<std::string>(v_); }
@@ -132,5 +135,9 @@ private:
 };
 
 std::string describe(const Record& record);
+
+// Defined here, once Value is complete, so the header compiles with every standard library.
+inline std::size_t Record::size() const { return entries_.size(); }
+inline bool Record::empty() const { return entries_.empty(); }
 
 }  // namespace qvt

@@ -1,0 +1,56 @@
+// The four requests the wizard sends to a network device, each built, sent and converted the
+// same way, returning what its caller reads.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "device/rest_client.h"
+#include "qvtransfer/Value.h"
+
+namespace qvt::platform {
+class Log;
+}
+
+namespace qvt::device {
+
+// Sends `request` and converts the reply; nothing for an empty reply or one that gives no
+// XML document. The HTTP status is handed back through `status` when asked for.
+std::optional<Record> sendAndConvert(HttpClient& client, const DeviceRequest& request,
+                                     long* status = nullptr);
+
+struct UsersReply {
+    // The values of the root record, one per user element, in the reply's order; empty when
+    // there was no reply, no XML or no user.
+    List users;
+    long status = 0;
+    std::string logForm;  // the request as it may be logged
+};
+UsersReply requestUsers(HttpClient& client, const std::string& ipAddress);
+
+struct LoginReply {
+    std::optional<Record> record;  // the root record itself; nothing means no reply
+    std::string logForm;           // the request with the password masked
+};
+LoginReply requestLogin(HttpClient& client, const std::string& ipAddress,
+                        const std::string& userName, const std::string& password);
+
+// Whether a login record says the password was accepted ("status" exactly "success").
+bool loginSucceeded(const std::optional<Record>& record);
+
+// The device's shares: the values of the root record of the shares reply, nothing when there
+// was no reply or no XML. Writes "QVTransfer: getAllShares: <request>\n<list>" to `log`, the
+// password masked.
+std::optional<List> getAllShares(HttpClient& client, const std::string& ipAddress,
+                                 const std::string& userName, const std::string& password,
+                                 platform::Log& log);
+
+struct SystemInformationReply {
+    // The root record's "serial_number"; nothing when the reply, the document or the key is
+    // missing.
+    std::optional<std::string> serialNumber;
+    std::string logForm;
+};
+SystemInformationReply requestSystemInformation(HttpClient& client, const std::string& ipAddress);
+
+}  // namespace qvt::device
