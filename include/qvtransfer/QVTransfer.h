@@ -99,15 +99,103 @@ public:
 
     // ---- Device access ----
     void selectNASUser();
+    // Handles the users reply on the main thread: fills the popup, shows or skips the users
+    // screen.
+    void processUsersReply(long httpStatus, const qvt::List& users);
+    // The users popup's action, with the popup's selected index.
+    void selectUser(int selectedIndex);
+    void verifyUserLoginAndSelectSourceFiles();
+    // The lost-connection sheet's retry button: 1 users request, 2 login, 3 shares.
+    void retryDeviceConnection(int tag);
+    // Part of the disconnect recovery: called when the lost device has been found again.
+    void resumeTransferAfterDisconnect();
+    // The users behind the popup (UserRecords: "username", "is_password"), in popup order.
+    qvt::Guarded<qvt::List> usersArrayController;
+    std::atomic<int> usersPopupSelectedIndex{0};
+    // Whether the password field draws the default focus ring.
+    std::atomic<bool> passwordFieldFocusRing{true};
 
     // ---- Source list ----
+    // Lists the default folders under the home folder and counts them (a detached thread).
     void populateDefaultSourceFilesList();
+    // The chooser link's action: runs `sourceFilesOpenPanel` and adds what was chosen.
+    void chooseSourceFiles();
+    // Adds chosen absolute paths not yet listed (a detached thread).
+    void processOpenPanelSelectedSourceFiles(const std::vector<std::string>& paths);
+    // The drop area's delegate message: adds the dropped absolute paths not yet listed (main).
+    void concludeDragOperation(const std::vector<std::string>& filenames);
+    // The check-box column's action, after the table has toggled the row's check box (main).
+    void processDeselectedFiles(int row);
+    // The delete column's action: takes the row off the totals and the list (main).
+    void processDeleteFiles(int row);
+    // The delete itself, with a record {"fileIndex": row} (a detached thread).
+    void deleteSizeOfFiles(const qvt::Record& fileIndex);
+    // Enables the source screen's Next button while any row is ticked (any thread).
+    void checkIfFilesExistsInSourceList();
+    void rearrangeSourceFilesList();
+    // A row's count has ended: its spinner goes (main).
+    void removeTablevIewSubviewWithIDentifier(const std::string& identifier);
+    // The tool tip of a cell of the source table: the row's path in "fullPathColumn", else "".
+    std::string sourceFilesToolTip(const std::string& columnIdentifier, int row) const;
+    // Fills excludeSystemFilesList and excludeSourceFilesArray: the listed paths that contain a
+    // system-location fragment, once per matching fragment.
+    void buildExcludeSourceFilesArray();
+    // Counts one TotalsRequest {"fileDict": SourceEntry, "mathType": "add" | "subtract"} into
+    // the running totals and the summary line (never on the main thread).
+    void calculateTotalNumberOfFilesFoldersAndSize(const qvt::Record& totalsRequest);
+    // The file chooser the window installs: fills the chosen paths and answers 1 (OK) or 0.
+    std::function<int(std::vector<std::string>&)> sourceFilesOpenPanel;
 
     // ---- Destination ----
+    // Prepares the mount folder and starts filling the destination tree for the device type.
     void populateDestinationFoldersList();
+    // The shares of a network device, each mounted, as the tree's roots (a detached thread).
+    void populateNASDestinationFoldersList();
+    // The mountable volumes of a directly attached device as the tree's roots (a detached
+    // thread).
+    void populateDASDestinationFoldersList();
+    // One node of the destination tree: its child indices from the roots down, the folder it
+    // stands for (checked on every access, so a rebuilt tree is never written into the wrong
+    // node) and the load of its level that a writer belongs to.
+    struct FolderNodeRef {
+        std::vector<std::size_t> indexPath;
+        std::string folderFullPath;
+        std::uint64_t generation = 0;
+    };
+    // The outline view's expansion notification: `userInfo` holds the expanded item under
+    // "NSObject" as its index path (a list of integers). Reloads that node's level on the
+    // high-priority queue (main).
+    void outlineViewItemDidExpand(const qvt::Record& userInfo);
+    // Appends the FolderNode of one sub-folder to the children of `folderDictOutlineView`, then
+    // re-arranges the tree on the main thread (expansion worker).
+    void buildDestinationFilesTree(const std::string& folderName,
+                                   const std::string& folderFullPath,
+                                   const FolderNodeRef& folderDictOutlineView);
+    // The source screen's Next button (main).
+    void selectDestinationForFileTransfer();
+    // The protected-files dialog's buttons by tag: 1 stays on the sources, 2 goes on (main).
+    void cancelOrContinueUpload(int senderTag);
+    // Shows the destination screen and resets the transfer state for a new upload (main).
+    void showDestinaionSharesToTransfer();
+    // Shows the destination tree's current state (main).
+    void rearrangeDestFilesList();
+    // Set from any thread; the Upload button and the new-folder link follow on the main thread.
+    void setUploadFilesButtonEnable(bool enable);
+    void setCreateNewFolderLinkEnabled(bool enabled);
+    std::atomic<bool> createNewFolderLinkEnabled{false};
+    // The latest load of each expanded folder's level, by path: children found by an older load
+    // are dropped, so two quick expansions of one node never leave duplicates.
+    qvt::Guarded<std::vector<std::pair<std::string, std::uint64_t>>> destinationLevelLoads;
+    std::atomic<std::uint64_t> destinationLevelLoadCounter{0};
 
     // ---- Mount service ----
+    // Returns once some mounted volume's path contains `path`; it waits as long as it takes, so
+    // call it only right after a mount request. Runs on a background thread.
+    bool isVolumeMounted(const std::string& path);
+    // Forced unmount of each path, then removal of its mount point folder; errors are ignored.
     void unmountSharesVolumes(const std::vector<std::string>& paths);
+    // Unmounts the recorded mount points that the chosen destination does not lie in.
+    void unMountSharesNotInUse();
 
     // ---- Properties ----
     // Host link

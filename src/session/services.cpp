@@ -17,6 +17,7 @@ Services Services::defaults() {
     else
         main = std::make_shared<platform::QueueMainThread>();
     s.dispatch = std::make_shared<platform::Dispatcher>(main);
+    s.http = defaultHttpClient();
     s.folders = platform::UserFolders::current();
     s.viewFactory = &createQtTransferView;
     return s;

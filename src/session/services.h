@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "device/rest_client.h"
 #include "platform/clock.h"
 #include "platform/dispatch.h"
 #include "platform/log.h"
@@ -23,6 +24,7 @@ struct Services {
     std::shared_ptr<platform::Clock> clock;
     std::shared_ptr<platform::Log> log;
     std::shared_ptr<platform::Dispatcher> dispatch;
+    std::shared_ptr<HttpClient> http;
     platform::UserFolders folders;
     // The interface definition's resource path; a test may point it elsewhere to see a
     // failed load.

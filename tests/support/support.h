@@ -58,6 +58,13 @@ public:
         int frontCount = 0;
         const Screen* shown = nullptr;
         std::string shownName;
+
+        bool called(const std::string& call) const {
+            std::lock_guard lock(mutex);
+            for (const auto& c : calls)
+                if (c == call) return true;
+            return false;
+        }
     };
 
     explicit ScriptedView(std::shared_ptr<State> state) : s_(std::move(state)) {}

@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# The sample host's command line: bad input gives one clear line and exit status 2; a good
+# record opens the wizard (rendered offscreen) and the screenshot shows it.
+set -u
+host="$1"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export QT_QPA_PLATFORM=offscreen HOME="$work/home"
+mkdir -p "$HOME"
+failures=0
+passed=0
+
+expect_status() {  # expected-status description command...
+    local want=$1 what=$2
+    shift 2
+    "$@" >"$work/out" 2>"$work/err"
+    local got=$?
+    if [ "$got" -ne "$want" ]; then
+        echo "FAIL: $what: exit $got, wanted $want"; cat "$work/err"; failures=$((failures + 1))
+    elif [ "$want" -eq 2 ] && [ "$(wc -l <"$work/err")" -ne 1 ]; then
+        echo "FAIL: $what: expected exactly one error line, got:"; cat "$work/err"
+        failures=$((failures + 1))
+    else
+        passed=$((passed + 1))
+    fi
+}
+
+printf 'not a property list' >"$work/garbage.plist"
+printf '<?xml version="1.0"?><plist version="1.0"><array><string>x</string></array></plist>' \
+    >"$work/array.plist"
+
+expect_status 2 "no arguments" "$host"
+expect_status 2 "unknown flag" "$host" --bogus
+expect_status 2 "missing record file" "$host" --record "$work/none.plist"
+expect_status 2 "malformed record file" "$host" --record "$work/garbage.plist"
+expect_status 2 "record that is not a dictionary" "$host" --record "$work/array.plist"
+expect_status 2 "nas without serial" "$host" --nas 127.0.0.1 --name Box
+expect_status 2 "nas without name" "$host" --nas 127.0.0.1 --serial SN1
+expect_status 2 "das without folders" "$host" --das
+expect_status 2 "record flag without value" "$host" --record
+
+mkdir -p "$work/Volume"
+expect_status 0 "das screenshot" "$host" --das "$work/Volume" --name "Demo Drive" \
+    --screenshot "$work/shot.png"
+if [ ! -s "$work/shot.png" ]; then
+    echo "FAIL: no screenshot written"; failures=$((failures + 1))
+else
+    passed=$((passed + 1))
+fi
+
+echo "$passed passed, $failures failed"
+[ "$failures" -eq 0 ]
