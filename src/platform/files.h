@@ -68,7 +68,7 @@ struct NetMountResult {
 constexpr std::int64_t kMountFlagNoBrowse = 0x100000;
 
 class FileLayer {
-public:
+  public:
     virtual ~FileLayer() = default;
 
     // ---- Items ----
@@ -125,6 +125,9 @@ public:
     std::string defaultMountRoot() const;
     // Whether `path` is the mount point of a kernel mount or an in-process share.
     bool isMountPoint(const std::string& path);
+    // The smb:// URL of a path under an in-process share ("" for any other path), so that a
+    // file manager can be pointed at a folder this process alone has mounted.
+    std::string networkURLForPath(const std::string& path);
 };
 
 // The process-wide file layer.

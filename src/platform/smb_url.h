@@ -17,11 +17,11 @@ std::string escapeUrlComponent(const std::string& text);
 // A share URL taken apart: "scheme://[;AUTH=mechanism@]authority/share".
 struct ShareUrl {
     bool valid = false;
-    std::string scheme;     // "afp" or "smb", lower case
+    std::string scheme;         // "afp" or "smb", lower case
     std::string authMechanism;  // the unescaped AUTH part ("No User Authent"), or ""
-    std::string authority;  // host as written, with a port if one was given
-    std::string host;       // the host alone (no port, no brackets)
-    std::string share;      // the unescaped share name
+    std::string authority;      // host as written, with a port if one was given
+    std::string host;           // the host alone (no port, no brackets)
+    std::string share;          // the unescaped share name
 };
 // Parses a share URL; `valid` is false when the URL is not of that shape or the share name is
 // empty, ".", ".." or holds "/" after unescaping.

@@ -5,6 +5,7 @@
 
 #include "device/mount_destination.h"
 
+#include "platform/files.h"
 #include "platform/format.h"
 #include "platform/plist_io.h"
 #include "platform/version.h"
@@ -120,7 +121,9 @@ void QVTransfer::awakeFromInterface() {
     inProcessDestFilePath.set("");
     selectedDestinationShare.set("NONE");
     statusTextColor.set(qvt::Colour{75, 90, 104, 1.0});
-    mountObject = std::make_unique<qvt::QVTransferMountDestination>();
+    mountObject = std::make_unique<qvt::QVTransferMountDestination>(services_->log);
+    // Shares mounted without a mount path of their own still land under this user's folder.
+    qvt::platform::files().setDefaultMountRoot(folders.mountFolder());
     failedListRowHeight = 37;
     passwordPlaceholder = localePASSWORD_txt;
     uploadedFilesLinkHidden = true;

@@ -1,0 +1,217 @@
+#include "platform/files.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <pwd.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+#include "platform/files_internal.h"
+
+namespace qvt::platform {
+
+using detail::statPath;
+using detail::statShare;
+
+int platformErrorCode(int e) {
+    switch (e) {
+        case ENOSPC:
+        case EDQUOT:
+            return kOutOfSpaceWriteError;
+        case EIO:
+        case ENOTCONN:
+        case ETIMEDOUT:
+        case ECONNRESET:
+        case EHOSTDOWN:
+        case EHOSTUNREACH:
+        case ESTALE:
+            return kUnknownWriteError;
+        default:
+            return e;
+    }
+}
+
+std::string errorDescription(int e) {
+    if (e == kOutOfSpaceWriteError) e = ENOSPC;
+    if (e == kUnknownWriteError) e = EIO;
+    char buf[256];
+    const char* text = strerror_r(e, buf, sizeof buf);
+    return text ? text : "";
+}
+
+namespace {
+
+std::atomic<FileLayer*> gOverride{nullptr};
+std::mutex gSettingsMutex;
+std::optional<MountService> gMountServiceOverride;
+std::string gDefaultMountRoot;
+
+std::string userMountFolder() {
+    const char* home = std::getenv("HOME");
+    std::string h = home && *home ? home : "";
+    if (h.empty()) {
+        if (const passwd* pw = getpwuid(getuid())) h = pw->pw_dir;
+    }
+    return h + "/.QVTransfer";
+}
+
+}  // namespace
+
+FileLayer& files() {
+    static FileLayer real;
+    FileLayer* o = gOverride.load();
+    return o ? *o : real;
+}
+
+void setFilesForTesting(FileLayer* layer) {
+    gOverride = layer;
+}
+
+void setMountServiceForTesting(std::optional<MountService> service) {
+    std::lock_guard lock(gSettingsMutex);
+    gMountServiceOverride = service;
+}
+
+MountService FileLayer::mountService() {
+    std::lock_guard lock(gSettingsMutex);
+    // The URL mount service is always there on Linux: it is this layer's own.
+    return gMountServiceOverride.value_or(MountService::Newer);
+}
+
+void FileLayer::setDefaultMountRoot(const std::string& path) {
+    std::lock_guard lock(gSettingsMutex);
+    gDefaultMountRoot = path;
+}
+
+std::string FileLayer::defaultMountRoot() const {
+    std::lock_guard lock(gSettingsMutex);
+    return gDefaultMountRoot.empty() ? userMountFolder() : gDefaultMountRoot;
+}
+
+bool FileLayer::isMountPoint(const std::string& path) {
+    const std::string p = normalizePath(path);
+    if (p.empty()) return false;
+    if (shareMounts().isMountPoint(p)) return true;
+    for (const auto& m : kernelMounts())
+        if (normalizePath(m.mountPoint) == p) return true;
+    return false;
+}
+
+std::string FileLayer::networkURLForPath(const std::string& path) {
+    if (auto sp = shareMounts().resolve(path)) return sp->url();
+    return "";
+}
+
+bool FileLayer::exists(const std::string& path, bool* isFolder) {
+    struct stat st {};
+    if (path.empty() || statPath(path, &st) != 0) {
+        if (isFolder) *isFolder = false;
+        return false;
+    }
+    if (isFolder) *isFolder = S_ISDIR(st.st_mode);
+    return true;
+}
+
+std::vector<std::string> FileLayer::listFolder(const std::string& path, int* error) {
+    if (error) *error = 0;
+    if (auto sp = shareMounts().resolve(path)) return detail::listShare(*sp, error);
+    std::vector<std::string> names;
+    DIR* dir = opendir(path.c_str());
+    if (!dir) {
+        if (error) *error = errno;
+        return names;
+    }
+    while (dirent* e = readdir(dir)) {
+        const std::string name = e->d_name;
+        if (name != "." && name != "..") names.push_back(name);
+    }
+    closedir(dir);
+    return names;
+}
+
+int FileLayer::createFolder(const std::string& path, bool withParents) {
+    if (path.empty()) return ENOENT;
+    if (!withParents) return detail::makeFolder(path);
+    const std::string p = normalizePath(path);
+    // Walk down from the root, making each missing folder.
+    std::size_t pos = p[0] == '/' ? 1 : 0;
+    while (true) {
+        const auto next = p.find('/', pos);
+        const std::string prefix = next == std::string::npos ? p : p.substr(0, next);
+        const int rc = detail::makeFolder(prefix);
+        if (rc != 0 && rc != EEXIST) return rc;
+        if (rc == EEXIST && !isFolder(prefix)) return ENOTDIR;
+        if (next == std::string::npos) return 0;
+        pos = next + 1;
+    }
+}
+
+int FileLayer::copyItem(const std::string& from, const std::string& to) {
+    struct stat st {};
+    if (const int rc = statPath(from, &st)) return rc;
+    if (exists(to) || isAlias(to)) return EEXIST;
+    if (!S_ISDIR(st.st_mode)) return detail::copyFileData(from, to);
+    if (const int rc = detail::makeFolder(to)) return rc;
+    int error = 0;
+    for (const auto& name : listFolder(from, &error))
+        if (const int rc = copyItem(from + "/" + name, to + "/" + name)) return rc;
+    return error;
+}
+
+int FileLayer::moveItem(const std::string& from, const std::string& to) {
+    const auto fromShare = shareMounts().resolve(from);
+    const auto toShare = shareMounts().resolve(to);
+    if (!fromShare && !isAlias(from) && !exists(from)) return ENOENT;
+    if (fromShare && toShare && fromShare->mount.mountPoint == toShare->mount.mountPoint) {
+        if (exists(to)) return EEXIST;
+        const smb::Call call(fromShare->mount.credentials);
+        if (!call.ctx()) return EIO;
+        const std::string a = fromShare->url();
+        const std::string b = toShare->url();
+        if (smbc_getFunctionRename(call.ctx())(call.ctx(), a.c_str(), call.ctx(), b.c_str()) == 0)
+            return 0;
+        return errno;
+    }
+    if (!fromShare && !toShare) {
+        if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+            return 0;
+        if (errno != EXDEV) return errno;
+    }
+    // Across volumes: copy, then remove the source.
+    if (const int rc = copyItem(from, to)) return rc;
+    return removeItem(from);
+}
+
+int FileLayer::removeItem(const std::string& path) {
+    if (path.empty()) return ENOENT;
+    if (isMountPoint(path)) return EBUSY;
+    if (auto sp = shareMounts().resolve(path)) return detail::removeShare(*sp);
+    return detail::removeLocal(path);
+}
+
+std::optional<std::uint64_t> FileLayer::size(const std::string& path) {
+    struct stat st {};
+    if (path.empty() || statPath(path, &st) != 0) return std::nullopt;
+    return static_cast<std::uint64_t>(st.st_size);
+}
+
+std::optional<std::uint64_t> FileLayer::totalSize(const std::string& path) {
+    struct stat st {};
+    if (path.empty() || statPath(path, &st) != 0 || S_ISDIR(st.st_mode)) return std::nullopt;
+    // Linux files have a single fork: their total size is their length.
+    return static_cast<std::uint64_t>(st.st_size);
+}
+
+bool FileLayer::isAlias(const std::string& path) {
+    if (path.empty() || shareMounts().resolve(path)) return false;
+    struct stat st {};
+    return lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);
+}
+
+}  // namespace qvt::platform

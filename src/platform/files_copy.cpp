@@ -1,0 +1,220 @@
+// Copying one file's bytes. Local to local uses the kernel's in-place copy; anything that
+// touches a share streams through large SMB reads and writes. In both cases the destination
+// grows while the copy runs, so a reader of its size sees the progress.
+#include <fcntl.h>
+#include <sys/sendfile.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <vector>
+
+#include "platform/files_internal.h"
+
+namespace qvt::platform::detail {
+
+namespace {
+
+// copy_file_range and sendfile chunks: large enough to run at the kernel's speed, small enough
+// that the destination's size moves often.
+constexpr std::size_t kKernelChunk = 32u << 20;
+// Buffer for read/write copies and SMB transfers. Each SMB write has one request in flight,
+// so the request size is what sets the speed.
+constexpr std::size_t kStreamChunk = 8u << 20;
+
+int errnoOr(int fallback) {
+    return errno != 0 ? errno : fallback;
+}
+
+struct Fd {
+    int fd = -1;
+    ~Fd() {
+        if (fd >= 0) close(fd);
+    }
+};
+
+int writeAll(int fd, const char* data, std::size_t n) {
+    while (n > 0) {
+        const ssize_t w = write(fd, data, n);
+        if (w < 0) {
+            if (errno == EINTR) continue;
+            return errno;
+        }
+        data += w;
+        n -= static_cast<std::size_t>(w);
+    }
+    return 0;
+}
+
+bool isUnsupported(int e) {
+    return e == EXDEV || e == ENOSYS || e == EINVAL || e == EOPNOTSUPP || e == EBADF;
+}
+
+int copyLocal(const std::string& from, const std::string& to) {
+    Fd in;
+    in.fd = open(from.c_str(), O_RDONLY | O_CLOEXEC);
+    if (in.fd < 0) return errno;
+    struct stat st {};
+    if (fstat(in.fd, &st) != 0) return errno;
+    if (S_ISDIR(st.st_mode)) return EISDIR;
+    Fd out;
+    out.fd = open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, st.st_mode & 07777);
+    if (out.fd < 0) return errno;
+
+    enum class Way { CopyRange, SendFile, ReadWrite };
+    Way way = Way::CopyRange;
+    std::uint64_t copied = 0;
+    std::vector<char> buffer;
+    while (true) {
+        ssize_t n = 0;
+        if (way == Way::CopyRange) {
+            n = copy_file_range(in.fd, nullptr, out.fd, nullptr, kKernelChunk, 0);
+            if (n < 0 && errno == EINTR) continue;
+            if (n < 0 && copied == 0 && isUnsupported(errno)) {
+                way = Way::SendFile;
+                continue;
+            }
+        } else if (way == Way::SendFile) {
+            n = sendfile(out.fd, in.fd, nullptr, kKernelChunk);
+            if (n < 0 && errno == EINTR) continue;
+            if (n < 0 && copied == 0 && isUnsupported(errno)) {
+                way = Way::ReadWrite;
+                continue;
+            }
+        } else {
+            if (buffer.empty()) buffer.resize(kStreamChunk);
+            n = read(in.fd, buffer.data(), buffer.size());
+            if (n < 0 && errno == EINTR) continue;
+            if (n > 0) {
+                if (const int rc = writeAll(out.fd, buffer.data(), static_cast<std::size_t>(n)))
+                    return rc;
+            }
+        }
+        if (n < 0) return errno;
+        if (n == 0) break;
+        copied += static_cast<std::uint64_t>(n);
+    }
+    fchmod(out.fd, st.st_mode & 07777);
+    const timespec times[2] = {st.st_atim, st.st_mtim};
+    futimens(out.fd, times);
+    const int fd = out.fd;
+    out.fd = -1;
+    return close(fd) == 0 ? 0 : errno;
+}
+
+// One end of a streamed copy: a local file or a file on a share. Each SMB request takes the
+// library lock on its own, so other threads' requests get their turn between two writes.
+class End {
+  public:
+    explicit End(const std::string& path) : share_(shareMounts().resolve(path)), path_(path) {}
+    ~End() { closeNow(); }
+
+    int open(bool forWriting, mode_t mode) {
+        errno = 0;
+        if (!share_) {
+            const int flags =
+                forWriting ? (O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC) : (O_RDONLY | O_CLOEXEC);
+            fd_ = ::open(path_.c_str(), flags, mode);
+            return fd_ >= 0 ? 0 : errno;
+        }
+        const smb::Call call(share_->mount.credentials);
+        if (!call.ctx()) return EIO;
+        const std::string u = share_->url();
+        const int flags = forWriting ? (O_WRONLY | O_CREAT | O_EXCL) : O_RDONLY;
+        file_ = smbc_getFunctionOpen(call.ctx())(call.ctx(), u.c_str(), flags, mode);
+        return file_ ? 0 : errnoOr(EIO);
+    }
+
+    ssize_t read(char* buf, std::size_t n) {
+        errno = 0;
+        if (!share_) return ::read(fd_, buf, n);
+        const smb::Call call(share_->mount.credentials);
+        if (!call.ctx()) {
+            errno = EIO;
+            return -1;
+        }
+        return smbc_getFunctionRead(call.ctx())(call.ctx(), file_, buf, n);
+    }
+
+    int writeAll(const char* data, std::size_t n) {
+        if (!share_) return detail::writeAll(fd_, data, n);
+        while (n > 0) {
+            ssize_t w;
+            {
+                const smb::Call call(share_->mount.credentials);
+                if (!call.ctx()) return EIO;
+                errno = 0;
+                w = smbc_getFunctionWrite(call.ctx())(call.ctx(), file_, data, n);
+                if (w < 0) return errnoOr(EIO);
+            }
+            if (w == 0) return EIO;
+            data += w;
+            n -= static_cast<std::size_t>(w);
+        }
+        return 0;
+    }
+
+    int closeNow() {
+        int rc = 0;
+        errno = 0;
+        if (fd_ >= 0 && ::close(fd_) != 0) rc = errno;
+        fd_ = -1;
+        if (file_) {
+            const smb::Call call(share_->mount.credentials);
+            if (!call.ctx() || smbc_getFunctionClose(call.ctx())(call.ctx(), file_) != 0)
+                rc = errnoOr(EIO);
+        }
+        file_ = nullptr;
+        return rc;
+    }
+
+  private:
+    std::optional<SharePath> share_;
+    std::string path_;
+    int fd_ = -1;
+    SMBCFILE* file_ = nullptr;
+};
+
+int copyStreamed(const std::string& from, const std::string& to, mode_t mode) {
+    End in(from);
+    if (const int rc = in.open(false, 0)) return rc;
+    End out(to);
+    if (const int rc = out.open(true, mode)) return rc;
+    std::vector<char> buffer(kStreamChunk);
+    while (true) {
+        // Fill the whole buffer so every write to a share is one large request.
+        std::size_t filled = 0;
+        bool eof = false;
+        while (filled < buffer.size()) {
+            const ssize_t n = in.read(buffer.data() + filled, buffer.size() - filled);
+            if (n < 0) {
+                if (errno == EINTR) continue;
+                return errnoOr(EIO);
+            }
+            if (n == 0) {
+                eof = true;
+                break;
+            }
+            filled += static_cast<std::size_t>(n);
+        }
+        if (filled > 0) {
+            if (const int rc = out.writeAll(buffer.data(), filled)) return rc;
+        }
+        if (eof) break;
+    }
+    if (const int rc = in.closeNow()) return rc;
+    return out.closeNow();
+}
+
+}  // namespace
+
+int copyFileData(const std::string& from, const std::string& to) {
+    const bool local = !shareMounts().resolve(from) && !shareMounts().resolve(to);
+    if (local) return copyLocal(from, to);
+    struct stat st {};
+    if (const int rc = statPath(from, &st)) return rc;
+    if (S_ISDIR(st.st_mode)) return EISDIR;
+    return copyStreamed(from, to, (st.st_mode & 0777) ? (st.st_mode & 0777) : 0644);
+}
+
+}  // namespace qvt::platform::detail

@@ -1,0 +1,35 @@
+// Pieces shared by the file layer's sources: local and SMB primitives.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/mounts_table.h"
+
+namespace qvt::platform::detail {
+
+// stat(2) of a local path (following links) or of a path inside a share; an errno on failure.
+int statPath(const std::string& path, struct stat* st);
+int statShare(const SharePath& sp, struct stat* st);
+
+// Creates one folder (no parents); EEXIST when something is there.
+int makeFolder(const std::string& path);
+
+// Removes an item and everything below it, leaving mount points alone.
+int removeLocal(const std::string& path);
+int removeShare(const SharePath& sp);
+
+// Copies one file's bytes; the destination must not exist.
+int copyFileData(const std::string& from, const std::string& to);
+
+std::vector<std::string> listShare(const SharePath& sp, int* error);
+
+// The filesystem UUID of a block device ("" when it has none or cannot be read).
+std::string blockDeviceUuid(const std::string& device);
+// The filesystem type of a block device ("" when unknown).
+std::string blockDeviceType(const std::string& device);
+
+}  // namespace qvt::platform::detail

@@ -1,0 +1,91 @@
+// Volume facts of a path and the list of mounted volumes.
+#include <sys/statvfs.h>
+#include <sys/sysmacros.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+#include "platform/files.h"
+#include "platform/files_internal.h"
+
+namespace qvt::platform {
+
+namespace {
+
+bool isUnder(const std::string& path, const std::string& root) {
+    if (root == "/") return !path.empty() && path[0] == '/';
+    return path == root || (path.size() > root.size() && path.compare(0, root.size(), root) == 0 &&
+                            path[root.size()] == '/');
+}
+
+std::string realPath(const std::string& path) {
+    char buf[PATH_MAX];
+    return realpath(path.c_str(), buf) ? std::string(buf) : normalizePath(path);
+}
+
+}  // namespace
+
+VolumeFacts FileLayer::volumeFacts(const std::string& path) {
+    VolumeFacts facts;
+    if (path.empty()) return facts;
+    if (auto sp = shareMounts().resolve(path)) {
+        // One request answers both: the share still answers, and how much room it has.
+        const smb::Call call(sp->mount.credentials);
+        if (!call.ctx()) return facts;
+        std::string u = sp->url();
+        struct statvfs sv {};
+        if (smbc_getFunctionStatVFS(call.ctx())(call.ctx(), u.data(), &sv) != 0) return facts;
+        facts.remountURL = sp->mount.remountURL();
+        // libsmbclient reports bytes per sector in f_bsize and sectors per allocation unit in
+        // f_frsize.
+        const std::uint64_t unit = static_cast<std::uint64_t>(sv.f_bsize) *
+                                   static_cast<std::uint64_t>(sv.f_frsize ? sv.f_frsize : 1);
+        facts.availableCapacity = static_cast<std::uint64_t>(sv.f_bavail) * unit;
+        return facts;
+    }
+    struct stat st {};
+    if (stat(path.c_str(), &st) != 0) return facts;
+    struct statvfs sv {};
+    if (statvfs(path.c_str(), &sv) == 0)
+        facts.availableCapacity = static_cast<std::uint64_t>(sv.f_bavail) * sv.f_frsize;
+    // The kernel mount of the path's device whose mount point holds the path.
+    const std::string real = realPath(path);
+    const KernelMount* best = nullptr;
+    const auto mounts = kernelMounts();
+    for (const auto& m : mounts) {
+        if (m.major != major(st.st_dev) || m.minor != minor(st.st_dev)) continue;
+        if (!isUnder(real, m.mountPoint)) continue;
+        if (!best || m.mountPoint.size() >= best->mountPoint.size()) best = &m;
+    }
+    if (!best) return facts;
+    facts.remountURL = localRemountURL(*best);
+    if (best->source.rfind("/dev/", 0) == 0) facts.uuid = detail::blockDeviceUuid(best->source);
+    return facts;
+}
+
+std::vector<MountedVolume> FileLayer::mountedVolumes() {
+    std::vector<MountedVolume> out;
+    for (const auto& m : kernelMounts()) {
+        MountedVolume v;
+        v.path = m.mountPoint;
+        v.remountURL = localRemountURL(m);
+        v.source = m.source;
+        v.fsType = m.fsType;
+        v.hidden = isHiddenLocalMount(m.mountPoint);
+        out.push_back(std::move(v));
+    }
+    for (const auto& m : shareMounts().list()) {
+        MountedVolume v;
+        v.path = m.mountPoint;
+        v.remountURL = m.remountURL();
+        v.source = "//" + m.host + "/" + m.share;
+        v.fsType = "smbfs";
+        v.inProcess = true;
+        v.hidden = m.hidden;
+        out.push_back(std::move(v));
+    }
+    return out;
+}
+
+}  // namespace qvt::platform

@@ -1,0 +1,163 @@
+#include "platform/smb_client.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "platform/smb_url.h"
+
+namespace qvt::platform::smb {
+
+namespace {
+
+std::atomic<int> gTimeoutMs{20000};
+
+// A fair, per-thread re-entrant lock: tickets are served in the order they were drawn.
+class FairLock {
+  public:
+    void lock() {
+        std::unique_lock l(mutex_);
+        const auto self = std::this_thread::get_id();
+        if (depth_ > 0 && owner_ == self) {
+            ++depth_;
+            return;
+        }
+        const std::uint64_t ticket = next_++;
+        cv_.wait(l, [&] { return serving_ == ticket; });
+        owner_ = self;
+        depth_ = 1;
+    }
+    void unlock() {
+        std::lock_guard l(mutex_);
+        if (--depth_ > 0) return;
+        owner_ = std::thread::id();
+        ++serving_;
+        cv_.notify_all();
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable cv_;
+    std::uint64_t next_ = 0;
+    std::uint64_t serving_ = 0;
+    std::thread::id owner_;
+    int depth_ = 0;
+};
+
+FairLock gLibraryLock;
+thread_local const Credentials* tCredentials = nullptr;
+
+void authenticate(SMBCCTX*, const char*, const char*, char* workgroup, int workgroupLen, char* user,
+                  int userLen, char* password, int passwordLen) {
+    (void)workgroup;
+    (void)workgroupLen;
+    const Credentials* c = tCredentials;
+    const bool guest = c == nullptr || c->guest;
+    // An empty account is an anonymous session, which the server maps to its guest account.
+    std::snprintf(user, static_cast<std::size_t>(userLen), "%s", guest ? "" : c->user.c_str());
+    std::snprintf(password, static_cast<std::size_t>(passwordLen), "%s",
+                  guest ? "" : c->password.c_str());
+}
+
+struct ThreadContext {
+    SMBCCTX* ctx = nullptr;
+    int port = 0;
+    int timeoutMs = 0;
+    ~ThreadContext() { release(); }
+    void release() {
+        if (!ctx) return;
+        gLibraryLock.lock();
+        smbc_free_context(ctx, 1);
+        gLibraryLock.unlock();
+        ctx = nullptr;
+    }
+};
+
+thread_local ThreadContext tContext;
+
+SMBCCTX* newContext(int port, int timeout) {
+    SMBCCTX* ctx = smbc_new_context();
+    if (!ctx) return nullptr;
+    smbc_setDebug(ctx, 0);
+    smbc_setPort(ctx, static_cast<uint16_t>(port));
+    smbc_setTimeout(ctx, timeout);
+    smbc_setOptionUseKerberos(ctx, 0);
+    smbc_setOptionFallbackAfterKerberos(ctx, 1);
+    smbc_setFunctionAuthDataWithContext(ctx, authenticate);
+    if (!smbc_init_context(ctx)) {
+        smbc_free_context(ctx, 1);
+        return nullptr;
+    }
+    return ctx;
+}
+
+SMBCCTX* threadContext() {
+    const int port = smbPort();
+    const int timeout = gTimeoutMs.load();
+    if (tContext.ctx && tContext.port == port && tContext.timeoutMs == timeout) return tContext.ctx;
+    tContext.release();
+    // Contexts are made one at a time (the caller holds the library lock): their set-up reads
+    // the client configuration and touches library-wide state.
+    SMBCCTX* ctx = newContext(port, timeout);
+    if (!ctx) return nullptr;
+    tContext.ctx = ctx;
+    tContext.port = port;
+    tContext.timeoutMs = timeout;
+    return ctx;
+}
+
+}  // namespace
+
+int smbPort() {
+    const char* env = std::getenv("QVTRANSFER_SMB_PORT");
+    if (env && *env) {
+        char* end = nullptr;
+        const long v = std::strtol(env, &end, 10);
+        if (end && *end == '\0' && v > 0 && v < 65536) return static_cast<int>(v);
+    }
+    return 445;
+}
+
+void setTimeoutMs(int ms) {
+    gTimeoutMs = ms > 0 ? ms : 20000;
+}
+
+Call::Call(const Credentials& credentials, bool fresh) {
+    gLibraryLock.lock();
+    previous_ = tCredentials;
+    tCredentials = &credentials;
+    if (fresh) {
+        ctx_ = newContext(smbPort(), gTimeoutMs.load());
+        owned_ = ctx_ != nullptr;
+    } else {
+        ctx_ = threadContext();
+    }
+}
+
+Call::~Call() {
+    if (owned_) smbc_free_context(ctx_, 1);
+    tCredentials = previous_;
+    gLibraryLock.unlock();
+}
+
+std::string url(const std::string& host, const std::string& share, const std::string& relative) {
+    std::string u = "smb://";
+    const bool ipv6 = host.find(':') != std::string::npos;
+    u += ipv6 ? "[" + host + "]" : host;
+    u += "/" + escapeUrlComponent(share);
+    std::size_t start = 0;
+    while (start < relative.size()) {
+        auto end = relative.find('/', start);
+        if (end == std::string::npos) end = relative.size();
+        if (end > start) u += "/" + escapeUrlComponent(relative.substr(start, end - start));
+        start = end + 1;
+    }
+    return u;
+}
+
+}  // namespace qvt::platform::smb

@@ -1,0 +1,52 @@
+// libsmbclient behind the file layer: one client context per thread (a context is not
+// thread-safe), created one at a time, with the credentials of the share being used.
+//
+// The library also keeps process-wide state that is not safe across threads (its talloc stack
+// frames, configuration and debug state; the call that would make them per-thread is not
+// exported by the Debian build), so every library call runs under one process-wide lock. The
+// lock is fair (first come, first served) and held for a single request only, never across a
+// whole copy, so a watcher's status request waits at most for one large write.
+#pragma once
+
+#include <libsmbclient.h>
+
+#include <string>
+
+namespace qvt::platform::smb {
+
+struct Credentials {
+    bool guest = true;  // connect without an account
+    std::string user;
+    std::string password;
+};
+
+// The SMB port: QVTRANSFER_SMB_PORT when set to a port number, else 445.
+int smbPort();
+// How long one SMB request may take, in milliseconds (default 20 s).
+void setTimeoutMs(int ms);
+
+// One SMB call's context: the calling thread's client context, answering authentication
+// requests with `credentials` while this object lives.
+class Call {
+  public:
+    // `fresh`: a context of its own for this call, with no cached connections, so the
+    // credentials are really checked by the server (a mount must not pass on the strength
+    // of an earlier connection with other credentials).
+    explicit Call(const Credentials& credentials, bool fresh = false);
+    ~Call();
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+    // The thread's context, or nullptr when libsmbclient could not be set up.
+    SMBCCTX* ctx() const { return ctx_; }
+
+  private:
+    SMBCCTX* ctx_ = nullptr;
+    bool owned_ = false;
+    const Credentials* previous_ = nullptr;
+};
+// Calls may nest on one thread (the lock is re-entrant per thread).
+
+// "smb://host/share/a/b" with every part escaped; `relative` is "" or "a/b".
+std::string url(const std::string& host, const std::string& share, const std::string& relative);
+
+}  // namespace qvt::platform::smb

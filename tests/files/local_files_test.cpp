@@ -1,0 +1,172 @@
+// The file layer on local paths: items, copies, errors and volume facts.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "../mount/mount_test_support.h"
+#include "platform/files.h"
+#include "platform/smb_url.h"
+
+namespace qvt::mounttest {
+namespace {
+
+using platform::files;
+
+class LocalFilesTest : public ::testing::Test {
+  protected:
+    std::string path(const std::string& name) const { return box.root() + "/" + name; }
+    MountSandbox box;
+};
+
+TEST_F(LocalFilesTest, ExistenceAndFolderTestsFollowLinks) {
+    writeAll(path("file"), "x");
+    std::filesystem::create_directories(path("dir"));
+    std::filesystem::create_symlink(path("dir"), path("dirlink"));
+    std::filesystem::create_symlink(path("nothing"), path("broken"));
+    bool folder = true;
+    EXPECT_TRUE(files().exists(path("file"), &folder));
+    EXPECT_FALSE(folder);
+    EXPECT_TRUE(files().exists(path("dirlink"), &folder));
+    EXPECT_TRUE(folder);
+    EXPECT_TRUE(files().isFolder(path("dir")));
+    EXPECT_FALSE(files().exists(path("broken")));
+    EXPECT_FALSE(files().exists(""));
+    EXPECT_TRUE(files().isAlias(path("dirlink")));
+    EXPECT_TRUE(files().isAlias(path("broken")));
+    EXPECT_FALSE(files().isAlias(path("file")));
+    EXPECT_FALSE(files().isAlias(path("missing")));
+}
+
+TEST_F(LocalFilesTest, ListingIncludesHiddenEntries) {
+    std::filesystem::create_directories(path("d/sub"));
+    writeAll(path("d/.hidden"), "");
+    writeAll(path("d/shown"), "");
+    auto names = files().listFolder(path("d"));
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::string>{".hidden", "shown", "sub"}));
+    int error = 0;
+    EXPECT_TRUE(files().listFolder(path("none"), &error).empty());
+    EXPECT_EQ(error, ENOENT);
+}
+
+TEST_F(LocalFilesTest, FoldersWithAndWithoutParents) {
+    EXPECT_EQ(files().createFolder(path("a/b/c"), false), ENOENT);
+    EXPECT_EQ(files().createFolder(path("a/b/c"), true), 0);
+    EXPECT_TRUE(files().isFolder(path("a/b/c")));
+    EXPECT_EQ(files().createFolder(path("a/b/c"), true), 0);
+    EXPECT_EQ(files().createFolder(path("a/b/c"), false), EEXIST);
+    writeAll(path("plain"), "");
+    EXPECT_EQ(files().createFolder(path("plain/x"), true), ENOTDIR);
+}
+
+TEST_F(LocalFilesTest, CopyMoveRemoveAndSizes) {
+    std::string data(3 * 1024 * 1024 + 17, '\0');
+    for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(i * 131 % 251);
+    writeAll(path("src.bin"), data);
+    chmod(path("src.bin").c_str(), 0640);
+    ASSERT_EQ(files().copyItem(path("src.bin"), path("dst.bin")), 0);
+    EXPECT_EQ(readAll(path("dst.bin")), data);
+    struct stat st {};
+    stat(path("dst.bin").c_str(), &st);
+    EXPECT_EQ(st.st_mode & 0777, 0640u);
+    EXPECT_EQ(files().copyItem(path("src.bin"), path("dst.bin")), EEXIST);
+    EXPECT_EQ(files().copyItem(path("missing"), path("x")), ENOENT);
+    EXPECT_EQ(files().size(path("dst.bin")), data.size());
+    EXPECT_EQ(files().totalSize(path("dst.bin")), data.size());
+    EXPECT_FALSE(files().totalSize(box.root()).has_value());
+    EXPECT_FALSE(files().size(path("missing")).has_value());
+
+    // A folder is copied with everything in it.
+    std::filesystem::create_directories(path("tree/in"));
+    writeAll(path("tree/in/f"), "f");
+    ASSERT_EQ(files().copyItem(path("tree"), path("tree2")), 0);
+    EXPECT_EQ(readAll(path("tree2/in/f")), "f");
+
+    ASSERT_EQ(files().moveItem(path("dst.bin"), path("moved.bin")), 0);
+    EXPECT_FALSE(files().exists(path("dst.bin")));
+    EXPECT_EQ(files().moveItem(path("src.bin"), path("moved.bin")), EEXIST);
+    EXPECT_TRUE(files().exists(path("src.bin")));
+
+    ASSERT_EQ(files().removeItem(path("tree2")), 0);
+    EXPECT_FALSE(files().exists(path("tree2")));
+    EXPECT_EQ(files().removeItem(path("tree2")), ENOENT);
+}
+
+TEST_F(LocalFilesTest, MoveAcrossVolumesCopiesThenRemoves) {
+    ASSERT_TRUE(box.mountTmpfs(path("other"), 8 << 20));
+    writeAll(path("m.txt"), "across");
+    ASSERT_EQ(files().moveItem(path("m.txt"), path("other/m.txt")), 0);
+    EXPECT_EQ(readAll(path("other/m.txt")), "across");
+    EXPECT_FALSE(files().exists(path("m.txt")));
+}
+
+TEST_F(LocalFilesTest, FullVolumeReportsOutOfSpace) {
+    ASSERT_TRUE(box.mountTmpfs(path("small"), 1 << 20));
+    writeAll(path("big.bin"), std::string(2 << 20, 'b'));
+    const int rc = files().copyItem(path("big.bin"), path("small/big.bin"));
+    EXPECT_EQ(rc, ENOSPC);
+    EXPECT_EQ(platform::platformErrorCode(rc), platform::kOutOfSpaceWriteError);
+    const auto facts = files().volumeFacts(path("small"));
+    ASSERT_TRUE(facts.availableCapacity.has_value());
+    EXPECT_EQ(*facts.availableCapacity, 0u);
+}
+
+TEST_F(LocalFilesTest, RemovalNeverReachesIntoAMountedVolume) {
+    ASSERT_TRUE(box.mountTmpfs(path("outer/vol"), 1 << 20));
+    writeAll(path("outer/vol/precious"), "keep");
+    writeAll(path("outer/loose"), "go");
+    EXPECT_EQ(files().removeItem(path("outer/vol")), EBUSY);
+    EXPECT_NE(files().removeItem(path("outer")), 0);
+    EXPECT_EQ(readAll(path("outer/vol/precious")), "keep");
+    EXPECT_FALSE(files().exists(path("outer/loose")));
+}
+
+TEST_F(LocalFilesTest, VolumeFactsOfATmpfsComeAndGo) {
+    ASSERT_TRUE(box.mountTmpfs(path("t"), 4 << 20));
+    const auto facts = files().volumeFacts(path("t"));
+    EXPECT_EQ(facts.remountURL, "tmpfs://tmpfs");
+    EXPECT_TRUE(facts.uuid.empty());
+    ASSERT_TRUE(facts.availableCapacity.has_value());
+    EXPECT_EQ(*facts.availableCapacity, 4u << 20);
+    std::filesystem::create_directories(path("t/inside"));
+    EXPECT_EQ(files().volumeFacts(path("t/inside")).remountURL, "tmpfs://tmpfs");
+    ASSERT_EQ(files().forceUnmount(path("t")), 0);
+    EXPECT_TRUE(files().volumeFacts(path("t/inside")).remountURL.empty());
+    EXPECT_EQ(files().forceUnmount(path("t")), EINVAL);
+}
+
+TEST(FileErrors, MapToTheProductsCodes) {
+    using platform::platformErrorCode;
+    EXPECT_EQ(platformErrorCode(ENOSPC), 640);
+    EXPECT_EQ(platformErrorCode(EDQUOT), 640);
+    for (int e : {EIO, ENOTCONN, ETIMEDOUT, ECONNRESET, EHOSTDOWN, EHOSTUNREACH, ESTALE})
+        EXPECT_EQ(platformErrorCode(e), 512) << e;
+    EXPECT_EQ(platformErrorCode(EACCES), EACCES);
+    EXPECT_EQ(platformErrorCode(ENOENT), ENOENT);
+    EXPECT_FALSE(platform::errorDescription(EACCES).empty());
+    EXPECT_NE(platform::errorDescription(EACCES), platform::errorDescription(ENOENT));
+    EXPECT_EQ(platform::errorDescription(640), platform::errorDescription(ENOSPC));
+}
+
+TEST(ShareUrls, EscapesAndParts) {
+    EXPECT_EQ(platform::addPercentEscapes("afp://;AUTH=No User Authent@1.2.3.4/My Share"),
+              "afp://;AUTH=No%20User%20Authent@1.2.3.4/My%20Share");
+    EXPECT_EQ(platform::addPercentEscapes("a%b\xc3\xa9"), "a%25b%C3%A9");
+    EXPECT_EQ(platform::removePercentEscapes("My%20Share%zz%4"), "My Share%zz%4");
+    const auto u = platform::parseShareUrl("afp://;AUTH=No%20User%20Authent@10.0.0.5:8080/A%20B");
+    ASSERT_TRUE(u.valid);
+    EXPECT_EQ(u.scheme, "afp");
+    EXPECT_EQ(u.authMechanism, "No User Authent");
+    EXPECT_EQ(u.authority, "10.0.0.5:8080");
+    EXPECT_EQ(u.host, "10.0.0.5");
+    EXPECT_EQ(u.share, "A B");
+    EXPECT_FALSE(platform::parseShareUrl("smb://h/a/b").valid);
+    EXPECT_FALSE(platform::parseShareUrl("smb://h/..").valid);
+    EXPECT_FALSE(platform::parseShareUrl("smb://h/a%2Fb").valid);
+    EXPECT_FALSE(platform::parseShareUrl("http://h/a").valid);
+}
+
+}  // namespace
+}  // namespace qvt::mounttest

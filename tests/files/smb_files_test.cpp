@@ -1,0 +1,196 @@
+// The file layer on paths under an in-process share mount, against a real smbd.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <random>
+#include <set>
+#include <thread>
+
+#include "../mount/mount_test_support.h"
+#include "platform/files.h"
+#include "platform/smb_url.h"
+
+namespace qvt::mounttest {
+namespace {
+
+using platform::files;
+
+static ::testing::Environment* const kSamba =
+    ::testing::AddGlobalTestEnvironment(new SambaEnvironment);
+
+class SmbFilesTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        QVT_REQUIRE_SAMBA();
+        box.makeMountDir();
+    }
+    void TearDown() override { box.releaseMounts(); }
+
+    // Mounts `share` at mountDir/share with the test account (or as guest).
+    std::string mount(const std::string& share, bool guest = false) {
+        platform::NetMountRequest r;
+        r.url = "smb://127.0.0.1/" + platform::escapeUrlComponent(share);
+        r.mountPath = box.mountDir();
+        r.withCredentials = !guest;
+        r.user = kUser;
+        r.password = kPassword;
+        const auto result = files().mountURLSync(r);
+        EXPECT_EQ(result.status, 0) << share;
+        return result.mountPoints.empty() ? "" : result.mountPoints.front();
+    }
+    std::string backing(const std::string& share) {
+        return SambaEnvironment::server()->sharePath(share);
+    }
+    std::string local(const std::string& name) const { return box.root() + "/" + name; }
+
+    MountSandbox box;
+};
+
+TEST_F(SmbFilesTest, ItemsOnAShare) {
+    const std::string m = mount("Private");
+    ASSERT_EQ(m, box.mountDir() + "/Private");
+    EXPECT_TRUE(files().isFolder(m));
+    EXPECT_FALSE(files().isAlias(m));
+
+    ASSERT_EQ(files().createFolder(m + "/a/b c/d", true), 0);
+    EXPECT_TRUE(std::filesystem::is_directory(backing("Private") + "/a/b c/d"));
+    EXPECT_EQ(files().createFolder(m + "/a", false), EEXIST);
+    EXPECT_EQ(files().createFolder(m + "/x/y", false), ENOENT);
+    EXPECT_EQ(files().networkURLForPath(m + "/a/b c"), "smb://127.0.0.1/Private/a/b%20c");
+    EXPECT_EQ(files().networkURLForPath(box.root()), "");
+
+    writeAll(local("s.txt"), "small");
+    ASSERT_EQ(files().copyItem(local("s.txt"), m + "/a/.hidden"), 0);
+    ASSERT_EQ(files().copyItem(local("s.txt"), m + "/a/s.txt"), 0);
+    EXPECT_EQ(files().copyItem(local("s.txt"), m + "/a/s.txt"), EEXIST);
+    auto names = files().listFolder(m + "/a");
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::string>{".hidden", "b c", "s.txt"}));
+    EXPECT_EQ(files().size(m + "/a/s.txt"), 5u);
+    EXPECT_EQ(files().totalSize(m + "/a/s.txt"), 5u);
+    EXPECT_FALSE(files().totalSize(m + "/a").has_value());
+    bool folder = true;
+    EXPECT_TRUE(files().exists(m + "/a/s.txt", &folder));
+    EXPECT_FALSE(folder);
+    EXPECT_FALSE(files().exists(m + "/a/none"));
+
+    // Move inside the share, and back out to a local folder.
+    ASSERT_EQ(files().moveItem(m + "/a/s.txt", m + "/a/b c/t.txt"), 0);
+    EXPECT_EQ(readAll(backing("Private") + "/a/b c/t.txt"), "small");
+    ASSERT_EQ(files().copyItem(m + "/a/b c/t.txt", local("back.txt")), 0);
+    EXPECT_EQ(readAll(local("back.txt")), "small");
+    writeAll(local("mv.txt"), "moved up");
+    ASSERT_EQ(files().moveItem(local("mv.txt"), m + "/mv.txt"), 0);
+    EXPECT_FALSE(files().exists(local("mv.txt")));
+    EXPECT_EQ(readAll(backing("Private") + "/mv.txt"), "moved up");
+
+    // Removal over SMB, folders with everything in them; the mount point itself is refused.
+    ASSERT_EQ(files().removeItem(m + "/a"), 0);
+    EXPECT_FALSE(std::filesystem::exists(backing("Private") + "/a"));
+    EXPECT_EQ(files().removeItem(m), EBUSY);
+    EXPECT_EQ(files().removeItem(m + "/mv.txt"), 0);
+}
+
+TEST_F(SmbFilesTest, LargeFileArrivesIdenticalAndGrowsDuringTheCopy) {
+    const std::string m = mount("Public", true);
+    ASSERT_FALSE(m.empty());
+    const std::size_t size = 64u << 20;
+    std::string data(size, '\0');
+    std::mt19937_64 rng(42);
+    for (std::size_t i = 0; i + 8 <= size; i += 8) {
+        const auto v = rng();
+        std::memcpy(&data[i], &v, 8);
+    }
+    writeAll(local("big.bin"), data);
+
+    const std::string dest = m + "/big.bin";
+    std::atomic<bool> done{false};
+    std::set<std::uint64_t> seen;
+    std::thread reader([&] {
+        while (!done) {
+            if (auto s = files().size(dest)) seen.insert(*s);
+        }
+    });
+    const int rc = files().copyItem(local("big.bin"), dest);
+    done = true;
+    reader.join();
+    ASSERT_EQ(rc, 0);
+    EXPECT_EQ(files().size(dest), size);
+    const std::string arrived = readAll(backing("Public") + "/big.bin");
+    EXPECT_TRUE(arrived == data) << "sizes " << arrived.size() << " vs " << size;
+    std::size_t between = 0;
+    for (auto s : seen)
+        if (s > 0 && s < size) ++between;
+    EXPECT_GE(between, 2u) << "the reader saw " << seen.size() << " sizes";
+    std::filesystem::remove(backing("Public") + "/big.bin");
+}
+
+TEST_F(SmbFilesTest, FullShareReportsOutOfSpace) {
+    const std::string m = mount("Small");
+    writeAll(local("big.bin"), std::string(3 << 20, 'z'));
+    const int rc = files().copyItem(local("big.bin"), m + "/big.bin");
+    EXPECT_EQ(platform::platformErrorCode(rc), platform::kOutOfSpaceWriteError) << rc;
+    files().removeItem(m + "/big.bin");
+}
+
+TEST_F(SmbFilesTest, VolumeFactsFollowTheConnection) {
+    const std::string m = mount("Private");
+    ASSERT_EQ(files().createFolder(m + "/dest", false), 0);
+    auto facts = files().volumeFacts(m + "/dest");
+    EXPECT_EQ(facts.remountURL, "smb://127.0.0.1/Private");
+    EXPECT_TRUE(facts.uuid.empty());
+    ASSERT_TRUE(facts.availableCapacity.has_value());
+    EXPECT_GT(*facts.availableCapacity, 0u);
+    EXPECT_TRUE(files().volumeFacts(m + "/missing").remountURL.empty());
+
+    const auto small = mount("Small");
+    const auto smallFacts = files().volumeFacts(small);
+    ASSERT_TRUE(smallFacts.availableCapacity.has_value());
+    EXPECT_LE(*smallFacts.availableCapacity, 2u << 20);
+    EXPECT_GT(*smallFacts.availableCapacity, 1u << 20);
+
+    // The server goes away: the volume can no longer be remounted; it comes back: it can.
+    auto* server = SambaEnvironment::server();
+    server->stop();
+    facts = files().volumeFacts(m + "/dest");
+    EXPECT_TRUE(facts.remountURL.empty());
+    EXPECT_FALSE(facts.availableCapacity.has_value());
+    writeAll(local("w.txt"), "w");
+    const int rc = files().copyItem(local("w.txt"), m + "/dest/w.txt");
+    EXPECT_NE(rc, 0);
+    std::string error;
+    ASSERT_TRUE(server->start(&error)) << error;
+    EXPECT_TRUE(waitUntil(
+        [&] { return files().volumeFacts(m + "/dest").remountURL == "smb://127.0.0.1/Private"; },
+        20.0));
+    EXPECT_EQ(files().copyItem(local("w.txt"), m + "/dest/w2.txt"), 0);
+    files().removeItem(m + "/dest");
+}
+
+TEST_F(SmbFilesTest, MountTableListsSharesAndRefusesDoubles) {
+    const std::string m = mount("Backup");
+    bool found = false;
+    for (const auto& v : files().mountedVolumes()) {
+        if (v.path != m) continue;
+        found = true;
+        EXPECT_TRUE(v.inProcess);
+        EXPECT_EQ(v.remountURL, "smb://127.0.0.1/Backup");
+        EXPECT_EQ(v.fsType, "smbfs");
+    }
+    EXPECT_TRUE(found);
+    platform::NetMountRequest again;
+    again.url = "afp://127.0.0.1/Backup";
+    again.mountPath = box.root();
+    EXPECT_EQ(files().mountURLSync(again).status, EEXIST);
+    EXPECT_TRUE(files().isMountPoint(m));
+    EXPECT_EQ(files().forceUnmount(m + "/inside/any"), 0);
+    EXPECT_FALSE(files().isMountPoint(m));
+    // After the unmount the path is an ordinary (empty) local folder again.
+    EXPECT_TRUE(files().listFolder(m).empty());
+}
+
+}  // namespace
+}  // namespace qvt::mounttest
