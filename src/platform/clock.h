@@ -14,7 +14,7 @@
 namespace qvt::platform {
 
 class Clock {
-public:
+  public:
     virtual ~Clock() = default;
     // Wall-clock time as the product sees it (scaled clocks run faster).
     virtual Date now() const = 0;
@@ -29,13 +29,13 @@ public:
 // Real time divided by `scale`: with scale 100 a 3-second sleep lasts 30 ms and "now" advances
 // 100 product seconds per real second. Scale 1 is the shipped behaviour.
 class SystemClock : public Clock {
-public:
+  public:
     explicit SystemClock(double scale = 1.0);
     Date now() const override;
     void sleepFor(double seconds) override;
     double scale() const { return scale_; }
 
-private:
+  private:
     double scale_;
     std::chrono::steady_clock::time_point startSteady_;
     Date startWall_;
@@ -49,7 +49,7 @@ Date::duration secondsToDuration(double seconds);
 // time at once (so loops that sleep make progress without real waiting), after calling the
 // optional hook, which a test can use to observe or gate each sleep.
 class ManualClock : public Clock {
-public:
+  public:
     explicit ManualClock(Date start = Date{} + std::chrono::hours(24 * 365 * 50));
     Date now() const override;
     void sleepFor(double seconds) override;
@@ -57,7 +57,7 @@ public:
     void set(Date d);
     void setSleepHook(std::function<void(double)> hook);
 
-private:
+  private:
     std::atomic<std::int64_t> nanos_;
     mutable std::mutex hookMutex_;
     std::function<void(double)> hook_;

@@ -26,7 +26,7 @@ void runTaskGuarded(const Task& task);
 
 // The main thread: the GUI thread in the window, the test's own thread in headless runs.
 class MainThread {
-public:
+  public:
     virtual ~MainThread() = default;
     virtual bool isCurrent() const = 0;
     // Runs `task` on the main thread later.
@@ -43,18 +43,20 @@ public:
 // A main thread for headless use: the thread that created it owns it, and tasks posted from
 // other threads run when that thread calls runPending() or waitUntil().
 class QueueMainThread : public MainThread {
-public:
+  public:
     QueueMainThread();
     bool isCurrent() const override;
     void post(Task task) override;
     // Runs the tasks posted so far; returns how many ran.
     std::size_t runPending();
-    void pump() override { runPending(); }
+    void pump() override {
+        if (isCurrent()) runPending();
+    }
     // Runs posted tasks until `done()` is true or `timeoutSeconds` of real time pass. Returns
     // whether `done()` became true.
     bool waitUntil(const std::function<bool()>& done, double timeoutSeconds);
 
-private:
+  private:
     std::thread::id owner_;
     std::mutex mutex_;
     std::condition_variable cv_;
@@ -62,7 +64,7 @@ private:
 };
 
 class Dispatcher {
-public:
+  public:
     explicit Dispatcher(std::shared_ptr<MainThread> main);
     ~Dispatcher();
 
@@ -82,7 +84,7 @@ public:
     // a background task that hands off synchronously to the main thread can still finish.
     bool waitIdle(double timeoutSeconds);
 
-private:
+  private:
     // Shared with the running threads, so a task that outlives the dispatcher still has
     // somewhere to report its end.
     struct State {

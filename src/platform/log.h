@@ -8,25 +8,26 @@
 namespace qvt::platform {
 
 class Log {
-public:
+  public:
     virtual ~Log() = default;
     // Writes one line. A message that does not already start with "QVTransfer: " gets that
     // prefix, so every line the product writes can be found by it.
     void write(const std::string& message);
 
-protected:
-    virtual void emit(const std::string& line) = 0;
+  protected:
+    // Writes one finished line. (Not called "emit": Qt defines that word as a macro.)
+    virtual void writeLine(const std::string& line) = 0;
 };
 
 // syslog(3) with the user facility.
 class SysLog : public Log {
-protected:
-    void emit(const std::string& line) override;
+  protected:
+    void writeLine(const std::string& line) override;
 };
 
 // Keeps every line in memory (tests), and optionally forwards to another log.
 class CaptureLog : public Log {
-public:
+  public:
     explicit CaptureLog(Log* forward = nullptr) : forward_(forward) {}
     std::vector<std::string> lines() const;
     // Whether any line contains `fragment`.
@@ -35,10 +36,10 @@ public:
     std::size_t count(const std::string& fragment) const;
     void clear();
 
-protected:
-    void emit(const std::string& line) override;
+  protected:
+    void writeLine(const std::string& line) override;
 
-private:
+  private:
     Log* forward_;
     mutable std::mutex mutex_;
     std::vector<std::string> lines_;

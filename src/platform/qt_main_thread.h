@@ -9,7 +9,7 @@
 namespace qvt::platform {
 
 class QtMainThread : public MainThread {
-public:
+  public:
     QtMainThread() = default;
     // True on the thread that owns the QCoreApplication instance.
     bool isCurrent() const override;

@@ -14,7 +14,9 @@ Record::Record(std::initializer_list<Entry> entries) {
     for (const auto& e : entries) set(e.first, e.second);
 }
 
-bool Record::contains(std::string_view key) const { return find(key) != nullptr; }
+bool Record::contains(std::string_view key) const {
+    return find(key) != nullptr;
+}
 
 const Value* Record::find(std::string_view key) const {
     for (const auto& e : entries_)
@@ -111,6 +113,9 @@ Value& Value::operator=(const Value& other) {
     return *this;
 }
 
+Value::Value(Value&&) noexcept = default;
+Value& Value::operator=(Value&&) noexcept = default;
+
 const Record* Value::asRecord() const {
     auto* r = std::get_if<std::shared_ptr<Record>>(&v_);
     return r ? r->get() : nullptr;
@@ -164,7 +169,8 @@ std::int64_t Value::toInt64(std::int64_t fallback) const {
 std::uint64_t Value::toUInt64(std::uint64_t fallback) const {
     if (auto* u = std::get_if<std::uint64_t>(&v_)) return *u;
     // A count cannot be negative: negative values read as 0 rather than wrapping around.
-    if (auto* i = std::get_if<std::int64_t>(&v_)) return *i < 0 ? 0 : static_cast<std::uint64_t>(*i);
+    if (auto* i = std::get_if<std::int64_t>(&v_))
+        return *i < 0 ? 0 : static_cast<std::uint64_t>(*i);
     if (auto* d = std::get_if<double>(&v_)) {
         if (std::isnan(*d)) return fallback;
         if (*d <= 0) return 0;
@@ -189,16 +195,38 @@ std::uint64_t Value::toUInt64(std::uint64_t fallback) const {
     return fallback;
 }
 
+namespace {
+
+// Reads the number a text starts with, always with "." as the decimal point: the host
+// application may have set a locale whose decimal point is ",", which strtod would follow.
+bool leadingDouble(const std::string& s, double& out) {
+    const char* p = s.data();
+    const char* end = s.data() + s.size();
+    while (p < end && std::isspace(static_cast<unsigned char>(*p))) ++p;
+    if (p < end && *p == '+') ++p;
+    const auto r = std::from_chars(p, end, out);
+    return r.ec == std::errc();
+}
+
+bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (std::tolower(static_cast<unsigned char>(a[i])) !=
+            std::tolower(static_cast<unsigned char>(b[i])))
+            return false;
+    return true;
+}
+
+}  // namespace
+
 double Value::toDouble(double fallback) const {
     if (auto* d = std::get_if<double>(&v_)) return *d;
     if (auto* i = std::get_if<std::int64_t>(&v_)) return static_cast<double>(*i);
     if (auto* u = std::get_if<std::uint64_t>(&v_)) return static_cast<double>(*u);
     if (auto* b = std::get_if<bool>(&v_)) return *b ? 1 : 0;
     if (auto* s = std::get_if<std::string>(&v_)) {
-        char* end = nullptr;
-        double n = std::strtod(s->c_str(), &end);
-        if (end == s->c_str()) return fallback;
-        return n;
+        double n = 0;
+        return leadingDouble(*s, n) ? n : fallback;
     }
     return fallback;
 }
@@ -209,8 +237,15 @@ bool Value::toBool(bool fallback) const {
     if (auto* u = std::get_if<std::uint64_t>(&v_)) return *u != 0;
     if (auto* d = std::get_if<double>(&v_)) return *d != 0;
     if (auto* s = std::get_if<std::string>(&v_)) {
-        if (*s == "true" || *s == "YES" || *s == "yes" || *s == "1") return true;
-        if (*s == "false" || *s == "NO" || *s == "no" || *s == "0") return false;
+        std::string_view t(*s);
+        while (!t.empty() && std::isspace(static_cast<unsigned char>(t.front())))
+            t.remove_prefix(1);
+        while (!t.empty() && std::isspace(static_cast<unsigned char>(t.back()))) t.remove_suffix(1);
+        if (equalsIgnoringCase(t, "true") || equalsIgnoringCase(t, "yes")) return true;
+        if (equalsIgnoringCase(t, "false") || equalsIgnoringCase(t, "no")) return false;
+        // A number as text: "1" or "2" is true, "0" false.
+        double n = 0;
+        if (leadingDouble(std::string(t), n)) return n != 0;
     }
     return fallback;
 }

@@ -22,6 +22,8 @@ void setVersionRecordPath(const std::string& path);
 // starts with ("10.9.5" gives 10 and 9; "abc" gives 0), and a "ProductVersion" that is not a
 // string gives 0 for both.
 PlatformVersion readPlatformVersion(const std::string& path);
-inline PlatformVersion readPlatformVersion() { return readPlatformVersion(versionRecordPath()); }
+inline PlatformVersion readPlatformVersion() {
+    return readPlatformVersion(versionRecordPath());
+}
 
 }  // namespace qvt::platform

@@ -1,0 +1,123 @@
+#include "platform/log.h"
+
+#include <syslog.h>
+
+#include <algorithm>
+
+namespace qvt::platform {
+
+namespace {
+
+const std::string kPrefix = "QVTransfer: ";
+
+int hexDigit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+// The ways one byte of the secret may stand in the text at `pos`: as itself, percent-escaped,
+// or (a blank) as "+". Appends the positions just after each way that matches.
+void stepByte(const std::string& text, std::size_t pos, char byte, std::vector<std::size_t>& out) {
+    if (pos >= text.size()) return;
+    if (text[pos] == byte) out.push_back(pos + 1);
+    if (text[pos] == '%' && pos + 2 < text.size()) {
+        const int hi = hexDigit(text[pos + 1]);
+        const int lo = hexDigit(text[pos + 2]);
+        if (hi >= 0 && lo >= 0 &&
+            static_cast<unsigned char>(hi * 16 + lo) == static_cast<unsigned char>(byte))
+            out.push_back(pos + 3);
+    }
+    if (byte == ' ' && text[pos] == '+') out.push_back(pos + 1);
+}
+
+// The end of the longest spelling of `secret` that starts at `start`, or `start` when there is
+// none. Tracks every position reachable after each byte, so escaped and literal spellings of a
+// "%" in the secret are both tried without backtracking.
+std::size_t matchEnd(const std::string& text, std::size_t start, const std::string& secret) {
+    std::vector<std::size_t> positions{start};
+    std::vector<std::size_t> next;
+    for (char byte : secret) {
+        next.clear();
+        for (std::size_t p : positions) stepByte(text, p, byte, next);
+        if (next.empty()) return start;
+        std::sort(next.begin(), next.end());
+        next.erase(std::unique(next.begin(), next.end()), next.end());
+        positions.swap(next);
+    }
+    return *std::max_element(positions.begin(), positions.end());
+}
+
+}  // namespace
+
+void Log::write(const std::string& message) {
+    if (message.compare(0, kPrefix.size(), kPrefix) == 0)
+        writeLine(message);
+    else
+        writeLine(kPrefix + message);
+}
+
+void SysLog::writeLine(const std::string& line) {
+    // The message goes in as an argument, never as the format: a "%" in a path or a password
+    // must not be read by syslog.
+    ::syslog(LOG_USER | LOG_NOTICE, "%s", line.c_str());
+}
+
+std::vector<std::string> CaptureLog::lines() const {
+    std::lock_guard lock(mutex_);
+    return lines_;
+}
+
+bool CaptureLog::contains(const std::string& fragment) const {
+    return count(fragment) > 0;
+}
+
+std::size_t CaptureLog::count(const std::string& fragment) const {
+    std::lock_guard lock(mutex_);
+    return static_cast<std::size_t>(std::count_if(
+        lines_.begin(), lines_.end(),
+        [&](const std::string& line) { return line.find(fragment) != std::string::npos; }));
+}
+
+void CaptureLog::clear() {
+    std::lock_guard lock(mutex_);
+    lines_.clear();
+}
+
+void CaptureLog::writeLine(const std::string& line) {
+    {
+        std::lock_guard lock(mutex_);
+        lines_.push_back(line);
+    }
+    if (forward_) forward_->write(line);
+}
+
+std::string redact(std::string text, const std::string& secret) {
+    if (secret.empty()) return text;
+    std::string out;
+    out.reserve(text.size());
+    std::size_t i = 0;
+    while (i < text.size()) {
+        const std::size_t end = matchEnd(text, i, secret);
+        if (end > i) {
+            out += "***";
+            i = end;
+        } else {
+            out += text[i];
+            ++i;
+        }
+    }
+    return out;
+}
+
+std::string redactAll(std::string text, const std::vector<std::string>& secrets) {
+    // Longer secrets first, so a secret that contains another is hidden whole.
+    std::vector<std::string> sorted = secrets;
+    std::sort(sorted.begin(), sorted.end(),
+              [](const std::string& a, const std::string& b) { return a.size() > b.size(); });
+    for (const std::string& s : sorted) text = redact(std::move(text), s);
+    return text;
+}
+
+}  // namespace qvt::platform
