@@ -92,8 +92,7 @@ int main(int argc, char** argv) {
                         QVTransferFrameworkVersionNumber);
             return 0;
         } else {
-            std::fputs(kUsage, stderr);
-            return fail("unknown argument " + a);
+            return fail("unknown argument " + a + " (see --help)");
         }
     }
 
@@ -127,8 +126,7 @@ int main(int argc, char** argv) {
                          {"volumeArray", qvt::List{}}};
         device = qvt::Record{{"deviceType", "NAS"}, {"isZeroState", zeroState}, {"deviceInfo", info}};
     } else {
-        std::fputs(kUsage, stderr);
-        return fail("no device given: use --record, --das or --nas");
+        return fail("no device given: use --record FILE, --das PATH... or --nas ADDRESS");
     }
 
     QApplication app(argc, argv);

@@ -6,7 +6,11 @@
 #include <cstdlib>
 
 int main(int argc, char** argv) {
-    if (!std::getenv("QT_QPA_PLATFORM")) setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    // CTest sets these; defaults let a test program also run by hand from the build folder.
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    setenv("QVT_TEST_DATA", QVT_DEFAULT_TEST_DATA, 0);
+    setenv("QVT_TEST_OUTPUT", QVT_DEFAULT_TEST_OUTPUT, 0);
+    setenv("QVT_BUILD_DIR", QVT_DEFAULT_BUILD_DIR, 0);
     ::testing::InitGoogleTest(&argc, argv);
     QApplication app(argc, argv);
     return RUN_ALL_TESTS();
