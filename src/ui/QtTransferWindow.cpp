@@ -1,0 +1,283 @@
+// The view operations the controller drives: screens, modal runs and control changes.
+#include "ui/QtTransferWindow.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QBuffer>
+#include <QComboBox>
+#include <QDialog>
+#include <QLabel>
+#include <QLayout>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QScreen>
+#include <QStackedWidget>
+#include <QThread>
+#include <QTimer>
+#include <algorithm>
+#include <cmath>
+
+#include "ui/transfer_window_widget.h"
+#include "ui/ui_loader.h"
+#include "widgets/QVTransferLinkButton.h"
+#include "widgets/QVTransferProgressIndicator.h"
+
+namespace qvt {
+
+std::unique_ptr<QtTransferWindow> QtTransferWindow::create(QVTransfer& owner,
+                                                           const std::string& definition) {
+    // Widgets need a widget application on this thread.
+    if (!qobject_cast<QApplication*>(QCoreApplication::instance())) return nullptr;
+    if (QThread::currentThread() != QCoreApplication::instance()->thread()) return nullptr;
+
+    QByteArray bytes = QByteArray::fromStdString(definition);
+    QBuffer buffer(&bytes);
+    if (!buffer.open(QIODevice::ReadOnly)) return nullptr;
+    ui::TransferUiLoader loader(owner);
+    std::unique_ptr<QWidget> loaded(loader.load(&buffer, nullptr));
+    if (!loaded || !loader.errorString().isEmpty()) return nullptr;
+    auto* root = qobject_cast<QVTransferWindowWidget*>(loaded.get());
+    if (!root || !describesWizard(root)) return nullptr;
+    loaded.release();
+
+    std::unique_ptr<QtTransferWindow> window(new QtTransferWindow(owner, root));
+    window->setUpWindow();
+    return window;
+}
+
+QtTransferWindow::QtTransferWindow(QVTransfer& owner, QVTransferWindowWidget* root)
+    : owner_(owner), root_(root) {
+    mainArea_ = root_->findChild<QStackedWidget*>(QStringLiteral("mainTransferView"));
+}
+
+QtTransferWindow::~QtTransferWindow() {
+    if (!root_) return;
+    root_->shouldClose = nullptr;
+    root_->willClose = nullptr;
+    root_->hide();
+    root_->setEnabled(false);
+    // The controller may let go of the window from inside one of the window's own actions;
+    // the widgets go once that action has returned.
+    root_.release()->deleteLater();
+}
+
+bool QtTransferWindow::onGuiThread() const {
+    return QThread::currentThread() == thread();
+}
+
+void QtTransferWindow::onGui(std::function<void()> task) {
+    if (onGuiThread()) {
+        task();
+        return;
+    }
+    QMetaObject::invokeMethod(this, std::move(task), Qt::QueuedConnection);
+}
+
+QWidget* QtTransferWindow::window() const {
+    return root_.get();
+}
+
+QWidget* QtTransferWindow::control(const QString& name) const {
+    if (!root_ || name.isEmpty()) return nullptr;
+    if (root_->objectName() == name) return root_.get();
+    return root_->findChild<QWidget*>(name);
+}
+
+QDialog* QtTransferWindow::dialog(Dialog which) const {
+    return control<QDialog>(QString::fromLatin1(dialogName(which)));
+}
+
+QWidget* QtTransferWindow::screenView(Screen screen) const {
+    if (!mainArea_) return nullptr;
+    return mainArea_->findChild<QWidget*>(QString::fromLatin1(screenName(screen)));
+}
+
+QStackedWidget* QtTransferWindow::mainArea() const {
+    return mainArea_;
+}
+
+void QtTransferWindow::centreOnScreen() {
+    QScreen* screen = root_->screen();
+    if (!screen) screen = QGuiApplication::primaryScreen();
+    if (!screen) return;
+    const QRect available = screen->availableGeometry();
+    root_->move(available.center() - QPoint(root_->width() / 2, root_->height() / 2));
+}
+
+void QtTransferWindow::bringToFront() {
+    onGui([this] {
+        if (!placed_) {
+            centreOnScreen();
+            placed_ = true;
+        }
+        root_->show();
+        root_->raise();
+        root_->activateWindow();
+    });
+}
+
+void QtTransferWindow::closeWindow() {
+    onGui([this] {
+        closingProgrammatically_ = true;
+        root_->close();
+        closingProgrammatically_ = false;
+    });
+}
+
+void QtTransferWindow::showScreen(const Screen* screen) {
+    // The screen is copied: the pointer belongs to the controller's stack.
+    const bool any = screen != nullptr;
+    const Screen which = any ? *screen : Screen::Users;
+    onGui([this, any, which] {
+        if (!mainArea_) return;
+        QWidget* page = any ? screenView(which) : nullptr;
+        if (!page) page = mainArea_->findChild<QWidget*>(QStringLiteral("emptyTransferView"));
+        if (page) mainArea_->setCurrentWidget(page);
+    });
+}
+
+int QtTransferWindow::runModal(Dialog which) {
+    if (!onGuiThread()) {
+        int code = 0;
+        QMetaObject::invokeMethod(
+            this, [this, which, &code] { code = runModal(which); }, Qt::BlockingQueuedConnection);
+        return code;
+    }
+    QDialog* box = dialog(which);
+    if (!box) return 0;
+    if (box->isVisible() &&
+        std::find(modalRuns_.begin(), modalRuns_.end(), box) != modalRuns_.end())
+        return 0;  // already running: the first run answers
+    if (which == Dialog::UploadErrors) reloadFailedList();
+    if (box->layout()) box->layout()->activate();
+    if (root_->isVisible()) {
+        const QPoint centre = root_->geometry().center();
+        box->move(centre - QPoint(box->width() / 2, box->height() / 2));
+    }
+    modalRuns_.push_back(box);
+    const int code = box->exec();
+    modalRuns_.erase(std::remove(modalRuns_.begin(), modalRuns_.end(), box), modalRuns_.end());
+    return code;
+}
+
+void QtTransferWindow::endModal(Dialog which, int code) {
+    onGui([this, which, code] {
+        if (QDialog* box = dialog(which)) box->done(code);
+    });
+}
+
+void QtTransferWindow::stopModal() {
+    onGui([this] {
+        modalRuns_.erase(std::remove(modalRuns_.begin(), modalRuns_.end(), nullptr),
+                         modalRuns_.end());
+        if (!modalRuns_.empty()) modalRuns_.back()->done(kModalStopped);
+    });
+}
+
+void QtTransferWindow::applyText(QWidget* widget, const QString& text) {
+    if (auto* link = qobject_cast<QVTransferLinkButton*>(widget)) {
+        link->setUpTitle(text, link->titleFont(), link->textAlignment());
+        link->adjustSize();
+    } else if (auto* button = qobject_cast<QAbstractButton*>(widget)) {
+        button->setText(text);
+    } else if (auto* label = qobject_cast<QLabel*>(widget)) {
+        label->setText(text);
+    } else if (auto* field = qobject_cast<QLineEdit*>(widget)) {
+        field->setText(text);
+    }
+}
+
+void QtTransferWindow::setText(const std::string& name, const std::string& text) {
+    const QString n = QString::fromStdString(name);
+    const QString t = QString::fromStdString(text);
+    onGui([this, n, t] {
+        if (QWidget* w = control(n)) applyText(w, t);
+    });
+}
+
+void QtTransferWindow::setEnabled(const std::string& name, bool enabled) {
+    const QString n = QString::fromStdString(name);
+    onGui([this, n, enabled] {
+        if (QWidget* w = control(n)) w->setEnabled(enabled);
+    });
+}
+
+void QtTransferWindow::setHidden(const std::string& name, bool hidden) {
+    const QString n = QString::fromStdString(name);
+    onGui([this, n, hidden] {
+        QWidget* w = control(n);
+        if (!w) return;
+        if (!hidden && n == QLatin1String("deleteNewFolderButton")) placeDeleteNewFolderButton();
+        w->setHidden(hidden);
+    });
+}
+
+void QtTransferWindow::setTag(const std::string& name, int tag) {
+    const QString n = QString::fromStdString(name);
+    onGui([this, n, tag] {
+        if (QWidget* w = control(n)) w->setProperty("tag", tag);
+    });
+}
+
+void QtTransferWindow::setValue(const std::string& name, double value) {
+    const QString n = QString::fromStdString(name);
+    onGui([this, n, value] {
+        QWidget* w = control(n);
+        if (auto* bar = qobject_cast<QVTransferProgressIndicator*>(w)) {
+            bar->setProgress(value, bar->progressMaximum());
+        } else if (auto* plainBar = qobject_cast<QProgressBar*>(w)) {
+            plainBar->setValue(static_cast<int>(
+                std::clamp<double>(value, plainBar->minimum(), plainBar->maximum())));
+        } else if (auto* button = qobject_cast<QAbstractButton*>(w);
+                   button && button->isCheckable()) {
+            button->setChecked(value != 0);
+        } else if (auto* popup = qobject_cast<QComboBox*>(w)) {
+            popup->setCurrentIndex(static_cast<int>(value));
+        }
+    });
+}
+
+void QtTransferWindow::moveControl(const std::string& name, double y, double heightDelta) {
+    const QString n = QString::fromStdString(name);
+    onGui([this, n, y, heightDelta] {
+        QWidget* w = control(n);
+        if (!w) return;
+        const QRect g = w->geometry();
+        const int height = std::max(0, g.height() + static_cast<int>(std::lround(heightDelta)));
+        w->setGeometry(g.x(), static_cast<int>(std::lround(y)), g.width(), height);
+    });
+}
+
+void QtTransferWindow::reload(const std::string& name) {
+    const QString n = QString::fromStdString(name);
+    onGui([this, n] {
+        if (n == QLatin1String("nasUsersView") || n == QLatin1String("usersPopUpButton"))
+            reloadUsers();
+        else if (n == QLatin1String("sourceFilesView") ||
+                 n == QLatin1String("sourceFilesTableView"))
+            reloadSources();
+        else if (n == QLatin1String("destinationFilesView") ||
+                 n == QLatin1String("destinationFolderOutlineView"))
+            reloadDestination();
+        else if (n == QLatin1String("statusView"))
+            reloadStatus();
+        else if (n == QLatin1String("errorViewWindow") ||
+                 n == QLatin1String("failedListOutlineView"))
+            reloadFailedList();
+    });
+}
+
+void QtTransferWindow::focus(const std::string& name, bool selectAll) {
+    const QString n = QString::fromStdString(name);
+    onGui([this, n, selectAll] {
+        // At the next turn of the event loop, once the screen that holds it is up.
+        QTimer::singleShot(0, this, [this, n, selectAll] {
+            QWidget* w = control(n);
+            if (!w) return;
+            w->setFocus(Qt::OtherFocusReason);
+            if (auto* field = qobject_cast<QLineEdit*>(w); field && selectAll) field->selectAll();
+        });
+    });
+}
+
+}  // namespace qvt

@@ -1,0 +1,62 @@
+#include "ui/open_panel.h"
+
+#include <QAbstractItemView>
+#include <QAbstractProxyModel>
+#include <QFileSystemModel>
+#include <QListView>
+#include <QTreeView>
+
+namespace qvt::ui {
+
+namespace {
+
+// The file system entries behind the selected rows of the chooser's visible view.
+QStringList selectedEntries(const QFileDialog& dialog) {
+    QAbstractItemView* view = dialog.findChild<QTreeView*>(QStringLiteral("treeView"));
+    if (!view || !view->isVisible())
+        view = dialog.findChild<QListView*>(QStringLiteral("listView"));
+    if (!view || !view->selectionModel()) return {};
+    QStringList paths;
+    for (QModelIndex index : view->selectionModel()->selectedRows()) {
+        const QAbstractItemModel* model = view->model();
+        while (const auto* proxy = qobject_cast<const QAbstractProxyModel*>(model)) {
+            index = proxy->mapToSource(index);
+            model = proxy->sourceModel();
+        }
+        if (const auto* files = qobject_cast<const QFileSystemModel*>(model))
+            paths << files->filePath(index);
+    }
+    return paths;
+}
+
+}  // namespace
+
+FilesAndFoldersDialog::FilesAndFoldersDialog(QWidget* parent) : QFileDialog(parent) {
+    // The platform's own chooser cannot be told to hand back folders and files together.
+    setOption(QFileDialog::DontUseNativeDialog, true);
+    setFileMode(QFileDialog::ExistingFiles);
+    setAcceptMode(QFileDialog::AcceptOpen);
+    setWindowTitle(QStringLiteral("Tessaly"));
+}
+
+void FilesAndFoldersDialog::accept() {
+    const QStringList entries = selectedEntries(*this);
+    if (entries.isEmpty()) {
+        // A name typed into the field: the chooser's own handling.
+        chosen_ = selectedFiles();
+        QFileDialog::accept();
+        return;
+    }
+    chosen_ = entries;
+    QDialog::accept();
+}
+
+int runOpenPanel(QWidget* parent, std::vector<std::string>& chosen) {
+    FilesAndFoldersDialog dialog(parent);
+    if (dialog.exec() != QDialog::Accepted) return 0;
+    chosen.clear();
+    for (const QString& path : dialog.chosenPaths()) chosen.push_back(path.toStdString());
+    return 1;
+}
+
+}  // namespace qvt::ui

@@ -1,0 +1,31 @@
+// The chooser of the source screen: files and folders, several at once.
+#pragma once
+
+#include <QFileDialog>
+#include <QStringList>
+#include <string>
+#include <vector>
+
+namespace qvt::ui {
+
+class FilesAndFoldersDialog : public QFileDialog {
+    Q_OBJECT
+  public:
+    explicit FilesAndFoldersDialog(QWidget* parent = nullptr);
+
+    // The absolute paths chosen when the dialog was accepted.
+    QStringList chosenPaths() const { return chosen_; }
+
+  public slots:
+    // Takes the selected entries, folders included, instead of opening a selected folder.
+    void accept() override;
+
+  private:
+    QStringList chosen_;
+};
+
+// Runs the chooser modally over `parent`; fills `chosen` and answers 1 when the user chose,
+// 0 when the chooser was cancelled.
+int runOpenPanel(QWidget* parent, std::vector<std::string>& chosen);
+
+}  // namespace qvt::ui

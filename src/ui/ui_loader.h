@@ -1,0 +1,23 @@
+// Builds the window's widgets from the interface definition, making the wizard's own control
+// classes for the class names the definition uses.
+#pragma once
+
+#include <QUiLoader>
+
+class QVTransfer;
+
+namespace qvt::ui {
+
+class TransferUiLoader : public QUiLoader {
+    Q_OBJECT
+  public:
+    // Controls that work on the controller's state directly are made for `owner`.
+    explicit TransferUiLoader(QVTransfer& owner, QObject* parent = nullptr);
+    QWidget* createWidget(const QString& className, QWidget* parent = nullptr,
+                          const QString& name = QString()) override;
+
+  private:
+    QVTransfer& owner_;
+};
+
+}  // namespace qvt::ui

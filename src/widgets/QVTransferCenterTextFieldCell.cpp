@@ -1,0 +1,36 @@
+#include "widgets/QVTransferCenterTextFieldCell.h"
+
+#include <QPainter>
+#include <QStyle>
+
+namespace qvt {
+
+QVTransferCenterTextFieldCell::QVTransferCenterTextFieldCell(QWidget* parent) : QLabel(parent) {}
+
+QRect QVTransferCenterTextFieldCell::titleRectForBounds(const QRect& bounds, int textHeight) {
+    QRect r = bounds;
+    if (textHeight < bounds.height()) {
+        r.setTop(bounds.top() + (bounds.height() - textHeight) / 2);
+        r.setHeight(textHeight);
+    }
+    return r;
+}
+
+void QVTransferCenterTextFieldCell::paintEvent(QPaintEvent* event) {
+    if (textFormat() == Qt::RichText || !pixmap().isNull()) {
+        QLabel::paintEvent(event);
+        return;
+    }
+    QPainter painter(this);
+    drawFrame(&painter);
+    const QRect bounds = contentsRect().adjusted(margin(), margin(), -margin(), -margin());
+    const int flags = (alignment() & Qt::AlignHorizontal_Mask) | Qt::AlignTop |
+                      (wordWrap() ? Qt::TextWordWrap : 0);
+    const QRect needed = fontMetrics().boundingRect(bounds, flags, text());
+    const QRect area = titleRectForBounds(bounds, needed.height());
+    painter.setPen(
+        palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, foregroundRole()));
+    painter.drawText(area, flags, text());
+}
+
+}  // namespace qvt

@@ -1,0 +1,92 @@
+#include "widgets/QVTransferLinkButton.h"
+
+#include <QPainter>
+#include <algorithm>
+
+namespace qvt {
+
+namespace {
+constexpr int kImageTitleGap = 5;
+}
+
+QVTransferLinkButton::QVTransferLinkButton(QWidget* parent) : QPushButton(parent) {
+    setCursor(Qt::PointingHandCursor);
+    setFlat(true);
+    setAutoDefault(false);
+    setFocusPolicy(Qt::NoFocus);
+    setAttribute(Qt::WA_Hover);
+    titleFont_ = font();
+}
+
+void QVTransferLinkButton::setUpTitle(const QString& title, const QFont& titleFont,
+                                      Qt::Alignment /*alignment: the stored one is used*/) {
+    title_ = title;
+    titleFont_ = titleFont;
+    titleFont_.setUnderline(true);
+    setText(title);
+    setFont(titleFont_);
+    setFlat(true);
+    setFocusPolicy(Qt::NoFocus);
+    updateGeometry();
+    update();
+}
+
+void QVTransferLinkButton::setUpImages(const QIcon& defaultImage, const QIcon& hoveredImage) {
+    defaultImage_ = defaultImage;
+    hoveredImage_ = hoveredImage;
+    setIcon(defaultImage);
+    updateGeometry();
+    update();
+}
+
+void QVTransferLinkButton::enterEvent(QEnterEvent* event) {
+    if (!hoveredImage_.isNull()) setIcon(hoveredImage_);
+    titleColor_ = hoverColor();
+    setUpTitle(title_, titleFont_, textAlignment_);
+    QPushButton::enterEvent(event);
+}
+
+void QVTransferLinkButton::leaveEvent(QEvent* event) {
+    if (!hoveredImage_.isNull()) setIcon(defaultImage_);
+    titleColor_ = exitColor();
+    setUpTitle(title_, titleFont_, textAlignment_);
+    QPushButton::leaveEvent(event);
+}
+
+QRect QVTransferLinkButton::imageRect() const {
+    if (icon().isNull()) return {};
+    const QSize size = iconSize();
+    return {0, (height() - size.height()) / 2, size.width(), size.height()};
+}
+
+QSize QVTransferLinkButton::sizeHint() const {
+    const QFontMetrics metrics(titleFont_);
+    int width = metrics.horizontalAdvance(title_) + 2;
+    int height = metrics.height() + 4;
+    if (!icon().isNull()) {
+        width += iconSize().width() + kImageTitleGap;
+        height = std::max(height, iconSize().height());
+    }
+    return {width, height};
+}
+
+void QVTransferLinkButton::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    QRect textArea = rect();
+    const QRect image = imageRect();
+    if (!image.isNull()) {
+        const QIcon::Mode mode = isEnabled() ? QIcon::Normal : QIcon::Disabled;
+        icon().paint(&painter, image, Qt::AlignCenter, mode);
+        textArea.setLeft(image.right() + 1 + kImageTitleGap);
+    }
+    QColor colour = titleColor_;
+    if (!isEnabled()) colour.setAlphaF(0.4);
+    painter.setPen(colour);
+    painter.setFont(titleFont_);
+    const QString shown =
+        QFontMetrics(titleFont_).elidedText(title_, Qt::ElideRight, textArea.width());
+    const Qt::Alignment horizontal = textAlignment_ & Qt::AlignHorizontal_Mask;
+    painter.drawText(textArea, (horizontal ? horizontal : Qt::AlignLeft) | Qt::AlignVCenter, shown);
+}
+
+}  // namespace qvt
