@@ -16,11 +16,12 @@
 namespace {
 
 const char* kUsage =
-    "usage: qvtransfer-host [--record FILE | --das PATH... | --nas ADDRESS --serial SN --name NAME]\n"
+    "usage: qvtransfer-host [--record FILE | --das PATH... | --nas ADDRESS --serial SN --name "
+    "NAME]\n"
     "                       [--zero-state] [--resume] [--screenshot PNG]\n";
 
 class PrintingDelegate : public QVTransferFullDelegate {
-public:
+  public:
     void fileTransferStatusUpdate(bool completed, bool failed, bool cancelled, bool paused,
                                   bool reachable, const std::string& status,
                                   const std::string& subStatus) override {
@@ -33,12 +34,14 @@ public:
     void backToVantorFromQVTransfer() override {
         std::printf("backToVantorFromQVTransfer\n");
         std::fflush(stdout);
-        QMetaObject::invokeMethod(qApp, [] { qApp->quit(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            qApp, [] { qApp->quit(); }, Qt::QueuedConnection);
     }
     void cancelledQVTransfer() override {
         std::printf("cancelledQVTransfer\n");
         std::fflush(stdout);
-        QMetaObject::invokeMethod(qApp, [] { qApp->quit(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            qApp, [] { qApp->quit(); }, Qt::QueuedConnection);
     }
 };
 
@@ -79,7 +82,8 @@ int main(int argc, char** argv) {
             if (!value(screenshot)) return fail("--screenshot needs a file");
         } else if (a == "--das") {
             das = true;
-            while (i + 1 < argc && std::strncmp(argv[i + 1], "--", 2) != 0) dasPaths.push_back(argv[++i]);
+            while (i + 1 < argc && std::strncmp(argv[i + 1], "--", 2) != 0)
+                dasPaths.push_back(argv[++i]);
         } else if (a == "--resume") {
             resume = true;
         } else if (a == "--zero-state") {
@@ -88,7 +92,8 @@ int main(int argc, char** argv) {
             std::fputs(kUsage, stdout);
             return 0;
         } else if (a == "--version") {
-            std::printf("%s (%g)\n", reinterpret_cast<const char*>(QVTransferFrameworkVersionString),
+            std::printf("%s (%g)\n",
+                        reinterpret_cast<const char*>(QVTransferFrameworkVersionString),
                         QVTransferFrameworkVersionNumber);
             return 0;
         } else {
@@ -116,7 +121,8 @@ int main(int argc, char** argv) {
         qvt::Record info{{"productName", name.empty() ? std::string("Local Drive") : name},
                          {"serialNumber", serial.empty() ? std::string("LOCAL-DRIVE") : serial},
                          {"volumeArray", volumes}};
-        device = qvt::Record{{"deviceType", "DAS"}, {"isZeroState", zeroState}, {"deviceInfo", info}};
+        device =
+            qvt::Record{{"deviceType", "DAS"}, {"isZeroState", zeroState}, {"deviceInfo", info}};
     } else if (!nasAddress.empty()) {
         if (serial.empty() || name.empty()) return fail("--nas needs --serial and --name");
         qvt::Record info{{"productName", name},
@@ -124,7 +130,8 @@ int main(int argc, char** argv) {
                          {"hostName", name},
                          {"serialNumber", serial},
                          {"volumeArray", qvt::List{}}};
-        device = qvt::Record{{"deviceType", "NAS"}, {"isZeroState", zeroState}, {"deviceInfo", info}};
+        device =
+            qvt::Record{{"deviceType", "NAS"}, {"isZeroState", zeroState}, {"deviceInfo", info}};
     } else {
         return fail("no device given: use --record FILE, --das PATH... or --nas ADDRESS");
     }

@@ -9,7 +9,7 @@ namespace qvt {
 
 template <typename T>
 class Guarded {
-public:
+  public:
     Guarded() = default;
     explicit Guarded(T value) : value_(std::move(value)) {}
     Guarded(const Guarded&) = delete;
@@ -39,7 +39,7 @@ public:
         return f(value_);
     }
 
-private:
+  private:
     mutable std::mutex mutex_;
     T value_{};
 };

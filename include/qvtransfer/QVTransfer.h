@@ -38,13 +38,13 @@ enum class Screen { Users, Sources, Destination, Status };
 
 // The modal windows of the wizard.
 enum class Dialog {
-    UploadErrors,          // errorViewWindow: the failed-files list
-    LostConnection,        // lostConnectionDialog
-    DeviceMissing,         // deviceMissingDialog
-    DeviceFull,            // deviceFullDialog
-    ProtectedFiles,        // containsSystemFilesDialog
-    QuitConfirmation,      // quitDialog
-    CancelUploadConfirm,   // cancelUploadConfDialog
+    UploadErrors,         // errorViewWindow: the failed-files list
+    LostConnection,       // lostConnectionDialog
+    DeviceMissing,        // deviceMissingDialog
+    DeviceFull,           // deviceFullDialog
+    ProtectedFiles,       // containsSystemFilesDialog
+    QuitConfirmation,     // quitDialog
+    CancelUploadConfirm,  // cancelUploadConfDialog
 };
 
 const char* screenName(Screen s);
@@ -59,7 +59,7 @@ struct Colour {
 }  // namespace qvt
 
 class QVTransfer : public std::enable_shared_from_this<QVTransfer> {
-public:
+  public:
     // Creates the controller for `device`, or nothing when its interface cannot be loaded.
     static std::shared_ptr<QVTransfer> initWithDevice(const qvt::Record& device);
     // The same with the platform services given (tests inject clocks, views and fakes).
@@ -168,8 +168,7 @@ public:
     void outlineViewItemDidExpand(const qvt::Record& userInfo);
     // Appends the FolderNode of one sub-folder to the children of `folderDictOutlineView`, then
     // re-arranges the tree on the main thread (expansion worker).
-    void buildDestinationFilesTree(const std::string& folderName,
-                                   const std::string& folderFullPath,
+    void buildDestinationFilesTree(const std::string& folderName, const std::string& folderFullPath,
                                    const FolderNodeRef& folderDictOutlineView);
     // The source screen's Next button (main).
     void selectDestinationForFileTransfer();
@@ -289,8 +288,12 @@ public:
 #undef QVT_DECLARE_LOCALE_PROPERTY
 
     // ---- Wiring ----
-    qvt::QVTransferView* view() const { return view_.get(); }
-    const qvt::Services& services() const { return *services_; }
+    qvt::QVTransferView* view() const {
+        return view_.get();
+    }
+    const qvt::Services& services() const {
+        return *services_;
+    }
     qvt::platform::Log& log() const;
     qvt::platform::Clock& clock() const;
     qvt::platform::Dispatcher& dispatcher() const;
@@ -303,7 +306,7 @@ public:
     // Interface set-up and initial state, run once when the interface is loaded.
     void awakeFromInterface();
 
-private:
+  private:
     explicit QVTransfer(const qvt::Services& services);
 
     std::unique_ptr<qvt::Services> services_;
@@ -314,7 +317,7 @@ namespace qvt {
 // Loads the interface definition named "QVTransfer" from the library's own resources with the
 // controller as its owner.
 class QVTransferInstantiate {
-public:
+  public:
     static bool initQVTransferForClass(QVTransfer& owner);
 };
 }  // namespace qvt

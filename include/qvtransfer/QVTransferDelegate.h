@@ -6,7 +6,7 @@
 #include <string>
 
 class QVTransferDelegate {
-public:
+  public:
     virtual ~QVTransferDelegate() = default;
 };
 
@@ -14,7 +14,7 @@ public:
 // resume, and on disconnect, reconnection and device-full events. Sent on whatever thread the
 // event happens on.
 class QVTransferStatusDelegate : public virtual QVTransferDelegate {
-public:
+  public:
     virtual void fileTransferStatusUpdate(bool isFileTransferCompleted, bool isFileTransferFailed,
                                           bool isFileTransferCancelled, bool isFileTransferPaused,
                                           bool isDeviceReachable, const std::string& progressStatus,
@@ -23,13 +23,13 @@ public:
 
 // Sent when the user goes back from the first screen of the wizard.
 class QVTransferBackDelegate : public virtual QVTransferDelegate {
-public:
+  public:
     virtual void backToVantorFromQVTransfer() = 0;
 };
 
 // Sent when the session ends; the host may then release the controller.
 class QVTransferCancelDelegate : public virtual QVTransferDelegate {
-public:
+  public:
     virtual void cancelledQVTransfer() = 0;
 };
 

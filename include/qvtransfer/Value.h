@@ -21,7 +21,7 @@ using Date = std::chrono::system_clock::time_point;
 
 // A string-keyed record whose keys keep the order in which they were first set.
 class Record {
-public:
+  public:
     using Entry = std::pair<std::string, Value>;
 
     Record() = default;
@@ -54,14 +54,14 @@ public:
 
     bool operator==(const Record& other) const;
 
-private:
+  private:
     std::vector<Entry> entries_;
 };
 
 // One property-list value. Unsigned integers are kept apart from signed ones so byte counts
 // above 2^63 survive a round trip.
 class Value {
-public:
+  public:
     using Storage = std::variant<std::monostate, std::string, std::int64_t, std::uint64_t, double,
                                  bool, Date, Data, List, std::shared_ptr<Record>>;
 
@@ -130,14 +130,18 @@ public:
     // and an unsigned integer of the same numeric value are equal.
     bool operator==(const Value& other) const;
 
-private:
+  private:
     Storage v_;
 };
 
 std::string describe(const Record& record);
 
 // Defined here, once Value is complete, so the header compiles with every standard library.
-inline std::size_t Record::size() const { return entries_.size(); }
-inline bool Record::empty() const { return entries_.empty(); }
+inline std::size_t Record::size() const {
+    return entries_.size();
+}
+inline bool Record::empty() const {
+    return entries_.empty();
+}
 
 }  // namespace qvt

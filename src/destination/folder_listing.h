@@ -1,6 +1,6 @@
 // Reading folders for the destination tree: the visible entries of a folder, the sub-folder
 // probe that decides whether a node gets a disclosure triangle, display names and the
-// Finder-like order of a level.
+// Numeric-aware order of a level, as a file manager shows it.
 #pragma once
 
 #include <functional>
@@ -38,7 +38,7 @@ bool hasVisibleSubfolder(const std::string& path);
 
 // The absolute file URL string of `path` ("file:///a%20b/c"), the key a level is sorted by.
 std::string fileURLString(const std::string& path);
-// Finder-like comparison: numbers inside names compare by value ("2" before "10") and letters
+// Numeric-aware comparison: numbers inside names compare by value ("2" before "10") and letters
 // ignore case. It holds in the C locale too: the collation uses the user's locale, or English
 // when the process has none.
 bool standardLess(const std::string& a, const std::string& b);

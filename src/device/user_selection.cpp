@@ -17,7 +17,9 @@ namespace {
 constexpr const char* kNasUsersView = "nasUsersView";
 constexpr const char* kLostConnectionRetry = "lostConnectionRetryButton";
 
-std::string listDescription(const List& list) { return qvt::Value(list).describe(); }
+std::string listDescription(const List& list) {
+    return qvt::Value(list).describe();
+}
 
 }  // namespace
 
@@ -35,8 +37,8 @@ void QVTransfer::selectNASUser() {
             self->dispatcher().mainSync(
                 [&] { self->processUsersReply(reply.status, reply.users); });
         }
-        self->log().write(format("QVTransfer: allUsers:%@\n%@", reply.logForm,
-                                 listDescription(reply.users)));
+        self->log().write(
+            format("QVTransfer: allUsers:%@\n%@", reply.logForm, listDescription(reply.users)));
     });
 }
 
@@ -88,7 +90,8 @@ void QVTransfer::processUsersReply(long httpStatus, const List& users) {
 
 void QVTransfer::selectUser(int selectedIndex) {
     const List users = usersArrayController.get();
-    if (users.empty() || selectedIndex < 0 || static_cast<std::size_t>(selectedIndex) >= users.size())
+    if (users.empty() || selectedIndex < 0 ||
+        static_cast<std::size_t>(selectedIndex) >= users.size())
         return;
     usersPopupSelectedIndex = selectedIndex;
     const Record* user = users[static_cast<std::size_t>(selectedIndex)].asRecord();
@@ -167,7 +170,8 @@ void QVTransfer::discovereDevicesForTransfer(const Record& devices) {
         for (const auto& entry : *found) {
             const Record* device = entry.asRecord();
             if (!device || device->string("serialNumber") != serial) continue;
-            log().write(format("QVTransfer: discovereDevicesForTransfer: %@", qvt::describe(*device)));
+            log().write(
+                format("QVTransfer: discovereDevicesForTransfer: %@", qvt::describe(*device)));
             // Replace the record as a whole, so other threads see the old or the new one.
             Record updated = selectedDeviceDict.get();
             Record info = deviceInfo();

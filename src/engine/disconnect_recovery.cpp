@@ -1,6 +1,6 @@
 // Recovery after the device was lost during an upload.
-#include "qvtransfer/QVTransfer.h"
 #include "platform/log.h"
+#include "qvtransfer/QVTransfer.h"
 
 void QVTransfer::resumeTransferAfterDisconnect() {
     // Only the announcement exists so far: remounting the destination and releasing the paused

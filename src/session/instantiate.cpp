@@ -14,23 +14,34 @@ bool QVTransferInstantiate::initQVTransferForClass(QVTransfer& owner) {
 
 const char* screenName(Screen s) {
     switch (s) {
-        case Screen::Users: return "nasUsersView";
-        case Screen::Sources: return "sourceFilesView";
-        case Screen::Destination: return "destinationFilesView";
-        case Screen::Status: return "statusView";
+        case Screen::Users:
+            return "nasUsersView";
+        case Screen::Sources:
+            return "sourceFilesView";
+        case Screen::Destination:
+            return "destinationFilesView";
+        case Screen::Status:
+            return "statusView";
     }
     return "";
 }
 
 const char* dialogName(Dialog d) {
     switch (d) {
-        case Dialog::UploadErrors: return "errorViewWindow";
-        case Dialog::LostConnection: return "lostConnectionDialog";
-        case Dialog::DeviceMissing: return "deviceMissingDialog";
-        case Dialog::DeviceFull: return "deviceFullDialog";
-        case Dialog::ProtectedFiles: return "containsSystemFilesDialog";
-        case Dialog::QuitConfirmation: return "quitDialog";
-        case Dialog::CancelUploadConfirm: return "cancelUploadConfDialog";
+        case Dialog::UploadErrors:
+            return "errorViewWindow";
+        case Dialog::LostConnection:
+            return "lostConnectionDialog";
+        case Dialog::DeviceMissing:
+            return "deviceMissingDialog";
+        case Dialog::DeviceFull:
+            return "deviceFullDialog";
+        case Dialog::ProtectedFiles:
+            return "containsSystemFilesDialog";
+        case Dialog::QuitConfirmation:
+            return "quitDialog";
+        case Dialog::CancelUploadConfirm:
+            return "cancelUploadConfDialog";
     }
     return "";
 }

@@ -71,7 +71,6 @@ void QVTransfer::setupLocaleTexts() {
     localeCHOOSE_UPLOAD_LOCATION_title = format(localeCHOOSE_UPLOAD_LOCATION_title, product);
     localeLOST_CONNECTION_MSG_txt = format(localeLOST_CONNECTION_MSG_txt, product);
     localeDEVICE_LOST_CONNECTION_MSG_txt = format(localeDEVICE_LOST_CONNECTION_MSG_txt, product);
-    localeOUT_OF_SPACE_MSG_txt =
-        format("%@\n\n%@", localeDEVICE_FULL_WARNING_txt, cancelWarning);
+    localeOUT_OF_SPACE_MSG_txt = format("%@\n\n%@", localeDEVICE_FULL_WARNING_txt, cancelWarning);
     localeDEVICE_FULL_MSG_txt = format(localeDEVICE_FULL_MSG_txt, product);
 }

@@ -55,9 +55,15 @@ QVTransfer::~QVTransfer() {
     }
 }
 
-qvt::platform::Log& QVTransfer::log() const { return *services_->log; }
-qvt::platform::Clock& QVTransfer::clock() const { return *services_->clock; }
-qvt::platform::Dispatcher& QVTransfer::dispatcher() const { return *services_->dispatch; }
+qvt::platform::Log& QVTransfer::log() const {
+    return *services_->log;
+}
+qvt::platform::Clock& QVTransfer::clock() const {
+    return *services_->clock;
+}
+qvt::platform::Dispatcher& QVTransfer::dispatcher() const {
+    return *services_->dispatch;
+}
 
 std::string QVTransfer::deviceType() const {
     return selectedDeviceDict.with([](const Record& r) { return r.string("deviceType"); });
@@ -102,10 +108,10 @@ void QVTransfer::awakeFromInterface() {
     totalTransferredFilesSize = 0;
     totalNumberOfSourceFolders = 0;
     totalNumberOfSourceFiles = 0;
-    for (auto* flag : {&removeFilesAfterUpload, &uploadCancelled, &uploadPaused,
-                       &resumedAfterRestart, &isStatusWindowHidden, &isFileTransferFailed,
-                       &nasUsersViewDisplayed, &reconnectingDevice, &deviceFull,
-                       &finishedfetchingUsers, &excludeFile})
+    for (auto* flag :
+         {&removeFilesAfterUpload, &uploadCancelled, &uploadPaused, &resumedAfterRestart,
+          &isStatusWindowHidden, &isFileTransferFailed, &nasUsersViewDisplayed, &reconnectingDevice,
+          &deviceFull, &finishedfetchingUsers, &excludeFile})
         *flag = false;
     transferWindowShouldClose = true;
     progressValue = 1;
@@ -150,8 +156,9 @@ void QVTransfer::setDelegate(const std::shared_ptr<QVTransferDelegate>& delegate
         responds = dynamic_cast<QVTransferBackDelegate*>(delegate.get()) != nullptr;
     }
     delegateRespondsToFileTransferStatusUpdate = responds;
-    log().write(fmt::format("QVTransfer: setDelegate: delegateRespondsToFileTransferStatusUpdate: %d",
-                            responds ? 1 : 0));
+    log().write(
+        fmt::format("QVTransfer: setDelegate: delegateRespondsToFileTransferStatusUpdate: %d",
+                    responds ? 1 : 0));
 }
 
 void QVTransfer::sendFileTransferStatusUpdate(const std::string& progressStatusText) {
@@ -175,8 +182,8 @@ void QVTransfer::sendCancelledQVTransfer() {
 }
 
 void QVTransfer::startFileTransfer() {
-    log().write(fmt::format("QVTransfer: startFileTransfer: %@",
-                            qvt::describe(selectedDeviceDict.get())));
+    log().write(
+        fmt::format("QVTransfer: startFileTransfer: %@", qvt::describe(selectedDeviceDict.get())));
     view_->bringToFront();
 
     if (!isZeroState) {
@@ -212,7 +219,8 @@ void QVTransfer::clearMainTransferView() {
     // Take the list once and remove its last element once per element: whatever is stacked
     // goes, topmost first.
     const std::size_t count = mainTransferView.size();
-    for (std::size_t i = 0; i < count && !mainTransferView.empty(); ++i) mainTransferView.pop_back();
+    for (std::size_t i = 0; i < count && !mainTransferView.empty(); ++i)
+        mainTransferView.pop_back();
     view_->showScreen(nullptr);
 }
 
@@ -267,7 +275,9 @@ bool QVTransfer::windowShouldClose() {
     return transferWindowShouldClose;
 }
 
-void QVTransfer::windowWillClose() { view_->stopModal(); }
+void QVTransfer::windowWillClose() {
+    view_->stopModal();
+}
 
 void QVTransfer::quitTransferYES() {
     view_->endModal(qvt::Dialog::QuitConfirmation, 1);

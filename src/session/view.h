@@ -12,7 +12,7 @@
 namespace qvt {
 
 class QVTransferView {
-public:
+  public:
     virtual ~QVTransferView() = default;
 
     // Brings the window to the front and activates the application.

@@ -16,6 +16,9 @@
 #include <QTimer>
 #include <algorithm>
 #include <cmath>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
 
 #include "ui/transfer_window_widget.h"
 #include "ui/ui_loader.h"
@@ -138,10 +141,28 @@ void QtTransferWindow::showScreen(const Screen* screen) {
 
 int QtTransferWindow::runModal(Dialog which) {
     if (!onGuiThread()) {
-        int code = 0;
+        // Handed to the window's thread and waited for. The wait uses the standard library's
+        // own primitives so the hand-over is visible to the thread checker.
+        struct Handover {
+            std::mutex mutex;
+            std::condition_variable done;
+            bool finished = false;
+            int code = 0;
+        };
+        auto handover = std::make_shared<Handover>();
         QMetaObject::invokeMethod(
-            this, [this, which, &code] { code = runModal(which); }, Qt::BlockingQueuedConnection);
-        return code;
+            this,
+            [this, which, handover] {
+                const int code = runModal(which);
+                std::lock_guard lock(handover->mutex);
+                handover->code = code;
+                handover->finished = true;
+                handover->done.notify_all();
+            },
+            Qt::QueuedConnection);
+        std::unique_lock lock(handover->mutex);
+        handover->done.wait(lock, [&] { return handover->finished; });
+        return handover->code;
     }
     QDialog* box = dialog(which);
     if (!box) return 0;

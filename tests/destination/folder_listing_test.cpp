@@ -1,5 +1,5 @@
 // Reading folders for the destination tree: visible entries, the sub-folder probe through the
-// percent-escaped address, display names and the Finder-like order.
+// percent-escaped address, display names and the numeric-aware order.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -124,7 +124,7 @@ TEST(FolderListing, NumbersCompareByValueEvenInTheCLocale) {
     EXPECT_TRUE(standardLess("Banana", "cherry"));
 }
 
-TEST(FolderListing, LevelOrderIsFinderLike) {
+TEST(FolderListing, LevelOrderIsNumericAware) {
     TempDir t;
     for (const char* name : {"10", "2", "1", "Zeta", "apple", "Banana", "Folder 10", "Folder 9"})
         fs::create_directories(t / name);

@@ -149,7 +149,7 @@ TEST(VolumeTree, UnmountedVolumeIsMountedUnderTheMountFolder) {
     EXPECT_TRUE(hasOnlyPlaceholder(nodeAt(*c, {0, 1})));
 }
 
-TEST(VolumeTree, ExpansionListsVisibleFoldersInFinderOrder) {
+TEST(VolumeTree, ExpansionListsVisibleFoldersInNumericAwareOrder) {
     Harness h;
     TempDir t;
     for (const char* name : {"10", "2", "1", "Zeta", "apple", ".hidden"})

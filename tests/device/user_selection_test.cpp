@@ -25,9 +25,8 @@ struct Session {
     explicit Session(const DeviceConfig& config) {
         port = sim.start(config);
         EXPECT_GT(port, 0);
-        wizard = QVTransfer::initWithDevice(nasDevice(sim.address(), config.serialNumber,
-                                                      config.productName),
-                                            h.services);
+        wizard = QVTransfer::initWithDevice(
+            nasDevice(sim.address(), config.serialNumber, config.productName), h.services);
         EXPECT_TRUE(wizard);
         delegate = std::make_shared<RecordingFullDelegate>();
         wizard->setDelegate(delegate);
@@ -104,7 +103,8 @@ TEST(UserSelection, PasswordWithABlankIsEscapedForTheLoginAndAccepted) {
         << s.sim.lastQuery(Endpoint::LocalLogin);
     EXPECT_FALSE(s.wizard->incorrectPassword);
     EXPECT_TRUE(s.screenIs(Screen::Sources));
-    for (const auto& line : s.h.log->lines()) EXPECT_EQ(line.find("a b"), std::string::npos) << line;
+    for (const auto& line : s.h.log->lines())
+        EXPECT_EQ(line.find("a b"), std::string::npos) << line;
     for (const auto& line : s.h.log->lines())
         EXPECT_EQ(line.find("a%20b"), std::string::npos) << line;
 }
@@ -238,8 +238,9 @@ TEST(Discovery, DirectlyAttachedVolumeHeldByTwoEntriesResumesTwice) {
     c->reconnectingDevice = true;
     c->selectedDASUUID.set("UUID-1");
     Record vol{{"uuid", "UUID-1"}};
-    Record devices{{"DAS", List{Record{{"volumeArray", List{Record{{"uuid", "X"}}, vol, vol}}},
-                                Record{{"volumeArray", "broken"}}, Record{{"volumeArray", List{vol}}}}}};
+    Record devices{
+        {"DAS", List{Record{{"volumeArray", List{Record{{"uuid", "X"}}, vol, vol}}},
+                     Record{{"volumeArray", "broken"}}, Record{{"volumeArray", List{vol}}}}}};
     c->discovereDevicesForTransfer(devices);
     EXPECT_EQ(h.log->count("QVTransfer: resumeTransferAfterDisconnect"), 2u);
 }

@@ -44,8 +44,8 @@ TEST(Controller, InitialStateAfterConstruction) {
     EXPECT_EQ(c->userHomeDirectory, h.services.folders.home);
     EXPECT_EQ(c->transferDataFilePath,
               h.services.folders.applicationSupport + "/QVTransfer/qvtransfer.plist");
-    EXPECT_TRUE(std::filesystem::is_directory(h.services.folders.applicationSupport +
-                                              "/QVTransfer"));
+    EXPECT_TRUE(
+        std::filesystem::is_directory(h.services.folders.applicationSupport + "/QVTransfer"));
     // The shipped platform record says 10.10.
     EXPECT_EQ(c->minorOSVersion, 10);
     EXPECT_TRUE(h.view->hidden["uploadedFilesLink"]);
@@ -122,8 +122,7 @@ TEST(ZeroState, NonZeroStateBuildsTheDefaultList) {
         const auto expected = c->parseDefaultsSourceFilesList.get();
         ASSERT_TRUE(waitFor([&] {
             return !c->parseDefaultsSourceFilesList.get().empty() &&
-                   c->sourceFilesArray.get().size() ==
-                       c->parseDefaultsSourceFilesList.get().size();
+                   c->sourceFilesArray.get().size() == c->parseDefaultsSourceFilesList.get().size();
         }));
         ASSERT_TRUE(h.services.dispatch->waitIdle(20));
     }
@@ -137,8 +136,8 @@ TEST(Delegate, FlagFollowsTheSecondCheckAndIsLogged) {
     auto statusOnly = std::make_shared<RecordingStatusDelegate>();
     c->setDelegate(statusOnly);
     EXPECT_FALSE(c->delegateRespondsToFileTransferStatusUpdate);
-    EXPECT_TRUE(h.log->contains(
-        "QVTransfer: setDelegate: delegateRespondsToFileTransferStatusUpdate: 0"));
+    EXPECT_TRUE(
+        h.log->contains("QVTransfer: setDelegate: delegateRespondsToFileTransferStatusUpdate: 0"));
     // The flag is informational: every status message still arrives.
     c->sendFileTransferStatusUpdate("one");
     c->sendFileTransferStatusUpdate("two");
@@ -151,8 +150,8 @@ TEST(Delegate, FlagFollowsTheSecondCheckAndIsLogged) {
     auto full = std::make_shared<RecordingFullDelegate>();
     c->setDelegate(full);
     EXPECT_TRUE(c->delegateRespondsToFileTransferStatusUpdate);
-    EXPECT_TRUE(h.log->contains(
-        "QVTransfer: setDelegate: delegateRespondsToFileTransferStatusUpdate: 1"));
+    EXPECT_TRUE(
+        h.log->contains("QVTransfer: setDelegate: delegateRespondsToFileTransferStatusUpdate: 1"));
 
     struct BackOnly : QVTransferBackDelegate {
         void backToVantorFromQVTransfer() override {}
@@ -163,8 +162,8 @@ TEST(Delegate, FlagFollowsTheSecondCheckAndIsLogged) {
     h.log->clear();
     c->setDelegate(nullptr);
     EXPECT_FALSE(c->delegateRespondsToFileTransferStatusUpdate);
-    EXPECT_TRUE(h.log->contains(
-        "QVTransfer: setDelegate: delegateRespondsToFileTransferStatusUpdate: 0"));
+    EXPECT_TRUE(
+        h.log->contains("QVTransfer: setDelegate: delegateRespondsToFileTransferStatusUpdate: 0"));
 }
 
 TEST(Delegate, IsHeldWeakly) {
@@ -331,10 +330,11 @@ TEST(BadRecords, BehaveLikeAnUnknownDeviceType) {
 
 TEST(BadRecords, WrongTypesInsideAKnownDeviceDoNotCrash) {
     Harness h;
-    Record device{{"deviceType", "DAS"},
-                  {"isZeroState", true},
-                  {"deviceInfo", Record{{"productName", 12}, {"volumeArray", "none"},
-                                        {"deviceImage", "not an image"}}}};
+    Record device{
+        {"deviceType", "DAS"},
+        {"isZeroState", true},
+        {"deviceInfo",
+         Record{{"productName", 12}, {"volumeArray", "none"}, {"deviceImage", "not an image"}}}};
     auto c = QVTransfer::initWithDevice(device, h.services);
     ASSERT_TRUE(c);
     EXPECT_TRUE(c->deviceImage.empty());

@@ -45,9 +45,9 @@ TEST(LocaleTexts, EveryPropertyIsFilledFromTheTable) {
     auto c = make(h);
     // Every key the controller loads is present in the shipped English table, so no property
     // holds its bare key.
-#define QVT_CHECK_LOCALE(property, key)                        \
-    EXPECT_FALSE(c->locale##property.empty()) << #property;     \
-    if (*key) {                                                 \
+#define QVT_CHECK_LOCALE(property, key)                          \
+    EXPECT_FALSE(c->locale##property.empty()) << #property;      \
+    if (*key) {                                                  \
         EXPECT_NE(c->locale##property, std::string(key)) << key; \
     }
     QVT_LOCALE_TEXTS(QVT_CHECK_LOCALE)
@@ -86,9 +86,9 @@ TEST(LocaleTexts, ComposedTextsHaveExactlyOneBlankLineBetweenTheirParts) {
               c->localizedString("DEVICE_DISCONNECT_WARNING_txt") + "\n\n" + cancelWarning);
     EXPECT_EQ(c->localeOUT_OF_SPACE_MSG_txt,
               c->localizedString("DEVICE_FULL_WARNING_txt") + "\n\n" + cancelWarning);
-    for (const std::string* text : {&c->localeSYSTEM_FILE_WARNING1_txt_MAC,
-                                    &c->localeDEVICE_DISCONNECT_WARNING_txt,
-                                    &c->localeOUT_OF_SPACE_MSG_txt}) {
+    for (const std::string* text :
+         {&c->localeSYSTEM_FILE_WARNING1_txt_MAC, &c->localeDEVICE_DISCONNECT_WARNING_txt,
+          &c->localeOUT_OF_SPACE_MSG_txt}) {
         EXPECT_EQ(count(*text, "\n\n"), 1u) << *text;
         EXPECT_EQ(count(*text, "\n\n\n"), 0u) << *text;
     }
@@ -108,14 +108,14 @@ TEST(LocaleTexts, ProductNameIsFilledIntoTheComposedFormats) {
 }
 
 TEST(LocaleTexts, CountedWordsKeepTheirFormInEveryLanguage) {
-    for (const QLocale& locale : {QLocale(QLocale::English), QLocale(QLocale::German),
-                                  QLocale(QLocale::French)}) {
+    for (const QLocale& locale :
+         {QLocale(QLocale::English), QLocale(QLocale::German), QLocale(QLocale::French)}) {
         LocaleGuard guard(locale);
         Harness h;
         auto c = make(h);
         const std::regex form(R"(^%@ \S+$)");
-        for (const std::string* word : {&c->localeFILE_txt, &c->localeFILES_txt,
-                                        &c->localeFOLDER_txt, &c->localeFOLDERS_txt})
+        for (const std::string* word :
+             {&c->localeFILE_txt, &c->localeFILES_txt, &c->localeFOLDER_txt, &c->localeFOLDERS_txt})
             EXPECT_TRUE(std::regex_match(*word, form))
                 << locale.name().toStdString() << ": " << *word;
     }

@@ -93,8 +93,7 @@ int ScriptedView::runModal(Dialog dialog) {
 
 void ScriptedView::endModal(Dialog dialog, int code) {
     std::lock_guard lock(s_->mutex);
-    s_->calls.push_back(std::string("endModal ") + dialogName(dialog) + " " +
-                        std::to_string(code));
+    s_->calls.push_back(std::string("endModal ") + dialogName(dialog) + " " + std::to_string(code));
 }
 
 void ScriptedView::stopModal() {
@@ -154,8 +153,7 @@ bool ScriptedView::called(const std::string& call) const {
 // ---- Harness ----
 
 Harness::Harness(double timeScale)
-    : log(std::make_shared<platform::CaptureLog>()),
-      view(std::make_shared<ScriptedView::State>()) {
+    : log(std::make_shared<platform::CaptureLog>()), view(std::make_shared<ScriptedView::State>()) {
     services = Services::defaults();
     services.log = log;
     services.clock = std::make_shared<platform::SystemClock>(timeScale);

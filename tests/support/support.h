@@ -1,11 +1,11 @@
 // Helpers shared by the test programs.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <atomic>
 #include <string>
 #include <vector>
 
@@ -19,7 +19,7 @@ namespace qvt::test {
 
 // A fresh folder under /tmp, removed with everything in it when the object goes.
 class TempDir {
-public:
+  public:
     TempDir();
     ~TempDir();
     TempDir(const TempDir&) = delete;
@@ -27,7 +27,7 @@ public:
     const std::string& path() const { return path_; }
     std::string operator/(const std::string& name) const { return path_ + "/" + name; }
 
-private:
+  private:
     std::string path_;
 };
 
@@ -44,7 +44,7 @@ std::string readFile(const std::string& path);
 // A view that records what the controller asked of it. Modal runs return at once with the
 // code a test scripted for that dialog (0 unless set), after calling an optional hook.
 class ScriptedView : public QVTransferView {
-public:
+  public:
     struct State {
         mutable std::mutex mutex;
         std::vector<std::string> calls;  // "showScreen nasUsersView", "runModal quitDialog", ...
@@ -88,7 +88,7 @@ public:
     std::vector<std::string> calls() const;
     bool called(const std::string& call) const;
 
-private:
+  private:
     std::shared_ptr<State> s_;
 };
 
@@ -110,7 +110,7 @@ Record dasDevice(const std::vector<std::string>& volumePaths = {},
 
 // A delegate that counts and records what it receives; any subset of the three messages.
 class RecordingStatusDelegate : public QVTransferStatusDelegate {
-public:
+  public:
     void fileTransferStatusUpdate(bool completed, bool failed, bool cancelled, bool paused,
                                   bool reachable, const std::string& status,
                                   const std::string& subStatus) override;
@@ -118,7 +118,7 @@ public:
 };
 
 class RecordingFullDelegate : public QVTransferFullDelegate {
-public:
+  public:
     void fileTransferStatusUpdate(bool completed, bool failed, bool cancelled, bool paused,
                                   bool reachable, const std::string& status,
                                   const std::string& subStatus) override;
