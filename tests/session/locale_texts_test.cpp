@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <QLocale>
-#include <regex>
 
 #include "support.h"
 
@@ -113,11 +112,14 @@ TEST(LocaleTexts, CountedWordsKeepTheirFormInEveryLanguage) {
         LocaleGuard guard(locale);
         Harness h;
         auto c = make(h);
-        const std::regex form(R"(^%@ \S+$)");
+        // "%@", one blank, then one word without blanks.
+        auto hasForm = [](const std::string& w) {
+            return w.size() > 3 && w.rfind("%@ ", 0) == 0 && w.find(' ', 3) == std::string::npos &&
+                   w.find('\n') == std::string::npos;
+        };
         for (const std::string* word :
              {&c->localeFILE_txt, &c->localeFILES_txt, &c->localeFOLDER_txt, &c->localeFOLDERS_txt})
-            EXPECT_TRUE(std::regex_match(*word, form))
-                << locale.name().toStdString() << ": " << *word;
+            EXPECT_TRUE(hasForm(*word)) << locale.name().toStdString() << ": " << *word;
     }
 }
 
