@@ -4,6 +4,11 @@
 set -u
 build="$1"
 source_dir="$2"
+# A library built with sanitizers needs a host built with the same ones (their runtime must
+# come first).
+sanitize="${3:-}"
+san_flags=""
+[ -n "$sanitize" ] && san_flags="-fsanitize=$sanitize"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
@@ -21,12 +26,13 @@ for sym in QVTransferFrameworkVersionString QVTransferFrameworkVersionNumber; do
 done
 check bash -c "readelf -d '$lib' | grep -q 'SONAME.*libqvtransfer.so.1'"
 check cmake -S "$source_dir/tests/consumer" -B "$work/consumer" -G Ninja \
-    -DCMAKE_PREFIX_PATH="$work/prefix"
+    -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_FLAGS="$san_flags" \
+    -DCMAKE_EXE_LINKER_FLAGS="$san_flags"
 check cmake --build "$work/consumer"
 check bash -c "LD_LIBRARY_PATH='$(dirname "$lib")' '$work/consumer/consumer' | grep -q 'QVTransfer 1'"
 pc_dir=$(dirname "$(ls "$work"/prefix/lib*/pkgconfig/qvtransfer.pc | head -1)")
 check bash -c "PKG_CONFIG_PATH='$pc_dir' pkg-config --exists qvtransfer"
-check bash -c "PKG_CONFIG_PATH='$pc_dir' c++ -std=c++20 -o '$work/pc-consumer' \
+check bash -c "PKG_CONFIG_PATH='$pc_dir' c++ -std=c++20 $san_flags -o '$work/pc-consumer' \
     '$source_dir/tests/consumer/consumer.cpp' \$(PKG_CONFIG_PATH='$pc_dir' pkg-config --cflags --libs qvtransfer)"
 
 echo "$passed passed, $failures failed"
