@@ -15,6 +15,8 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <semaphore>
 #include <string>
 #include <vector>
 
@@ -49,6 +51,16 @@ enum class Dialog {
 
 const char* screenName(Screen s);
 const char* dialogName(Dialog d);
+
+// Why one file could not be copied: the platform's code (512 and 640 are the product's write
+// errors, anything else an errno value) and its readable description.
+struct TransferError {
+    int code = 0;
+    std::string localizedDescription;
+};
+
+// A pause of the upload: the copy thread and the estimator each wait on one of these.
+using PauseSemaphore = std::counting_semaphore<16>;
 
 // An RGB colour of 8-bit channels with an alpha fraction.
 struct Colour {
@@ -196,6 +208,58 @@ class QVTransfer : public std::enable_shared_from_this<QVTransfer> {
     // Unmounts the recorded mount points that the chosen destination does not lie in.
     void unMountSharesNotInUse();
 
+    // ---- Upload ----
+    // The Upload button: takes the destination from the outline's selected row, shows the
+    // status screen and starts the upload's four concurrent tasks (main).
+    void uploadFiles();
+    // The copy loop over sourceFilesArray; the upload's own thread. The resume and retry paths
+    // run it over their own lists.
+    void copySourceFiles();
+    // Copies one source, a file or a folder with everything below it, to `destFilePath`;
+    // returns when all of it has been handled (upload thread).
+    void transferFile(const std::string& sourcePath, const std::string& destFilePath,
+                      const std::string& destDir);
+    // Records the outcome of one handled file; two empty paths and no error end the upload
+    // (upload thread).
+    void processFileTransferStatus(const std::string& sourcePath, const std::string& destFilePath,
+                                   const std::optional<qvt::TransferError>& error);
+    // The clash-free name (no folder, no extension) for a path given without its extension.
+    std::string getDuplicateFileName(const std::string& pathWithoutExtension);
+    // The end-of-upload step: final texts, bars, failed list, messages and the last save (main).
+    void finishFileTransfer();
+    // Moves one uploaded source to the Trash; failures are logged only.
+    void moveSourceToTrash(const std::string& sourcePath);
+    // Entry points of the disconnect and device-full recovery: each pauses the upload and shows
+    // its dialog.
+    void displayDeviceDisconnect();
+    void displayDeviceFullDialog();
+
+    // ---- Progress and remaining time ----
+    // The estimator: samples the bytes at the destination every 3 seconds until the upload ends.
+    void calculateRemainingTime();
+    // The status screen's hide/close button.
+    void hideStatusWindow();
+    // Splits progressStatus at its line break into progressStatusMsg1 and progressStatusMsg2 and
+    // redraws the status screen (main).
+    void showProgressStatus();
+
+    // ---- Pause, resume and cancel ----
+    void pauseTransfer();
+    void resumeTransfer();
+    void cancelTransfer();
+    // Every status-screen button and the stop confirmation's buttons, told apart by tag.
+    void cancelUploadFiles(int senderTag);
+    // The lost-connection dialog's cancel button.
+    void cancelQVTransfer();
+    // Closing the status after an upload with errors.
+    void terminateTransfer();
+
+    // ---- Transfer data file ----
+    // Builds and writes the state file once.
+    void saveQVTransferDataToFile();
+    // Rewrites the state file every 3 seconds until the upload ends (its own thread).
+    void saveQVTransferDataToFileForEachFile();
+
     // ---- Properties ----
     // Host link
     std::weak_ptr<QVTransferDelegate> delegatedObject;
@@ -258,6 +322,12 @@ class QVTransfer : public std::enable_shared_from_this<QVTransfer> {
     qvt::Guarded<std::string> uploadErrorString;
     qvt::Guarded<std::string> numberOfFilesAndFolders;
     qvt::Guarded<qvt::Colour> statusTextColor;
+
+    // Pauses: absent (nothing) when no pause is in force; a new pause replaces both.
+    qvt::Guarded<std::shared_ptr<qvt::PauseSemaphore>> transfer_semaphore;
+    qvt::Guarded<std::shared_ptr<qvt::PauseSemaphore>> timeRemaining_semaphore;
+    // Held for every build-and-write of the state file, so two writes never overlap.
+    std::mutex transferDataFileLock;
 
     // Timing
     qvt::Guarded<qvt::Date> uploadstartDateTime;

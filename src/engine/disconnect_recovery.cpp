@@ -7,3 +7,6 @@ void QVTransfer::resumeTransferAfterDisconnect() {
     // copy arrive with the disconnect handling of the copy engine.
     log().write("QVTransfer: resumeTransferAfterDisconnect");
 }
+
+void QVTransfer::displayDeviceDisconnect() {}
+void QVTransfer::displayDeviceFullDialog() {}

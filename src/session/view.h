@@ -38,6 +38,8 @@ class QVTransferView {
     virtual void moveControl(const std::string& control, double y, double heightDelta) = 0;
     // Reloads a list, table, tree or popup from the controller's state.
     virtual void reload(const std::string& control) = 0;
+    // The folder of the destination outline's selected row ("" when no row is selected).
+    virtual std::string selectedDestinationFolder() const { return {}; }
     // Gives `control` the keyboard focus at the next turn of the event loop, selecting its
     // text when asked. Front ends without focus ignore it.
     virtual void focus(const std::string& control, bool selectAll) {

@@ -20,6 +20,7 @@
 #include <memory>
 #include <mutex>
 
+#include "ui/destination_outline_view.h"
 #include "ui/transfer_window_widget.h"
 #include "ui/ui_loader.h"
 #include "widgets/QVTransferLinkButton.h"
@@ -286,6 +287,13 @@ void QtTransferWindow::reload(const std::string& name) {
                  n == QLatin1String("failedListOutlineView"))
             reloadFailedList();
     });
+}
+
+std::string QtTransferWindow::selectedDestinationFolder() const {
+    // Asked by the Upload button's action, which runs on the GUI thread.
+    auto* tree =
+        control<ui::DestinationOutlineView>(QStringLiteral("destinationFolderOutlineView"));
+    return tree ? tree->selectedFolderPath().toStdString() : std::string();
 }
 
 void QtTransferWindow::focus(const std::string& name, bool selectAll) {

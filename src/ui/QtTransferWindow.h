@@ -49,6 +49,7 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void setValue(const std::string& control, double value) override;
     void moveControl(const std::string& control, double y, double heightDelta) override;
     void reload(const std::string& control) override;
+    std::string selectedDestinationFolder() const override;
     void focus(const std::string& control, bool selectAll) override;
 
     // ---- The window's parts ----

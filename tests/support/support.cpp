@@ -138,6 +138,11 @@ void ScriptedView::reload(const std::string& control) {
     s_->calls.push_back("reload " + control);
 }
 
+std::string ScriptedView::selectedDestinationFolder() const {
+    std::lock_guard lock(s_->mutex);
+    return s_->selectedFolder;
+}
+
 std::vector<std::string> ScriptedView::calls() const {
     std::lock_guard lock(s_->mutex);
     return s_->calls;

@@ -58,6 +58,8 @@ class ScriptedView : public QVTransferView {
         int frontCount = 0;
         const Screen* shown = nullptr;
         std::string shownName;
+        // What selectedDestinationFolder() answers: the row a test "selected".
+        std::string selectedFolder;
 
         bool called(const std::string& call) const {
             std::lock_guard lock(mutex);
@@ -82,6 +84,7 @@ class ScriptedView : public QVTransferView {
     void setValue(const std::string& control, double value) override;
     void moveControl(const std::string& control, double y, double heightDelta) override;
     void reload(const std::string& control) override;
+    std::string selectedDestinationFolder() const override;
 
     // Thread-safe snapshot of the calls so far (views are driven from the main thread, tests
     // read from it too).
