@@ -13,3 +13,6 @@ packages=(
 )
 apt-get update -q
 apt-get install -y -q "${packages[@]}"
+# The disk-mount fallback for processes that may not mount is tested against the real daemon;
+# its recommended desktop packages are not needed for that.
+apt-get install -y -q --no-install-recommends udisks2
