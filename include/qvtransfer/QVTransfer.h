@@ -212,9 +212,9 @@ class QVTransfer : public std::enable_shared_from_this<QVTransfer> {
     // The Upload button: takes the destination from the outline's selected row, shows the
     // status screen and starts the upload's four concurrent tasks (main).
     void uploadFiles();
-    // The copy loop over sourceFilesArray; the upload's own thread. The resume and retry paths
-    // run it over their own lists.
-    void copySourceFiles();
+    // The copy loop over sourceFilesArray from entry `firstIndex`; the upload's own thread. The
+    // resume and retry paths run it over their own lists.
+    void copySourceFiles(std::size_t firstIndex = 0);
     // Copies one source, a file or a folder with everything below it, to `destFilePath`;
     // returns when all of it has been handled (upload thread).
     void transferFile(const std::string& sourcePath, const std::string& destFilePath,
@@ -289,6 +289,10 @@ class QVTransfer : public std::enable_shared_from_this<QVTransfer> {
     std::atomic<bool> removeFilesAfterUpload{false};
     std::atomic<bool> uploadCancelled{false};
     std::atomic<bool> uploadPaused{false};
+    // Set when a pause ended the copy loop between two top-level sources; the resume that takes
+    // it starts the loop again at copyLoopNextIndex.
+    std::atomic<bool> copyLoopEndedByPause{false};
+    std::atomic<std::size_t> copyLoopNextIndex{0};
     std::atomic<bool> resumedAfterRestart{false};
     std::atomic<bool> finishedPopulatingDestinationFolders{false};
     std::atomic<bool> isStatusWindowHidden{false};

@@ -1,6 +1,14 @@
 // Recovery after the device was lost during an upload.
+#include <memory>
+#include <string>
+
+#include "engine/status_lines.h"
+#include "platform/clock.h"
+#include "platform/dispatch.h"
+#include "platform/format.h"
 #include "platform/log.h"
 #include "qvtransfer/QVTransfer.h"
+#include "session/view.h"
 
 void QVTransfer::resumeTransferAfterDisconnect() {
     // Only the announcement exists so far: remounting the destination and releasing the paused
@@ -8,5 +16,72 @@ void QVTransfer::resumeTransferAfterDisconnect() {
     log().write("QVTransfer: resumeTransferAfterDisconnect");
 }
 
-void QVTransfer::displayDeviceDisconnect() {}
-void QVTransfer::displayDeviceFullDialog() {}
+namespace {
+
+// A pause of the copy and the estimator for a lost or full device: new semaphores of count 0
+// replace any earlier ones, then the flag goes up.
+void pauseForDevice(QVTransfer& c, const char* operation) {
+    c.pausedstartDateTime.set(c.clock().now());
+    c.transfer_semaphore.set(std::make_shared<qvt::PauseSemaphore>(0));
+    c.timeRemaining_semaphore.set(std::make_shared<qvt::PauseSemaphore>(0));
+    c.log().write(qvt::platform::format("QVTransfer: %@: transfer_semaphore", operation));
+    c.log().write(qvt::platform::format("QVTransfer: %@: timeRemaining_semaphore", operation));
+    c.uploadPaused = true;
+}
+
+// Shows the status and the dialog on the main thread without holding up the copy thread, then
+// tells the host, with the warning line (the failures so far) added to the status.
+void showDeviceDialog(QVTransfer& c, qvt::Dialog dialog, bool resumeButton) {
+    auto self = c.shared_from_this();
+    c.dispatcher().mainAsync([self, dialog, resumeButton] {
+        if (resumeButton) self->view()->setTag("pauseResumeTransferButton", 4);
+        self->showProgressStatus();
+        const std::string message = qvt::platform::format(
+            "%@\n%@", self->progressStatus.get(), self->view()->text("errorWarningMessage"));
+        self->dispatcher().async(qvt::platform::QueuePriority::High,
+                                 [self, message] { self->sendFileTransferStatusUpdate(message); });
+        self->view()->runModal(dialog);
+    });
+}
+
+}  // namespace
+
+// Both entry points below pause the upload and show their dialog; the copy thread then waits
+// on transfer_semaphore at its retry. The watchers that find the device again (or free space
+// on it) and resume the upload come with the recovery work; until then only the user's cancel
+// from the dialog ends the wait.
+void QVTransfer::displayDeviceDisconnect() {
+    if (reconnectingDevice) return;
+    reconnectingDevice = true;
+    pauseForDevice(*this, "displayDeviceDisconnect");
+    statusTextColor.set(qvt::engine::kPausedStatusColour);
+
+    const std::string lost =
+        qvt::platform::format(localeDEVICE_DISCONNECT_txt, deviceInfo().string("productName"));
+    progressStatus.set(qvt::platform::format("%@\n%@", lost, localeDEVICE_DISCONNECT_MSG_txt));
+    subProgressStatus.set("");
+    progressStatus.set(
+        qvt::platform::format("%@\n%@", qvt::engine::filesProgressLine(*this), lost));
+
+    // The state file learns that the device is unreachable.
+    auto self = shared_from_this();
+    dispatcher().async(qvt::platform::QueuePriority::Background,
+                       [self] { self->saveQVTransferDataToFile(); });
+    showDeviceDialog(*this, qvt::Dialog::LostConnection, false);
+}
+
+void QVTransfer::displayDeviceFullDialog() {
+    // Never cleared after a resumption: a second full device in the same window retries at
+    // once without a dialog.
+    if (deviceFull) return;
+    pauseForDevice(*this, "displayDeviceFullDialog");
+    deviceFull = true;
+    statusTextColor.set(qvt::engine::kPausedStatusColour);
+
+    const std::string outOfSpace = localizedString("OUT_OF_SPACE_MSG_2_txt");
+    progressStatus.set(qvt::platform::format("%@\n%@", localeUPLOAD_PAUSED_txt, outOfSpace));
+    subProgressStatus.set("");
+    progressStatus.set(
+        qvt::platform::format("%@\n%@", qvt::engine::filesProgressLine(*this), outOfSpace));
+    showDeviceDialog(*this, qvt::Dialog::DeviceFull, true);
+}

@@ -1,7 +1,171 @@
-// Copying one source to the destination: clash-free names, folders merged, retries.
+// Copying one source to the destination: clash-free names, folders merged, retries after a lost
+// or full device.
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <unordered_set>
+
+#include "engine/duplicate_name.h"
+#include "engine/path_names.h"
+#include "platform/files.h"
+#include "platform/log.h"
 #include "qvtransfer/QVTransfer.h"
 
-void QVTransfer::transferFile(const std::string&, const std::string&, const std::string&) {}
-std::string QVTransfer::getDuplicateFileName(const std::string&) {
-    return {};
+namespace fs = qvt::platform;
+using qvt::engine::appendingPathComponent;
+using qvt::engine::deletingLastPathComponent;
+using qvt::engine::deletingPathExtension;
+using qvt::engine::lastPathComponent;
+using qvt::engine::pathExtension;
+
+namespace {
+
+// The copy thread's one blocking point for a pause: it waits for the resume (or the cancel)
+// of the pause in force, then drops that pause's semaphore.
+void waitWhilePaused(QVTransfer& c) {
+    if (!c.uploadPaused) return;
+    c.log().write("QVTransfer: transferFile 1: transfer_semaphore");
+    // Waited on outside the lock, so a resume can take the lock to signal it.
+    const auto semaphore = c.transfer_semaphore.get();
+    if (semaphore) semaphore->acquire();
+    c.log().write("QVTransfer: transferFile 2: transfer_semaphore");
+    // A semaphore that a newer pause put in place meanwhile belongs to that pause and stays.
+    c.transfer_semaphore.with([&](std::shared_ptr<qvt::PauseSemaphore>& current) {
+        if (current == semaphore) current.reset();
+    });
+}
+
+// Whether the destination's volume is gone: its remount identity is empty once the share's
+// connection is lost or the disk has been pulled.
+bool destinationVolumeLost(QVTransfer& c) {
+    return fs::files().volumeFacts(c.selectedDestinationShare.get()).remountURL.empty();
+}
+
+void reportLostDevice(QVTransfer& c) {
+    if (!c.reconnectingDevice) c.displayDeviceDisconnect();
+}
+
+qvt::TransferError transferError(int errnoValue) {
+    return qvt::TransferError{fs::platformErrorCode(errnoValue), fs::errorDescription(errnoValue)};
+}
+
+// `destination` when nothing is there, otherwise the same folder with a free name that keeps
+// the extension.
+std::string clashFreeDestination(QVTransfer& c, const std::string& destination) {
+    if (!fs::files().exists(destination)) return destination;
+    const std::string extension = pathExtension(destination);
+    std::string name = c.getDuplicateFileName(deletingPathExtension(destination));
+    if (!extension.empty()) name += "." + extension;
+    return appendingPathComponent(deletingLastPathComponent(destination), name);
+}
+
+enum class Step { Done, Retry };
+
+Step transferOneFile(QVTransfer& c, const std::string& source, std::string& destination) {
+    // After a restart, a file handled before it is not copied twice.
+    if (c.resumedAfterRestart &&
+        c.inProcessSourceFilesArray.with([&](const std::vector<std::string>& handled) {
+            return std::find(handled.begin(), handled.end(), destination) != handled.end();
+        }))
+        return Step::Done;
+
+    const std::string target = clashFreeDestination(c, destination);
+    c.inProcessDestFilePath.set(target);
+
+    // With the move option a source leaves its place, unless it is protected.
+    const int rc = c.removeFilesAfterUpload && !c.excludeFile
+                       ? fs::files().moveItem(source, target)
+                       : fs::files().copyItem(source, target);
+    if (c.uploadCancelled) return Step::Done;
+
+    std::optional<qvt::TransferError> error;
+    if (rc != 0) {
+        const int code = fs::platformErrorCode(rc);
+        const bool alias = fs::files().isAlias(target);
+        if (destinationVolumeLost(c) || (code == fs::kUnknownWriteError && !alias)) {
+            reportLostDevice(c);
+            destination = target;
+            return Step::Retry;
+        }
+        if (code == fs::kOutOfSpaceWriteError) {
+            c.displayDeviceFullDialog();
+            destination = target;
+            return Step::Retry;
+        }
+        // An unknown write error on an alias is what writing through the link reports after
+        // the data went through: the copy counts as done.
+        if (code != fs::kUnknownWriteError) error = transferError(rc);
+    }
+
+    c.inProcessSourceFilesArray.with(
+        [&](std::vector<std::string>& handled) { handled.push_back(target); });
+    c.processFileTransferStatus(source, target, error);
+    c.inProcessDestFilePath.set("");
+    return Step::Done;
+}
+
+Step transferFolder(QVTransfer& c, const std::string& source, const std::string& destination,
+                    const std::string& destDir) {
+    // An existing folder of that name is merged into; a folder never gets a new name.
+    if (!fs::files().exists(destination)) {
+        if (const int rc = fs::files().createFolder(destination, true)) {
+            const int code = fs::platformErrorCode(rc);
+            if (destinationVolumeLost(c) || code == fs::kUnknownWriteError) {
+                reportLostDevice(c);
+                return Step::Retry;
+            }
+            if (code == fs::kOutOfSpaceWriteError) {
+                c.displayDeviceFullDialog();
+                return Step::Retry;
+            }
+            c.processFileTransferStatus(source, destination, transferError(rc));
+            return Step::Done;
+        }
+    }
+    // Depth first, file by file: each file is reported on its own.
+    for (const std::string& name : fs::files().listFolder(source))
+        c.transferFile(appendingPathComponent(source, name),
+                       appendingPathComponent(destination, name), destDir);
+    return Step::Done;
+}
+
+}  // namespace
+
+void QVTransfer::transferFile(const std::string& sourcePath, const std::string& destFilePath,
+                              const std::string& destDir) {
+    // A retry runs this call again for the same source, with the name chosen by the attempt
+    // before. It loops rather than calling itself, so a device that stays full (which retries
+    // at once, again and again) never deepens the stack.
+    std::string destination = destFilePath;
+    bool retriedFile = false;
+    while (true) {
+        waitWhilePaused(*this);
+        if (isFileTransferCompleted || uploadCancelled) break;
+
+        bool isFolder = false;
+        if (!fs::files().exists(sourcePath, &isFolder)) break;
+
+        const Step step = isFolder ? transferFolder(*this, sourcePath, destination, destDir)
+                                   : transferOneFile(*this, sourcePath, destination);
+        if (step == Step::Done) break;
+        if (!isFolder) retriedFile = true;
+    }
+    // A file that was retried is no longer in hand, however the retry ended (a cancel during
+    // the wait included).
+    if (retriedFile) inProcessDestFilePath.set("");
+}
+
+std::string QVTransfer::getDuplicateFileName(const std::string& pathWithoutExtension) {
+    // A name counts as taken when any entry of the folder has it once its extension is
+    // dropped: "report copy.pdf" takes "report copy" for every extension.
+    const std::string folder = deletingLastPathComponent(pathWithoutExtension);
+    std::unordered_set<std::string> taken;
+    for (const std::string& entry : fs::files().listFolder(folder))
+        taken.insert(deletingPathExtension(entry));
+
+    std::string candidate = qvt::engine::duplicateNameCandidate(
+        lastPathComponent(pathWithoutExtension), localeCOPY_txt);
+    while (taken.count(candidate) != 0)
+        candidate = qvt::engine::duplicateNameCandidate(candidate, localeCOPY_txt);
+    return candidate;
 }

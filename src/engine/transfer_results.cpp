@@ -1,6 +1,155 @@
 // The bookkeeping of each handled file and the end of the upload.
-#include "qvtransfer/QVTransfer.h"
+#include <cstdint>
+#include <memory>
+#include <string>
 
-void QVTransfer::processFileTransferStatus(const std::string&, const std::string&,
-                                           const std::optional<qvt::TransferError>&) {}
-void QVTransfer::finishFileTransfer() {}
+#include "device/mount_destination.h"
+#include "engine/path_names.h"
+#include "platform/clock.h"
+#include "platform/dispatch.h"
+#include "platform/files.h"
+#include "platform/format.h"
+#include "platform/log.h"
+#include "qvtransfer/QVTransfer.h"
+#include "session/view.h"
+
+namespace fmt = qvt::platform;
+using qvt::platform::QueuePriority;
+
+namespace {
+
+constexpr const char* kWarningLine = "errorWarningMessage";
+constexpr const char* kViewNowLink = "showErrorsButton";
+constexpr const char* kUploadedFilesLabel = "uploadedFilesToLabel";
+constexpr const char* kUploadedFilesLink = "uploadedFilesLink";
+constexpr const char* kFailedRowImage = "warningImage.png";
+
+std::string logTime(const QVTransfer& c) {
+    return qvt::Value(c.clock().now()).toString();
+}
+
+// The error as a log line shows it: its description and its code.
+std::string describeError(const qvt::TransferError& error) {
+    return fmt::format("%@ (%d)", error.localizedDescription, error.code);
+}
+
+std::string unsignedText(std::uint64_t n) {
+    return fmt::format("%lu", static_cast<unsigned long long>(n));
+}
+
+// One row of the failed-files list per failure, in the order they happened.
+qvt::List failedListRows(const qvt::List& failures) {
+    qvt::List rows;
+    for (const qvt::Value& value : failures) {
+        const qvt::Record* failure = value.asRecord();
+        const std::string source = failure ? failure->string("sourceFilePath") : std::string();
+        rows.push_back(qvt::Record{{"fileName", qvt::engine::lastPathComponent(source)},
+                                   {"fileImage", kFailedRowImage}});
+    }
+    return rows;
+}
+
+}  // namespace
+
+void QVTransfer::processFileTransferStatus(const std::string& sourcePath,
+                                           const std::string& destFilePath,
+                                           const std::optional<qvt::TransferError>& error) {
+    if (error) {
+        qvt::Record failure{{"sourceFilePath", sourcePath},
+                            {"destFilePath", destFilePath},
+                            {"localizedError", fmt::format("%@", error->localizedDescription)}};
+        failedTransferArray.with([&](qvt::List& failures) { failures.push_back(failure); });
+        log().write(fmt::format(
+            "QVTransfer: processFileTransferStatus of file/folder %@ to %@ Time: %@ Error: %@\n",
+            sourcePath, selectedDestinationShare.get(), logTime(*this), describeError(*error)));
+    }
+
+    // What is at the destination counts as transferred, a partial file after a failure too.
+    if (!destFilePath.empty()) {
+        if (const auto size = fmt::files().totalSize(destFilePath))
+            totalTransferredFilesSize += *size;
+    }
+
+    // While the device is lost or full, results are kept but not counted.
+    if (reconnectingDevice || deviceFull) return;
+
+    if (!isFileTransferCompleted && progressValue != numberOfFilesCountForTransfer) {
+        ++progressValue;
+        subProgressStatus.set("");
+        auto self = shared_from_this();
+        dispatcher().async(QueuePriority::High, [self] {
+            self->sendFileTransferStatusUpdate(self->progressStatus.get());
+        });
+        return;
+    }
+
+    // The last file, or the driver's end call.
+    log().write(fmt::format(
+        "QVTransfer: processFileTransferStatus: setIsFileTransferCompleted: YES Time: %@\n",
+        logTime(*this)));
+    log().write(fmt::format("QVTransfer: progressValue:%ld numberOfFilesCountForTransfer:%ld\n",
+                            static_cast<long long>(progressValue.load()),
+                            static_cast<long long>(numberOfFilesCountForTransfer.load())));
+    auto self = shared_from_this();
+    dispatcher().mainSync([self] { self->finishFileTransfer(); });
+}
+
+void QVTransfer::finishFileTransfer() {
+    isFileTransferCompleted = true;
+    view()->setText("statusCloseButton", localeCLOSE_btn);
+    const auto full = static_cast<std::int64_t>(totalSourceFilesSize.load());
+    transferProgressValue = full;
+    transferProgressValue2 = full;
+
+    const qvt::List failures = failedTransferArray.get();
+    const std::uint64_t failed = failures.size();
+    std::string warning;
+    if (failed != 0) {
+        isFileTransferFailed = true;
+        // Also when every file failed: "0 of n" in the some-files text, not a text of its own.
+        const std::uint64_t arrived = static_cast<std::uint64_t>(progressValue.load()) - failed;
+        const std::string status = fmt::format(
+            localeSOME_FILES_SUCCESSFULLY_UPLOADED_txt, unsignedText(arrived),
+            fmt::format("%ld", static_cast<long long>(numberOfFilesCountForTransfer.load())));
+        progressStatus.set(status);
+        progressStatusMsg1.set(status);
+
+        // The warning line, with the link that opens the failed list right after it.
+        warning = fmt::format(localeFILES_FAILED_TO_UPLOAD_txt, unsignedText(failed));
+        view()->setText(kWarningLine, warning);
+        view()->setHidden(kWarningLine, false);
+        view()->setText(kViewNowLink, localeVIEW_NOW_btn);
+        view()->setHidden(kViewNowLink, false);
+
+        failedFilesListTreeControllerArray.set(failedListRows(failures));
+        view()->reload("failedListOutlineView");
+    } else {
+        isFileTransferFailed = false;
+        progressStatus.set(localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
+        progressStatusMsg1.set(localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
+    }
+
+    view()->setText(kUploadedFilesLabel, localizedString("ALL_FILES_SUCCESSFULLY_UPLOADED_TO_txt"));
+    view()->setText(kUploadedFilesLink, deviceInfo().string("productName"));
+    uploadedFilesLinkHidden = false;
+    view()->setHidden(kUploadedFilesLabel, false);
+    view()->setHidden(kUploadedFilesLink, false);
+
+    auto self = shared_from_this();
+    if (failed != 0) {
+        subProgressStatus.set(fmt::format(localeUPLOAD_ERRORS_title, unsignedText(failed)));
+        const std::string message = fmt::format("%@\n%@", progressStatus.get(), warning);
+        dispatcher().async(QueuePriority::Default,
+                           [self, message] { self->sendFileTransferStatusUpdate(message); });
+    } else {
+        // Nothing is left to retry: the shares can go.
+        if (mountObject) unmountSharesVolumes(mountObject->mountedPathsArray.get());
+        subProgressStatus.set("");
+        const std::string message = progressStatus.get();
+        dispatcher().async(QueuePriority::Default,
+                           [self, message] { self->sendFileTransferStatusUpdate(message); });
+    }
+
+    dispatcher().async(QueuePriority::Low, [self] { self->saveQVTransferDataToFile(); });
+    view()->reload("statusView");
+}

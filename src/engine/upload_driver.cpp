@@ -1,6 +1,160 @@
 // The upload's start and its copy loop over the source list.
-#include "qvtransfer/QVTransfer.h"
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
 
-void QVTransfer::uploadFiles() {}
-void QVTransfer::copySourceFiles() {}
-void QVTransfer::moveSourceToTrash(const std::string&) {}
+#include "engine/path_names.h"
+#include "platform/clock.h"
+#include "platform/dispatch.h"
+#include "platform/files.h"
+#include "platform/format.h"
+#include "platform/log.h"
+#include "platform/trash.h"
+#include "qvtransfer/Keychain.h"
+#include "qvtransfer/QVTransfer.h"
+#include "session/view.h"
+
+namespace fmt = qvt::platform;
+using qvt::platform::QueuePriority;
+
+namespace {
+
+// The current date and time as the log lines show it.
+std::string logTime(const QVTransfer& c) {
+    return qvt::Value(c.clock().now()).toString();
+}
+
+std::size_t sourceCount(const QVTransfer& c) {
+    return c.sourceFilesArray.with([](const qvt::List& rows) { return rows.size(); });
+}
+
+// The entry at `index`, or nothing when the list has become shorter (a cancel empties it).
+std::optional<qvt::Value> sourceAt(const QVTransfer& c, std::size_t index) {
+    return c.sourceFilesArray.with([index](const qvt::List& rows) -> std::optional<qvt::Value> {
+        if (index >= rows.size()) return std::nullopt;
+        return rows[index];
+    });
+}
+
+bool uploadStopped(const QVTransfer& c) {
+    return c.isFileTransferCompleted || c.uploadCancelled || c.uploadPaused;
+}
+
+}  // namespace
+
+void QVTransfer::uploadFiles() {
+    log().write("QVTransfer: uploadFiles \n");
+
+    clearMainTransferView();
+    view()->setText("statusCloseButton", localeHIDE_btn);
+    showScreen(qvt::Screen::Status);
+
+    const std::string destination = view()->selectedDestinationFolder();
+    const std::string type = deviceType();
+    if (type == "NAS") {
+        // The login is kept so that a reconnection or a restart can mount the share again
+        // without asking; only the keychain ever holds the password.
+        const std::string serial = deviceInfo().string("serialNumber");
+        const std::string user = userName.get();
+        const std::string password = userPassword.get();
+        SetKeychainUsernameAndPasswordForNAS(serial.c_str(), user.c_str(), password.c_str());
+    } else if (type == "DAS") {
+        // Recognises the volume when the disk comes back; a filesystem without a UUID leaves
+        // it empty.
+        selectedDASUUID.set(fmt::files().volumeFacts(destination).uuid);
+    }
+
+    selectedDestinationShare.set(destination);
+    // The status screen shows before any work begins.
+    view()->reload("statusView");
+
+    auto self = shared_from_this();
+    dispatcher().async(QueuePriority::High, [self] { self->unMountSharesNotInUse(); });
+    dispatcher().async(QueuePriority::High, [self] {
+        self->uploadstartDateTime.set(self->clock().now());
+        self->calculateRemainingTime();
+    });
+    dispatcher().async(QueuePriority::High,
+                       [self] { self->saveQVTransferDataToFileForEachFile(); });
+    dispatcher().async(QueuePriority::High, [self] { self->copySourceFiles(); });
+}
+
+void QVTransfer::copySourceFiles(std::size_t firstIndex) {
+    // The count is read again after every entry: rows added while the upload runs are copied
+    // too.
+    std::size_t i = firstIndex;
+    if (firstIndex > 0) {
+        // A walk taken up again after a pause: the entry before was copied in full while the
+        // pause was in force, which kept it out of the transferred list; it is no longer
+        // pending.
+        if (const std::optional<qvt::Value> previous = sourceAt(*this, firstIndex - 1))
+            transferredSourceFilesArray.with([&](qvt::List& done) {
+                if (std::find(done.begin(), done.end(), *previous) == done.end())
+                    done.push_back(*previous);
+            });
+    }
+    for (; i < sourceCount(*this); ++i) {
+        if (uploadStopped(*this)) break;
+        const std::optional<qvt::Value> entry = sourceAt(*this, i);
+        if (!entry) break;
+        const qvt::Record* row = entry->asRecord();
+        const std::string source = row ? row->string("fullFilePath") : std::string();
+
+        // A folder source keeps its own name at the destination.
+        const std::string share = selectedDestinationShare.get();
+        const std::string destination =
+            qvt::engine::appendingPathComponent(share, qvt::engine::lastPathComponent(source));
+        log().write(fmt::format("QVTransfer: Uploading file/folder %@ to %@ Time: %@\n", source,
+                                qvt::engine::lastPathComponent(share), logTime(*this)));
+
+        // A source under a protected location is copied, never moved.
+        if (removeFilesAfterUpload) {
+            const auto excluded = excludeSourceFilesArray.get();
+            if (std::any_of(excluded.begin(), excluded.end(), [&](const std::string& fragment) {
+                    return source.find(fragment) != std::string::npos;
+                }))
+                excludeFile = true;
+        }
+
+        transferFile(source, destination, share);
+
+        if (!uploadStopped(*this))
+            transferredSourceFilesArray.with([&](qvt::List& done) { done.push_back(*entry); });
+
+        // One failure anywhere in the upload keeps every later source where it is. Only an
+        // exact listing among the protected paths keeps a source out of the Trash here, unlike
+        // the fragment test above: a source matched only by a fragment was copied, and still
+        // goes to the Trash.
+        if (removeFilesAfterUpload && !uploadCancelled && !uploadPaused && !isFileTransferFailed &&
+            failedTransferArray.with([](const qvt::List& l) { return l.empty(); })) {
+            const auto excluded = excludeSourceFilesArray.get();
+            if (std::find(excluded.begin(), excluded.end(), source) == excluded.end())
+                moveSourceToTrash(source);
+        }
+        excludeFile = false;
+    }
+
+    if (isFileTransferCompleted || uploadCancelled) return;
+    if (uploadPaused) {
+        // A pause between two top-level sources ends the walk here; the resume starts it again
+        // at the first source it had not begun (an entry whose copy ended during the pause was
+        // copied in full and is not copied twice). A resume that came in after the loop saw
+        // the pause finds the flag not yet set, so the loop checks once more and goes on by
+        // itself: exactly one of the two takes the flag.
+        copyLoopNextIndex = i;
+        copyLoopEndedByPause = true;
+        if (uploadPaused || !copyLoopEndedByPause.exchange(false)) return;
+        copySourceFiles(i);
+        return;
+    }
+    isFileTransferCompleted = true;
+    processFileTransferStatus("", "", std::nullopt);
+}
+
+void QVTransfer::moveSourceToTrash(const std::string& sourcePath) {
+    // A file source was moved to the destination already, so it is not found here; a folder
+    // source leaves its emptied tree for the Trash.
+    if (!qvt::platform::moveToTrash(sourcePath))
+        log().write(fmt::format("QVTransfer: removeError: %@ \n", sourcePath));
+}

@@ -19,6 +19,11 @@ class QVTransferView {
     virtual void bringToFront() = 0;
     // Closes the window (as a program would; this does not ask windowShouldClose).
     virtual void closeWindow() = 0;
+    // Minimises the window to the dock/task bar; the upload goes on behind it.
+    virtual void minimizeWindow() {}
+    // Stops the source screen's drop area from handing dropped names to the controller, once
+    // the session has ended.
+    virtual void detachSourceDropTarget() {}
     // Shows `screen` in the main area, or an empty area when `screen` is nullptr.
     virtual void showScreen(const Screen* screen) = 0;
 
@@ -30,6 +35,11 @@ class QVTransferView {
     virtual void stopModal() = 0;
 
     virtual void setText(const std::string& control, const std::string& text) = 0;
+    // The text a control shows now ("" for an unknown control or one without text).
+    virtual std::string text(const std::string& control) const {
+        (void)control;
+        return {};
+    }
     virtual void setEnabled(const std::string& control, bool enabled) = 0;
     virtual void setHidden(const std::string& control, bool hidden) = 0;
     virtual void setTag(const std::string& control, int tag) = 0;

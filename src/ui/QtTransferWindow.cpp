@@ -128,6 +128,10 @@ void QtTransferWindow::closeWindow() {
     });
 }
 
+void QtTransferWindow::minimizeWindow() {
+    onGui([this] { root_->showMinimized(); });
+}
+
 void QtTransferWindow::showScreen(const Screen* screen) {
     // The screen is copied: the pointer belongs to the controller's stack.
     const bool any = screen != nullptr;
@@ -215,6 +219,30 @@ void QtTransferWindow::setText(const std::string& name, const std::string& text)
     onGui([this, n, t] {
         if (QWidget* w = control(n)) applyText(w, t);
     });
+}
+
+std::string QtTransferWindow::text(const std::string& name) const {
+    // Read where the widgets live; another thread waits for the answer.
+    std::string answer;
+    auto read = [this, &name, &answer] {
+        QWidget* w = control(QString::fromStdString(name));
+        QString t;
+        if (auto* link = qobject_cast<QVTransferLinkButton*>(w))
+            t = link->title();
+        else if (auto* button = qobject_cast<QAbstractButton*>(w))
+            t = button->text();
+        else if (auto* label = qobject_cast<QLabel*>(w))
+            t = label->text();
+        else if (auto* field = qobject_cast<QLineEdit*>(w))
+            t = field->text();
+        answer = t.toStdString();
+    };
+    if (onGuiThread())
+        read();
+    else
+        QMetaObject::invokeMethod(const_cast<QtTransferWindow*>(this), read,
+                                  Qt::BlockingQueuedConnection);
+    return answer;
 }
 
 void QtTransferWindow::setEnabled(const std::string& name, bool enabled) {

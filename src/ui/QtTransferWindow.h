@@ -38,11 +38,13 @@ class QtTransferWindow : public QObject, public QVTransferView {
     // ---- QVTransferView ----
     void bringToFront() override;
     void closeWindow() override;
+    void minimizeWindow() override;
     void showScreen(const Screen* screen) override;
     int runModal(Dialog dialog) override;
     void endModal(Dialog dialog, int code) override;
     void stopModal() override;
     void setText(const std::string& control, const std::string& text) override;
+    std::string text(const std::string& control) const override;
     void setEnabled(const std::string& control, bool enabled) override;
     void setHidden(const std::string& control, bool hidden) override;
     void setTag(const std::string& control, int tag) override;

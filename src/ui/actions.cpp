@@ -132,15 +132,18 @@ void QtTransferWindow::deleteNewFolderClicked() {
 }
 
 void QtTransferWindow::uploadClicked() {
-    // uploadFiles(): records the destination and starts the upload.
+    owner_.uploadFiles();
 }
 
 void QtTransferWindow::pauseResumeOrStopClicked() {
-    // cancelUploadFiles(sender's tag): 0 stop, 3 pause, 4 resume.
+    // One action for the icon buttons: 0 stop, 3 pause, 4 resume. The tag is read when the
+    // button is pressed, so the pause button's role is the one it shows.
+    int tag = 0;
+    if (senderTag(tag)) owner_.cancelUploadFiles(tag);
 }
 
 void QtTransferWindow::statusCloseClicked() {
-    // hideStatusWindow(): hides or closes the window depending on whether the upload ended.
+    owner_.hideStatusWindow();
 }
 
 void QtTransferWindow::showErrorsClicked() {
@@ -160,7 +163,7 @@ void QtTransferWindow::retryOrDismissClicked() {
 }
 
 void QtTransferWindow::lostConnectionCancelClicked() {
-    // cancelQVTransfer(): closes the sheet and ends the session.
+    owner_.cancelQVTransfer();
 }
 
 void QtTransferWindow::lostConnectionRetryClicked() {
@@ -191,7 +194,9 @@ void QtTransferWindow::quitNoClicked() {
 }
 
 void QtTransferWindow::cancelUploadConfirmClicked() {
-    // cancelUploadFiles(sender's tag): 1 keeps uploading, 2 stops the upload.
+    // 1 keeps uploading, 2 stops the upload.
+    int tag = 0;
+    if (senderTag(tag)) owner_.cancelUploadFiles(tag);
 }
 
 }  // namespace qvt

@@ -197,8 +197,13 @@ void QtTransferWindow::reloadStatus() {
     }
     if (auto* line = control<QLabel>(QStringLiteral("progressStatusMsg1")))
         line->setText(qs(owner_.progressStatusMsg1.get()));
+    // Once the upload has ended the estimate line has nothing left to say, and pausing or
+    // stopping has nothing left to act on: the line is emptied and the two buttons go.
+    const bool ended = owner_.isFileTransferCompleted || owner_.uploadCancelled;
     if (auto* line = control<QLabel>(QStringLiteral("progressStatusMsg2")))
-        line->setText(qs(owner_.progressStatusMsg2.get()));
+        line->setText(ended ? QString() : qs(owner_.progressStatusMsg2.get()));
+    for (const char* name : {"pauseResumeTransferButton", "stopTransferButton"})
+        if (QWidget* button = control(QString::fromLatin1(name))) button->setHidden(ended);
 
     if (auto* bar =
             control<QVTransferProgressIndicator>(QStringLiteral("transferProgressIndicator")))

@@ -71,6 +71,16 @@ void ScriptedView::closeWindow() {
     s_->calls.push_back("closeWindow");
 }
 
+void ScriptedView::minimizeWindow() {
+    std::lock_guard lock(s_->mutex);
+    s_->calls.push_back("minimizeWindow");
+}
+
+void ScriptedView::detachSourceDropTarget() {
+    std::lock_guard lock(s_->mutex);
+    s_->calls.push_back("detachSourceDropTarget");
+}
+
 void ScriptedView::showScreen(const Screen* screen) {
     std::lock_guard lock(s_->mutex);
     s_->shown = screen;
@@ -104,6 +114,12 @@ void ScriptedView::stopModal() {
 void ScriptedView::setText(const std::string& control, const std::string& text) {
     std::lock_guard lock(s_->mutex);
     s_->texts[control] = text;
+}
+
+std::string ScriptedView::text(const std::string& control) const {
+    std::lock_guard lock(s_->mutex);
+    const auto it = s_->texts.find(control);
+    return it == s_->texts.end() ? std::string() : it->second;
 }
 
 void ScriptedView::setEnabled(const std::string& control, bool enabled) {

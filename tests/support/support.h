@@ -73,11 +73,14 @@ class ScriptedView : public QVTransferView {
 
     void bringToFront() override;
     void closeWindow() override;
+    void minimizeWindow() override;
+    void detachSourceDropTarget() override;
     void showScreen(const Screen* screen) override;
     int runModal(Dialog dialog) override;
     void endModal(Dialog dialog, int code) override;
     void stopModal() override;
     void setText(const std::string& control, const std::string& text) override;
+    std::string text(const std::string& control) const override;
     void setEnabled(const std::string& control, bool enabled) override;
     void setHidden(const std::string& control, bool hidden) override;
     void setTag(const std::string& control, int tag) override;

@@ -1,0 +1,51 @@
+// Building the state file's content from a snapshot of the upload, apart from the controller so
+// the record's rules can be checked on plain values.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "qvtransfer/Value.h"
+
+namespace qvt::session {
+
+// What one write of the state file records, taken from the controller at the time of the write.
+struct TransferState {
+    bool isFileTransferCompleted = false;
+    bool isFileTransferFailed = false;
+    bool isFileTransferCancelled = false;
+    bool isFileTransferPaused = false;
+    bool isDeviceReachable = true;
+    std::string deviceType;
+    std::string selectedDestinationShare;
+    std::string progressStatus;
+    std::string subProgressStatus;
+    List sourceFilesArray;
+    List transferredSourceFilesArray;
+    std::vector<std::string> inProcessSourceFilesArray;
+    List failedTransferArray;
+};
+
+// The keys of a pending source entry, in the order they are written.
+inline constexpr const char* kPendingEntryKeys[] = {"filesSelectCheckbox", "fileName",
+                                                    "fullFilePath",        "numberOfFiles",
+                                                    "numberOfFolders",     "fileSize"};
+
+// A source entry reduced to the six keys above, in that order. The entry ends at the first key
+// whose value is missing: an entry without "fileName" keeps "filesSelectCheckbox" alone. A value
+// that is not a record reduces to an empty record.
+Record reducePendingEntry(const Value& sourceEntry);
+
+// The source entries not yet copied: every entry of `sources` that equals no entry of
+// `transferred`, reduced, in the order of the source list.
+List pendingSourceEntries(const List& sources, const List& transferred);
+
+// The TransferRecord of a running (not cancelled) upload.
+Record buildTransferRecord(const TransferState& state);
+
+// The file's root: `record` under the serial number for "NAS", under `dasUUID` for "DAS" once it
+// is known; no entry otherwise.
+Record buildTransferDataRoot(const std::string& deviceType, const std::string& serialNumber,
+                             const std::string& dasUUID, const Record& record);
+
+}  // namespace qvt::session

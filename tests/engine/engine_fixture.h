@@ -1,0 +1,273 @@
+// Shared pieces of the upload engine tests: a headless controller with fixed wordings, source
+// and destination folders on local disk, a file layer that injects faults, and a delegate that
+// keeps every message.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/dispatch.h"
+#include "platform/files.h"
+#include "support.h"
+
+namespace qvt::enginetest {
+
+namespace fs = std::filesystem;
+
+struct StatusMessage {
+    bool completed, failed, cancelled, paused, reachable;
+    std::string status, subStatus;
+    std::thread::id thread;
+};
+
+class KeepingDelegate : public QVTransferFullDelegate {
+  public:
+    void fileTransferStatusUpdate(bool completed, bool failed, bool cancelled, bool paused,
+                                  bool reachable, const std::string& status,
+                                  const std::string& subStatus) override {
+        std::lock_guard lock(mutex_);
+        messages_.push_back({completed, failed, cancelled, paused, reachable, status, subStatus,
+                             std::this_thread::get_id()});
+    }
+    void backToVantorFromQVTransfer() override {}
+    void cancelledQVTransfer() override { cancelCount++; }
+
+    std::vector<StatusMessage> messages() const {
+        std::lock_guard lock(mutex_);
+        return messages_;
+    }
+    std::size_t messageCount() const {
+        std::lock_guard lock(mutex_);
+        return messages_.size();
+    }
+    std::atomic<int> cancelCount{0};
+
+  private:
+    mutable std::mutex mutex_;
+    std::vector<StatusMessage> messages_;
+};
+
+// The real file layer, with a test's hook in front of copy, move and folder creation: a hook
+// that answers a value makes the operation fail with that errno (or succeed with 0) without
+// doing it; nothing lets the real operation run. The destination volume can be made to look
+// lost.
+class FaultyFiles : public platform::FileLayer {
+  public:
+    using Hook = std::function<std::optional<int>(const std::string& operation,
+                                                  const std::string& from, const std::string& to)>;
+
+    void setHook(Hook hook) {
+        std::lock_guard lock(mutex_);
+        hook_ = std::move(hook);
+    }
+    std::atomic<bool> volumeLost{false};
+    std::atomic<int> volumeQueries{0};
+
+    int copyItem(const std::string& from, const std::string& to) override {
+        if (auto rc = call("copy", from, to)) return *rc;
+        return FileLayer::copyItem(from, to);
+    }
+    int moveItem(const std::string& from, const std::string& to) override {
+        if (auto rc = call("move", from, to)) return *rc;
+        return FileLayer::moveItem(from, to);
+    }
+    int createFolder(const std::string& path, bool withParents) override {
+        if (auto rc = call("mkdir", path, path)) return *rc;
+        return FileLayer::createFolder(path, withParents);
+    }
+    platform::VolumeFacts volumeFacts(const std::string& path) override {
+        volumeQueries++;
+        platform::VolumeFacts facts = FileLayer::volumeFacts(path);
+        if (volumeLost) facts.remountURL.clear();
+        return facts;
+    }
+
+  private:
+    std::optional<int> call(const std::string& op, const std::string& from, const std::string& to) {
+        Hook hook;
+        {
+            std::lock_guard lock(mutex_);
+            hook = hook_;
+        }
+        return hook ? hook(op, from, to) : std::nullopt;
+    }
+    std::mutex mutex_;
+    Hook hook_;
+};
+
+// A source row as the source list keeps it.
+inline Record sourceRow(const std::string& path) {
+    return Record{{"filesSelectCheckbox", 1}, {"fileName", fs::path(path).filename().string()},
+                  {"fullFilePath", path},     {"numberOfFiles", 1},
+                  {"numberOfFolders", 0},     {"fileSize", 1}};
+}
+
+// A controller on the headless harness with fixed wordings, and two folders: `src` for the
+// sources, `dst` the chosen destination.
+struct Session {
+    explicit Session(const Record& device = test::nasDevice(), double timeScale = 1000)
+        : h(timeScale) {
+        src = h.home.path() + "/src";
+        dst = h.home.path() + "/dst";
+        fs::create_directories(src);
+        fs::create_directories(dst);
+        c = QVTransfer::initWithDevice(device, h.services);
+        delegate = std::make_shared<KeepingDelegate>();
+        if (!c) return;
+        c->setDelegate(delegate);
+        c->localeCOPY_txt = "copy";
+        c->localeHIDE_btn = "Hide";
+        c->localeCLOSE_btn = "Close";
+        c->localeVIEW_NOW_btn = "View now";
+        c->localeUPLOADING_MULTIPLE_FILES_txt = "Uploading file %@ of %@";
+        c->localeUPLOAD_PAUSED_txt = "Upload paused";
+        c->localeALL_FILES_SUCCESSFULLY_UPLOADED_txt = "All files uploaded";
+        c->localeSOME_FILES_SUCCESSFULLY_UPLOADED_txt = "%@ of %@ files uploaded";
+        c->localeFILES_FAILED_TO_UPLOAD_txt = "%@ files failed to upload";
+        c->localeUPLOAD_ERRORS_title = "%@ upload errors";
+        c->localeDEVICE_DISCONNECT_txt = "%@ is not connected";
+        c->localeDEVICE_DISCONNECT_MSG_txt = "Reconnect it";
+        c->selectedDestinationShare.set(dst);
+    }
+    ~Session() {
+        // Background saves, messages and estimators end before the folders go.
+        if (c) settle();
+    }
+
+    // Waits until no background task runs and the main thread has served what they posted.
+    bool settle(double seconds = 20) {
+        const bool idle = h.services.dispatch->waitIdle(seconds);
+        auto marker = std::make_shared<std::atomic<bool>>(false);
+        h.services.dispatch->mainAsync([marker] { *marker = true; });
+        return test::waitFor([&] { return marker->load(); }, seconds) && idle;
+    }
+
+    void setSources(const std::vector<std::string>& paths) {
+        List rows;
+        for (const auto& p : paths) rows.push_back(sourceRow(p));
+        c->sourceFilesArray.set(rows);
+    }
+
+    // Runs the copy loop on a thread of its own, as the upload does; `finished` tells when it
+    // has returned.
+    void startCopyLoop() {
+        auto self = c;
+        auto done = finished;
+        h.services.dispatch->detach([self, done] {
+            self->copySourceFiles();
+            *done = true;
+        });
+    }
+    bool waitCopyLoop(double seconds = 20) {
+        return test::waitFor([&] { return finished->load(); }, seconds);
+    }
+
+    std::string at(const std::string& relative) const { return dst + "/" + relative; }
+    std::string from(const std::string& relative) const { return src + "/" + relative; }
+
+    std::vector<std::string> transferredPaths() const {
+        std::vector<std::string> out;
+        for (const Value& v : c->transferredSourceFilesArray.get())
+            out.push_back(v.asRecord() ? v.asRecord()->string("fullFilePath") : "?");
+        return out;
+    }
+
+    test::Harness h;
+    std::string src, dst;
+    std::shared_ptr<QVTransfer> c;
+    std::shared_ptr<KeepingDelegate> delegate;
+    std::shared_ptr<std::atomic<bool>> finished = std::make_shared<std::atomic<bool>>(false);
+};
+
+inline std::string run(const std::string& command, int* status = nullptr) {
+    std::string out;
+    FILE* p = ::popen(command.c_str(), "r");
+    if (!p) return out;
+    std::array<char, 4096> buf{};
+    std::size_t n;
+    while ((n = std::fread(buf.data(), 1, buf.size(), p)) > 0) out.append(buf.data(), n);
+    const int rc = ::pclose(p);
+    if (status) *status = WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
+    while (!out.empty() && out.back() == '\n') out.pop_back();
+    return out;
+}
+
+// A filesystem mounted on `folder` until the object goes: tmpfs (no UUID) or a loop-mounted
+// ext4 image made with the UUID given.
+class TestVolume {
+  public:
+    static std::unique_ptr<TestVolume> tmpfs(const std::string& folder) {
+        auto v = std::unique_ptr<TestVolume>(new TestVolume(folder));
+        v->mounted_ = ::mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=4m") == 0;
+        return v;
+    }
+    static std::unique_ptr<TestVolume> ext4(const std::string& folder, const std::string& image,
+                                            const std::string& uuid) {
+        auto v = std::unique_ptr<TestVolume>(new TestVolume(folder));
+        int rc = 0;
+        run("truncate -s 8M '" + image + "' && mkfs.ext4 -q -F -U " + uuid + " '" + image +
+                "' 2>&1",
+            &rc);
+        if (rc != 0) return v;
+        v->device_ = run("losetup --find --show '" + image + "' 2>/dev/null", &rc);
+        if (rc != 0 || v->device_.empty()) return v;
+        v->mounted_ = ::mount(v->device_.c_str(), folder.c_str(), "ext4", 0, nullptr) == 0;
+        return v;
+    }
+    ~TestVolume() {
+        if (mounted_) ::umount2(folder_.c_str(), MNT_DETACH);
+        if (!device_.empty()) run("losetup -d '" + device_ + "' 2>/dev/null");
+    }
+    bool ok() const { return mounted_; }
+
+  private:
+    explicit TestVolume(std::string folder) : folder_(std::move(folder)) {
+        fs::create_directories(folder_);
+    }
+    std::string folder_;
+    std::string device_;
+    bool mounted_ = false;
+};
+
+// Installs a file layer for the lifetime of the object; the session's background work ends
+// before the real layer is back.
+class ScopedFiles {
+  public:
+    ScopedFiles(Session& s, platform::FileLayer* layer) : s_(s) {
+        platform::setFilesForTesting(layer);
+    }
+    ~ScopedFiles() {
+        s_.settle();
+        platform::setFilesForTesting(nullptr);
+    }
+    ScopedFiles(const ScopedFiles&) = delete;
+    ScopedFiles& operator=(const ScopedFiles&) = delete;
+
+  private:
+    Session& s_;
+};
+
+// The names in a folder, sorted.
+inline std::vector<std::string> namesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    std::error_code ec;
+    for (const auto& e : fs::directory_iterator(folder, ec)) names.push_back(e.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+}  // namespace qvt::enginetest

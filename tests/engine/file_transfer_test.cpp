@@ -1,0 +1,319 @@
+// Copying one source: files, name clashes, merged folders, the move option, failures and the
+// retries after a lost or full device.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <regex>
+
+#include "engine_fixture.h"
+
+using namespace qvt;
+using namespace qvt::enginetest;
+
+namespace {
+
+std::vector<std::string> handled(const Session& s) {
+    return s.c->inProcessSourceFilesArray.get();
+}
+
+std::size_t failureCount(const Session& s) {
+    return s.c->failedTransferArray.get().size();
+}
+
+}  // namespace
+
+TEST(TransferFile, CopiesAFileAndCountsIt) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 10;
+    test::writeFile(s.from("a.txt"), "hello");
+
+    s.c->transferFile(s.from("a.txt"), s.at("a.txt"), s.dst);
+
+    EXPECT_EQ(test::readFile(s.at("a.txt")), "hello");
+    EXPECT_TRUE(fs::exists(s.from("a.txt")));  // copied, not moved
+    EXPECT_EQ(handled(s), std::vector<std::string>{s.at("a.txt")});
+    EXPECT_EQ(s.c->progressValue, 2);
+    EXPECT_EQ(s.c->totalTransferredFilesSize, 5u);
+    EXPECT_EQ(s.c->inProcessDestFilePath.get(), "");
+    EXPECT_EQ(failureCount(s), 0u);
+    EXPECT_FALSE(s.c->isFileTransferCompleted);
+
+    // The host hears of the file from a background queue.
+    ASSERT_TRUE(test::waitFor([&] { return s.delegate->messageCount() == 1; }));
+    const auto m = s.delegate->messages()[0];
+    EXPECT_FALSE(m.completed);
+    EXPECT_FALSE(m.failed);
+    EXPECT_TRUE(m.reachable);
+    EXPECT_NE(m.thread, std::this_thread::get_id());
+}
+
+TEST(TransferFile, AMissingSourceIsSkippedSilently) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 10;
+    s.c->transferFile(s.from("gone.txt"), s.at("gone.txt"), s.dst);
+    EXPECT_TRUE(handled(s).empty());
+    EXPECT_EQ(s.c->progressValue, 1);
+    EXPECT_EQ(failureCount(s), 0u);
+    EXPECT_FALSE(fs::exists(s.at("gone.txt")));
+}
+
+TEST(TransferFile, AClashingFileGetsTheNextCopyName) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 10;
+    test::writeFile(s.from("notes.txt"), "new");
+    test::writeFile(s.at("notes.txt"), "old");
+
+    s.c->transferFile(s.from("notes.txt"), s.at("notes.txt"), s.dst);
+    s.c->transferFile(s.from("notes.txt"), s.at("notes.txt"), s.dst);
+    s.c->transferFile(s.from("notes.txt"), s.at("notes.txt"), s.dst);
+
+    EXPECT_EQ(test::readFile(s.at("notes.txt")), "old");
+    EXPECT_EQ(test::readFile(s.at("notes copy.txt")), "new");
+    EXPECT_EQ(test::readFile(s.at("notes copy 2.txt")), "new");
+    EXPECT_EQ(test::readFile(s.at("notes copy 3.txt")), "new");
+    // The handled list holds the names actually written.
+    EXPECT_EQ(handled(s),
+              (std::vector<std::string>{s.at("notes copy.txt"), s.at("notes copy 2.txt"),
+                                        s.at("notes copy 3.txt")}));
+
+    // A file without an extension keeps having none.
+    test::writeFile(s.from("README"), "r");
+    test::writeFile(s.at("README"), "x");
+    s.c->transferFile(s.from("README"), s.at("README"), s.dst);
+    EXPECT_EQ(test::readFile(s.at("README copy")), "r");
+}
+
+TEST(TransferFile, FoldersAreMergedAndWalkedFileByFile) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    test::writeFile(s.from("album/photo.jpg"), "new photo");
+    test::writeFile(s.from("album/new.jpg"), "another");
+    test::writeFile(s.from("album/sub/deep.txt"), "deep");
+    test::writeFile(s.from("album/.hidden"), "h");
+    test::writeFile(s.at("album/photo.jpg"), "old photo");
+    test::writeFile(s.at("album/keep.txt"), "kept");
+
+    s.c->transferFile(s.from("album"), s.at("album"), s.dst);
+
+    // The existing folder was merged into, never renamed.
+    EXPECT_FALSE(fs::exists(s.at("album copy")));
+    EXPECT_EQ(test::readFile(s.at("album/photo.jpg")), "old photo");
+    EXPECT_EQ(test::readFile(s.at("album/photo copy.jpg")), "new photo");
+    EXPECT_EQ(test::readFile(s.at("album/new.jpg")), "another");
+    EXPECT_EQ(test::readFile(s.at("album/sub/deep.txt")), "deep");
+    EXPECT_EQ(test::readFile(s.at("album/.hidden")), "h");  // hidden entries are copied too
+    EXPECT_EQ(test::readFile(s.at("album/keep.txt")), "kept");
+    // Each file was reported on its own; the folders were not.
+    EXPECT_EQ(handled(s).size(), 4u);
+    EXPECT_EQ(s.c->progressValue, 5);
+
+    // The same folder again: the clashing file goes on to "copy 2", new ones clash too.
+    s.c->transferFile(s.from("album"), s.at("album"), s.dst);
+    EXPECT_EQ(test::readFile(s.at("album/photo copy 2.jpg")), "new photo");
+    EXPECT_EQ(test::readFile(s.at("album/new copy.jpg")), "another");
+    EXPECT_EQ(test::readFile(s.at("album/sub/deep copy.txt")), "deep");
+}
+
+TEST(TransferFile, AFolderThatIsNotThereIsCreatedWithItsParents) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    test::writeFile(s.from("tree/a/b/c.txt"), "c");
+    fs::create_directories(s.from("tree/empty"));
+    s.c->transferFile(s.from("tree"), s.at("deeper/tree"), s.dst);
+    EXPECT_EQ(test::readFile(s.at("deeper/tree/a/b/c.txt")), "c");
+    EXPECT_TRUE(fs::is_directory(s.at("deeper/tree/empty")));
+}
+
+TEST(TransferFile, AfterARestartAHandledPathIsSkippedWithoutACounterStep) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    test::writeFile(s.from("docs/done.txt"), "done");
+    test::writeFile(s.from("docs/todo.txt"), "todo");
+    test::writeFile(s.at("docs/done.txt"), "done");  // copied before the restart
+    s.c->resumedAfterRestart = true;
+    s.c->inProcessSourceFilesArray.set({s.at("docs/done.txt")});
+
+    s.c->transferFile(s.from("docs"), s.at("docs"), s.dst);
+
+    EXPECT_FALSE(fs::exists(s.at("docs/done copy.txt")));
+    EXPECT_EQ(test::readFile(s.at("docs/todo.txt")), "todo");
+    EXPECT_EQ(handled(s), (std::vector<std::string>{s.at("docs/done.txt"), s.at("docs/todo.txt")}));
+    EXPECT_EQ(s.c->progressValue, 2);  // one step, for todo.txt only
+
+    // Without the restart flag the same path is a clash like any other.
+    s.c->resumedAfterRestart = false;
+    s.c->transferFile(s.from("docs/done.txt"), s.at("docs/done.txt"), s.dst);
+    EXPECT_TRUE(fs::exists(s.at("docs/done copy.txt")));
+}
+
+TEST(TransferFile, TheMoveOptionMovesUnlessTheSourceIsExcluded) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->removeFilesAfterUpload = true;
+    test::writeFile(s.from("moved.txt"), "m");
+    test::writeFile(s.from("kept.txt"), "k");
+
+    s.c->transferFile(s.from("moved.txt"), s.at("moved.txt"), s.dst);
+    EXPECT_FALSE(fs::exists(s.from("moved.txt")));
+    EXPECT_EQ(test::readFile(s.at("moved.txt")), "m");
+
+    s.c->excludeFile = true;
+    s.c->transferFile(s.from("kept.txt"), s.at("kept.txt"), s.dst);
+    EXPECT_TRUE(fs::exists(s.from("kept.txt")));
+    EXPECT_EQ(test::readFile(s.at("kept.txt")), "k");
+}
+
+TEST(TransferFile, AnUnreadableFileIsListedAsFailedAndTheCopyGoesOn) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    layer.setHook([&](const std::string& op, const std::string& from,
+                      const std::string&) -> std::optional<int> {
+        if (op == "copy" && from == s.from("box/locked.txt")) return EACCES;
+        return std::nullopt;
+    });
+    test::writeFile(s.from("box/locked.txt"), "secret");
+    test::writeFile(s.from("box/open.txt"), "open");
+
+    s.c->transferFile(s.from("box"), s.at("box"), s.dst);
+
+    const List failures = s.c->failedTransferArray.get();
+    ASSERT_EQ(failures.size(), 1u);
+    const Record* f = failures[0].asRecord();
+    ASSERT_TRUE(f);
+    EXPECT_EQ(f->keys(),
+              (std::vector<std::string>{"sourceFilePath", "destFilePath", "localizedError"}));
+    EXPECT_EQ(f->string("sourceFilePath"), s.from("box/locked.txt"));
+    EXPECT_EQ(f->string("destFilePath"), s.at("box/locked.txt"));
+    EXPECT_EQ(f->string("localizedError"), std::strerror(EACCES));
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: processFileTransferStatus of file/folder " +
+                                  s.from("box/locked.txt") + " to " + s.dst + " Time: "));
+    const std::regex line("QVTransfer: processFileTransferStatus of file/folder " +
+                          s.from("box/locked.txt") + " to " + s.dst +
+                          " Time: \\d{4}-\\d{2}-\\d{2} \\d{2}:\\d{2}:\\d{2} \\+0000 Error: " +
+                          std::strerror(EACCES) + " \\(13\\)\n");
+    bool found = false;
+    for (const auto& l : s.h.log->lines()) found |= std::regex_match(l, line);
+    EXPECT_TRUE(found);
+
+    // The other file arrived, and both count as handled.
+    EXPECT_EQ(test::readFile(s.at("box/open.txt")), "open");
+    EXPECT_EQ(handled(s).size(), 2u);
+    EXPECT_EQ(s.c->progressValue, 3);
+    EXPECT_FALSE(s.c->reconnectingDevice);
+    EXPECT_FALSE(s.c->deviceFull);
+}
+
+TEST(TransferFile, AnUnknownWriteErrorOnAnAliasCountsAsSuccess) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    // The destination turns out to be a link, and writing reports an I/O error.
+    layer.setHook([&](const std::string& op, const std::string&,
+                      const std::string& to) -> std::optional<int> {
+        if (op != "copy") return std::nullopt;
+        EXPECT_EQ(::symlink("/nonexistent-target", to.c_str()), 0);
+        return EIO;
+    });
+    test::writeFile(s.from("linked.txt"), "l");
+
+    s.c->transferFile(s.from("linked.txt"), s.at("linked.txt"), s.dst);
+
+    EXPECT_EQ(failureCount(s), 0u);
+    EXPECT_EQ(handled(s), std::vector<std::string>{s.at("linked.txt")});
+    EXPECT_EQ(s.c->progressValue, 2);
+    EXPECT_FALSE(s.c->reconnectingDevice);
+    EXPECT_FALSE(s.c->uploadPaused);
+    EXPECT_FALSE(s.h.log->contains("displayDeviceDisconnect"));
+}
+
+TEST(TransferFile, AnyOtherErrorCodeOfAnAliasIsAFailure) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    layer.setHook([&](const std::string& op, const std::string&,
+                      const std::string& to) -> std::optional<int> {
+        if (op != "copy") return std::nullopt;
+        EXPECT_EQ(::symlink("/nonexistent-target", to.c_str()), 0);
+        return EROFS;
+    });
+    test::writeFile(s.from("linked.txt"), "l");
+    s.c->transferFile(s.from("linked.txt"), s.at("linked.txt"), s.dst);
+    ASSERT_EQ(failureCount(s), 1u);
+    EXPECT_EQ(s.c->failedTransferArray.get()[0].asRecord()->string("localizedError"),
+              std::strerror(EROFS));
+}
+
+TEST(TransferFile, AFailedFolderCreationIsReportedOnceForTheFolder) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    layer.setHook(
+        [&](const std::string& op, const std::string&, const std::string&) -> std::optional<int> {
+            if (op == "mkdir") return EACCES;
+            return std::nullopt;
+        });
+    test::writeFile(s.from("set/one.txt"), "1");
+    test::writeFile(s.from("set/two.txt"), "2");
+
+    s.c->transferFile(s.from("set"), s.at("set"), s.dst);
+
+    const List failures = s.c->failedTransferArray.get();
+    ASSERT_EQ(failures.size(), 1u);
+    EXPECT_EQ(failures[0].asRecord()->string("sourceFilePath"), s.from("set"));
+    EXPECT_EQ(failures[0].asRecord()->string("destFilePath"), s.at("set"));
+    EXPECT_FALSE(fs::exists(s.at("set")));
+    EXPECT_TRUE(handled(s).empty());
+    EXPECT_EQ(s.c->progressValue, 2);
+}
+
+TEST(TransferFile, ACancelDuringTheCopyLeavesNoRecord) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    layer.setHook(
+        [&](const std::string& op, const std::string&, const std::string&) -> std::optional<int> {
+            if (op == "copy") s.c->uploadCancelled = true;
+            return std::nullopt;  // the copy itself runs
+        });
+    test::writeFile(s.from("c.txt"), "c");
+    test::writeFile(s.from("d.txt"), "d");
+
+    s.c->transferFile(s.from("c.txt"), s.at("c.txt"), s.dst);
+    EXPECT_TRUE(fs::exists(s.at("c.txt")));
+    EXPECT_TRUE(handled(s).empty());
+    EXPECT_EQ(s.c->progressValue, 1);
+    EXPECT_EQ(failureCount(s), 0u);
+
+    // Once cancelled, nothing more is copied.
+    s.c->transferFile(s.from("d.txt"), s.at("d.txt"), s.dst);
+    EXPECT_FALSE(fs::exists(s.at("d.txt")));
+}
+
+TEST(TransferFile, AFileIsNotCopiedOnceTheUploadHasCompleted) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->isFileTransferCompleted = true;
+    test::writeFile(s.from("late.txt"), "l");
+    s.c->transferFile(s.from("late.txt"), s.at("late.txt"), s.dst);
+    EXPECT_FALSE(fs::exists(s.at("late.txt")));
+}

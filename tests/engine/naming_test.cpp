@@ -1,0 +1,87 @@
+// Names at the destination: path arithmetic and the clash-free name of a copied file.
+#include <gtest/gtest.h>
+
+#include "engine/duplicate_name.h"
+#include "engine/path_names.h"
+#include "engine_fixture.h"
+
+using namespace qvt;
+using namespace qvt::enginetest;
+using namespace qvt::engine;
+
+TEST(PathNames, ComponentsFoldersAndExtensions) {
+    EXPECT_EQ(lastPathComponent("/a/b/c.txt"), "c.txt");
+    EXPECT_EQ(lastPathComponent("/a/b/"), "b");
+    EXPECT_EQ(lastPathComponent("/"), "/");
+    EXPECT_EQ(lastPathComponent("name"), "name");
+    EXPECT_EQ(deletingLastPathComponent("/a/b"), "/a");
+    EXPECT_EQ(deletingLastPathComponent("/a"), "/");
+    EXPECT_EQ(deletingLastPathComponent("a"), "");
+    EXPECT_EQ(appendingPathComponent("/a", "b"), "/a/b");
+    EXPECT_EQ(appendingPathComponent("/a/", "b"), "/a/b");
+    EXPECT_EQ(appendingPathComponent("", "b"), "b");
+    EXPECT_EQ(pathExtension("/x/report.txt"), "txt");
+    EXPECT_EQ(pathExtension("/x/archive.tar.gz"), "gz");
+    EXPECT_EQ(pathExtension("/x/.profile"), "");
+    EXPECT_EQ(pathExtension("/x.d/name"), "");
+    EXPECT_EQ(pathExtension("/x/name."), "");
+    EXPECT_EQ(deletingPathExtension("/x/report.txt"), "/x/report");
+    EXPECT_EQ(deletingPathExtension("/x/.profile"), "/x/.profile");
+    EXPECT_EQ(deletingPathExtension("/x.d/name"), "/x.d/name");
+}
+
+TEST(DuplicateName, CandidatesOfTheNamingRule) {
+    EXPECT_EQ(duplicateNameCandidate("report", "copy"), "report copy");
+    EXPECT_EQ(duplicateNameCandidate("report copy", "copy"), "report copy 2");
+    EXPECT_EQ(duplicateNameCandidate("report copy 2", "copy"), "report copy 3");
+    EXPECT_EQ(duplicateNameCandidate("track 07", "copy"), "track 07 copy");
+    EXPECT_EQ(duplicateNameCandidate("photo 2", "copy"), "photo 2 copy");
+    EXPECT_EQ(duplicateNameCandidate("photo copy 9", "copy"), "photo copy 10");
+    EXPECT_EQ(duplicateNameCandidate("photo copy 09", "copy"), "photo copy 10");
+    // The first two characters are never examined: a short name is never numbered.
+    EXPECT_EQ(duplicateNameCandidate("a1", "copy"), "a1 copy");
+    EXPECT_EQ(duplicateNameCandidate("12", "copy"), "12 copy");
+    EXPECT_EQ(duplicateNameCandidate("x 5", "copy"), "x 5 copy");
+    // Digits without a blank before them are part of the name.
+    EXPECT_EQ(duplicateNameCandidate("copy2", "copy"), "copy2 copy");
+    EXPECT_EQ(duplicateNameCandidate("report copy2", "copy"), "report copy2 copy");
+    // The localised word is used everywhere.
+    EXPECT_EQ(duplicateNameCandidate("Bericht", "Kopie"), "Bericht Kopie");
+    EXPECT_EQ(duplicateNameCandidate("Bericht Kopie", "Kopie"), "Bericht Kopie 2");
+    EXPECT_EQ(duplicateNameCandidate("Bericht Kopie 4", "Kopie"), "Bericht Kopie 5");
+    EXPECT_EQ(duplicateNameCandidate("Bericht copy 4", "Kopie"), "Bericht copy 4 Kopie");
+    // A number that cannot grow any more gets the word instead of wrapping around.
+    EXPECT_EQ(duplicateNameCandidate("r copy 99999999999999999999", "copy"),
+              "r copy 99999999999999999999 copy");
+}
+
+TEST(DuplicateName, ExamplesWithFreeCandidates) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    EXPECT_EQ(s.c->getDuplicateFileName(s.at("report")), "report copy");
+    EXPECT_EQ(s.c->getDuplicateFileName(s.at("report copy")), "report copy 2");
+    EXPECT_EQ(s.c->getDuplicateFileName(s.at("report copy 2")), "report copy 3");
+    EXPECT_EQ(s.c->getDuplicateFileName(s.at("track 07")), "track 07 copy");
+    EXPECT_EQ(s.c->getDuplicateFileName(s.at("a1")), "a1 copy");
+    EXPECT_EQ(s.c->getDuplicateFileName(s.at("photo 2")), "photo 2 copy");
+    EXPECT_EQ(s.c->getDuplicateFileName(s.at("photo copy 9")), "photo copy 10");
+}
+
+TEST(DuplicateName, TakenCandidatesAreSkippedIgnoringExtensions) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    test::writeFile(s.at("report.txt"), "r");
+    test::writeFile(s.at("report copy.txt"), "r");
+    test::writeFile(s.at("report copy 2.txt"), "r");
+    EXPECT_EQ(s.c->getDuplicateFileName(s.at("report")), "report copy 3");
+
+    // Another extension takes the name just as well: "report copy.pdf" takes "report copy"
+    // for a copied "report.txt".
+    test::writeFile(s.at("memo.txt"), "m");
+    test::writeFile(s.at("memo copy.pdf"), "m");
+    EXPECT_EQ(s.c->getDuplicateFileName(s.at("memo")), "memo copy 2");
+
+    // A folder of that name is taken too.
+    fs::create_directories(s.at("album copy"));
+    EXPECT_EQ(s.c->getDuplicateFileName(s.at("album")), "album copy 2");
+}

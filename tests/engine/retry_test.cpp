@@ -1,0 +1,329 @@
+// A lost or full device during the copy: the upload pauses with its dialog, and the file is
+// copied again once the recovery releases the copy thread.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "engine_fixture.h"
+
+using namespace qvt;
+using namespace qvt::enginetest;
+
+namespace {
+
+// Runs transferFile on a thread of its own (it blocks while the upload is paused).
+class CopyThread {
+  public:
+    CopyThread(Session& s, const std::string& source, const std::string& destination)
+        : done_(std::make_shared<std::atomic<bool>>(false)) {
+        auto c = s.c;
+        auto done = done_;
+        const std::string dir = s.dst;
+        s.h.services.dispatch->detach([c, done, source, destination, dir] {
+            c->transferFile(source, destination, dir);
+            *done = true;
+        });
+    }
+    bool finished() const { return done_->load(); }
+    bool waitFinished(double seconds = 20) {
+        return test::waitFor([&] { return finished(); }, seconds);
+    }
+
+  private:
+    std::shared_ptr<std::atomic<bool>> done_;
+};
+
+// Fails the first `times` copies with `error`, then lets them run.
+FaultyFiles::Hook failCopies(std::shared_ptr<std::atomic<int>> attempts, int times, int error) {
+    return [attempts, times, error](const std::string& op, const std::string&,
+                                    const std::string&) -> std::optional<int> {
+        if (op != "copy") return std::nullopt;
+        if ((*attempts)++ < times) return error;
+        return std::nullopt;
+    };
+}
+
+// What the recovery does once the device is back or has room: the flags go down and the
+// paused copy thread is released.
+void playRecovery(QVTransfer& c) {
+    c.reconnectingDevice = false;
+    c.deviceFull = false;
+    c.uploadPaused = false;
+    if (auto semaphore = c.transfer_semaphore.get()) semaphore->release();
+    if (auto semaphore = c.timeRemaining_semaphore.get()) semaphore->release();
+}
+
+}  // namespace
+
+TEST(Retry, AFullDeviceShowsItsDialogAndTheFileIsRetriedAfterTheRecovery) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->progressValue = 3;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto attempts = std::make_shared<std::atomic<int>>(0);
+    layer.setHook(failCopies(attempts, 1, ENOSPC));
+    test::writeFile(s.from("big.bin"), "0123456789");
+
+    CopyThread copy(s, s.from("big.bin"), s.at("big.bin"));
+
+    // The upload is paused for the full device and the copy thread waits.
+    ASSERT_TRUE(test::waitFor(
+        [&] { return s.h.log->contains("QVTransfer: transferFile 1: transfer_semaphore"); }));
+    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceFullDialog"); }));
+    EXPECT_TRUE(s.c->deviceFull);
+    EXPECT_TRUE(s.c->uploadPaused);
+    EXPECT_FALSE(s.c->reconnectingDevice);
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceFullDialog: transfer_semaphore"));
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceFullDialog: timeRemaining_semaphore"));
+    EXPECT_EQ(s.c->statusTextColor.get(), (Colour{196, 196, 196, 1.0}));
+    {
+        std::lock_guard lock(s.h.view->mutex);
+        EXPECT_EQ(s.h.view->tags["pauseResumeTransferButton"], 4);
+    }
+    EXPECT_EQ(s.c->progressStatusMsg1.get(), "Uploading file 3 of 100");
+    EXPECT_FALSE(copy.finished());
+    EXPECT_EQ(attempts->load(), 1);
+    EXPECT_FALSE(fs::exists(s.at("big.bin")));
+    // The host hears of the pause.
+    ASSERT_TRUE(test::waitFor([&] {
+        for (const auto& m : s.delegate->messages())
+            if (m.paused) return true;
+        return false;
+    }));
+
+    playRecovery(*s.c);
+    ASSERT_TRUE(copy.waitFinished());
+
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: transferFile 2: transfer_semaphore"));
+    EXPECT_EQ(attempts->load(), 2);
+    EXPECT_EQ(test::readFile(s.at("big.bin")), "0123456789");
+    // A full device is not a failure: no record, one handled entry, one counter step.
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+    EXPECT_EQ(s.c->inProcessSourceFilesArray.get(), std::vector<std::string>{s.at("big.bin")});
+    EXPECT_EQ(s.c->progressValue, 4);
+    EXPECT_EQ(s.c->inProcessDestFilePath.get(), "");
+    // The semaphore waited on is gone.
+    EXPECT_FALSE(s.c->transfer_semaphore.get());
+}
+
+TEST(Retry, AFullDeviceThatStaysMarkedRetriesAtOnceWithoutADialog) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->deviceFull = true;  // the first full device of this window was already shown
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto attempts = std::make_shared<std::atomic<int>>(0);
+    layer.setHook(failCopies(attempts, 5, ENOSPC));
+    test::writeFile(s.from("f.bin"), "f");
+
+    s.c->transferFile(s.from("f.bin"), s.at("f.bin"), s.dst);
+
+    EXPECT_EQ(attempts->load(), 6);
+    EXPECT_EQ(test::readFile(s.at("f.bin")), "f");
+    EXPECT_FALSE(s.h.view->called("runModal deviceFullDialog"));
+    EXPECT_FALSE(s.h.log->contains("displayDeviceFullDialog"));
+    // While the device is marked full the result is kept but not counted.
+    EXPECT_EQ(s.c->inProcessSourceFilesArray.get().size(), 1u);
+    EXPECT_EQ(s.c->progressValue, 1);
+}
+
+TEST(Retry, AnUnknownWriteErrorOnAPlainFileIsALostDevice) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto attempts = std::make_shared<std::atomic<int>>(0);
+    layer.setHook(failCopies(attempts, 1, ETIMEDOUT));
+    test::writeFile(s.from("doc.txt"), "doc");
+
+    CopyThread copy(s, s.from("doc.txt"), s.at("doc.txt"));
+    ASSERT_TRUE(test::waitFor(
+        [&] { return s.h.log->contains("QVTransfer: transferFile 1: transfer_semaphore"); }));
+    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal lostConnectionDialog"); }));
+    EXPECT_TRUE(s.c->reconnectingDevice);
+    EXPECT_TRUE(s.c->uploadPaused);
+    EXPECT_FALSE(s.c->deviceFull);
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceDisconnect: transfer_semaphore"));
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceDisconnect: timeRemaining_semaphore"));
+    EXPECT_EQ(s.c->progressStatus.get(), "Uploading file 1 of 100\nTest Cloud is not connected");
+    // The host hears that the device cannot be reached.
+    ASSERT_TRUE(test::waitFor([&] {
+        for (const auto& m : s.delegate->messages())
+            if (m.paused && !m.reachable) return true;
+        return false;
+    }));
+
+    playRecovery(*s.c);
+    ASSERT_TRUE(copy.waitFinished());
+    EXPECT_EQ(test::readFile(s.at("doc.txt")), "doc");
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+    EXPECT_EQ(s.c->progressValue, 2);
+}
+
+TEST(Retry, ALostVolumeMakesAnyErrorADisconnect) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto attempts = std::make_shared<std::atomic<int>>(0);
+    layer.setHook(failCopies(attempts, 1, EACCES));
+    layer.volumeLost = true;
+    test::writeFile(s.from("doc.txt"), "doc");
+
+    CopyThread copy(s, s.from("doc.txt"), s.at("doc.txt"));
+    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal lostConnectionDialog"); }));
+    ASSERT_TRUE(test::waitFor(
+        [&] { return s.h.log->contains("QVTransfer: transferFile 1: transfer_semaphore"); }));
+    EXPECT_TRUE(s.c->reconnectingDevice);
+    EXPECT_GT(layer.volumeQueries.load(), 0);
+
+    layer.volumeLost = false;
+    playRecovery(*s.c);
+    ASSERT_TRUE(copy.waitFinished());
+    EXPECT_EQ(test::readFile(s.at("doc.txt")), "doc");
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+}
+
+TEST(Retry, NoSecondDisconnectDialogWhileReconnecting) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->reconnectingDevice = true;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto attempts = std::make_shared<std::atomic<int>>(0);
+    layer.setHook(failCopies(attempts, 2, EIO));
+    test::writeFile(s.from("x.txt"), "x");
+
+    s.c->transferFile(s.from("x.txt"), s.at("x.txt"), s.dst);
+
+    EXPECT_EQ(attempts->load(), 3);
+    EXPECT_FALSE(s.h.view->called("runModal lostConnectionDialog"));
+    EXPECT_FALSE(s.h.log->contains("displayDeviceDisconnect"));
+    EXPECT_EQ(test::readFile(s.at("x.txt")), "x");
+    // Not counted while the device is being reconnected.
+    EXPECT_EQ(s.c->progressValue, 1);
+}
+
+TEST(Retry, AFullDeviceWhileCreatingAFolderRetriesTheWholeFolder) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto attempts = std::make_shared<std::atomic<int>>(0);
+    layer.setHook([attempts](const std::string& op, const std::string&,
+                             const std::string&) -> std::optional<int> {
+        if (op == "mkdir" && (*attempts)++ == 0) return ENOSPC;
+        return std::nullopt;
+    });
+    test::writeFile(s.from("pics/a.jpg"), "a");
+
+    CopyThread copy(s, s.from("pics"), s.at("pics"));
+    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceFullDialog"); }));
+    ASSERT_TRUE(test::waitFor(
+        [&] { return s.h.log->contains("QVTransfer: transferFile 1: transfer_semaphore"); }));
+    EXPECT_FALSE(fs::exists(s.at("pics")));
+
+    playRecovery(*s.c);
+    ASSERT_TRUE(copy.waitFinished());
+    EXPECT_EQ(test::readFile(s.at("pics/a.jpg")), "a");
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+}
+
+TEST(Retry, ACancelReleasesTheWaitingCopyWithoutARecord) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto attempts = std::make_shared<std::atomic<int>>(0);
+    layer.setHook(failCopies(attempts, 1, ENOSPC));
+    test::writeFile(s.from("big.bin"), "b");
+
+    CopyThread copy(s, s.from("big.bin"), s.at("big.bin"));
+    ASSERT_TRUE(test::waitFor(
+        [&] { return s.h.log->contains("QVTransfer: transferFile 1: transfer_semaphore"); }));
+    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceFullDialog"); }));
+
+    s.c->cancelQVTransfer();
+    ASSERT_TRUE(copy.waitFinished());
+    EXPECT_EQ(attempts->load(), 1);
+    EXPECT_FALSE(fs::exists(s.at("big.bin")));
+    EXPECT_TRUE(s.c->inProcessSourceFilesArray.get().empty());
+    EXPECT_EQ(s.c->inProcessDestFilePath.get(), "");
+    EXPECT_EQ(s.delegate->cancelCount.load(), 1);
+}
+
+TEST(Retry, APauseInsideAFolderHoldsTheNextFileUntilResumed) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto dispatch = s.h.services.dispatch;
+    auto c = s.c;
+    auto paused = std::make_shared<std::atomic<bool>>(false);
+    layer.setHook([dispatch, c, paused](const std::string& op, const std::string&,
+                                        const std::string&) -> std::optional<int> {
+        // The user presses pause while the first file is being copied.
+        if (op == "copy" && !paused->exchange(true))
+            dispatch->mainSync([c] { c->pauseTransfer(); });
+        return std::nullopt;
+    });
+    test::writeFile(s.from("set/1.txt"), "1");
+    test::writeFile(s.from("set/2.txt"), "2");
+    test::writeFile(s.from("set/3.txt"), "3");
+
+    CopyThread copy(s, s.from("set"), s.at("set"));
+    ASSERT_TRUE(test::waitFor(
+        [&] { return s.h.log->contains("QVTransfer: transferFile 1: transfer_semaphore"); }));
+    // The file in hand was finished; the next one waits.
+    EXPECT_EQ(s.c->inProcessSourceFilesArray.get().size(), 1u);
+    EXPECT_EQ(namesIn(s.at("set")).size(), 1u);
+    EXPECT_FALSE(copy.finished());
+
+    s.c->resumeTransfer();
+    ASSERT_TRUE(copy.waitFinished());
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: transferFile 2: transfer_semaphore"));
+    EXPECT_EQ(namesIn(s.at("set")), (std::vector<std::string>{"1.txt", "2.txt", "3.txt"}));
+    EXPECT_EQ(s.c->inProcessSourceFilesArray.get().size(), 3u);
+}
+
+TEST(Retry, EachDeviceDialogIsShownOnceWhileItsFlagIsSet) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->displayDeviceDisconnect();
+    const auto copySemaphore = s.c->transfer_semaphore.get();
+    const auto estimatorSemaphore = s.c->timeRemaining_semaphore.get();
+    ASSERT_TRUE(copySemaphore);
+    ASSERT_TRUE(estimatorSemaphore);
+    EXPECT_NE(copySemaphore, estimatorSemaphore);
+    s.c->displayDeviceDisconnect();
+    EXPECT_EQ(s.c->transfer_semaphore.get(), copySemaphore);
+
+    s.c->displayDeviceFullDialog();
+    const auto fullSemaphore = s.c->transfer_semaphore.get();
+    EXPECT_NE(fullSemaphore, copySemaphore);  // a new pause replaces the semaphores
+    s.c->displayDeviceFullDialog();
+    EXPECT_EQ(s.c->transfer_semaphore.get(), fullSemaphore);
+
+    ASSERT_TRUE(s.settle());
+    EXPECT_EQ(s.h.log->count("QVTransfer: displayDeviceDisconnect: transfer_semaphore"), 1u);
+    EXPECT_EQ(s.h.log->count("QVTransfer: displayDeviceFullDialog: transfer_semaphore"), 1u);
+    std::vector<std::string> calls;
+    {
+        std::lock_guard lock(s.h.view->mutex);
+        calls = s.h.view->calls;
+    }
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "runModal lostConnectionDialog"), 1);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "runModal deviceFullDialog"), 1);
+    EXPECT_TRUE(s.c->uploadPaused);
+    EXPECT_TRUE(s.c->reconnectingDevice);
+    EXPECT_TRUE(s.c->deviceFull);
+}

@@ -1,0 +1,403 @@
+// The Upload button and the copy loop over the source list: the status screen, the stored
+// login, the volume's UUID, the walk over a list that grows or is paused, and the move option's
+// Trash rules.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <regex>
+
+#include "device/keychain_fake.h"
+#include "engine_fixture.h"
+#include "platform/plist_io.h"
+
+using namespace qvt;
+using namespace qvt::enginetest;
+
+namespace {
+
+// The Trash of these tests: a folder of their own, set before any test starts a thread.
+std::string gTrashHome;
+
+class TrashEnvironment : public ::testing::Environment {
+  public:
+    void SetUp() override {
+        gTrashHome = "/tmp/qvt-engine-trash-" + std::to_string(::getpid());
+        fs::create_directories(gTrashHome);
+        ::setenv("XDG_DATA_HOME", gTrashHome.c_str(), 1);
+    }
+    void TearDown() override {
+        std::error_code ec;
+        fs::remove_all(gTrashHome, ec);
+    }
+};
+[[maybe_unused]] auto* const gTrashEnvironment =
+    ::testing::AddGlobalTestEnvironment(new TrashEnvironment);
+
+bool inTrash(const std::string& name) {
+    return fs::exists(gTrashHome + "/Trash/files/" + name);
+}
+
+// Pauses the upload (as the pause button does, on the main thread) when the copy of `source`
+// starts; the copy itself then runs to its end.
+FaultyFiles::Hook pauseWhenCopying(Session& s, const std::string& source) {
+    auto dispatch = s.h.services.dispatch;
+    auto c = s.c;
+    return [dispatch, c, source](const std::string& op, const std::string& from,
+                                 const std::string&) -> std::optional<int> {
+        if ((op == "copy" || op == "move") && from == source)
+            dispatch->mainSync([c] { c->pauseTransfer(); });
+        return std::nullopt;
+    };
+}
+
+bool hasLine(const Session& s, const std::string& line) {
+    for (const auto& l : s.h.log->lines())
+        if (l == line) return true;
+    return false;
+}
+
+}  // namespace
+
+TEST(UploadFiles, AnEmptySourceListCompletesAtOnce) {
+    auto keychain = std::make_shared<keychain::FakeKeychain>();
+    keychain::ScopedBackend scopedKeychain(keychain);
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->userName.set("alice");
+    s.c->userPassword.set("pw-not-for-logs");
+    s.c->numberOfFilesCountForTransfer = 0;
+    s.c->selectedDestinationShare.set("NONE");
+    s.h.view->selectedFolder = s.dst;
+    const Date before = s.h.services.clock->now();
+
+    s.c->uploadFiles();
+
+    // The status screen is up before any work.
+    EXPECT_TRUE(hasLine(s, "QVTransfer: uploadFiles \n"));
+    EXPECT_TRUE(s.h.view->called("showScreen statusView"));
+    EXPECT_EQ(s.c->selectedDestinationShare.get(), s.dst);
+    EXPECT_TRUE(s.h.view->called("reload statusView"));
+
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted.load(); }));
+    ASSERT_TRUE(s.settle());
+
+    EXPECT_FALSE(s.c->isFileTransferFailed);
+    EXPECT_EQ(s.c->progressStatus.get(), "All files uploaded");
+    EXPECT_EQ(s.h.view->texts["statusCloseButton"], "Close");
+    EXPECT_TRUE(s.h.log->contains(
+        "QVTransfer: processFileTransferStatus: setIsFileTransferCompleted: YES Time: "));
+    EXPECT_TRUE(hasLine(s, "QVTransfer: progressValue:1 numberOfFilesCountForTransfer:0\n"));
+    EXPECT_GE(s.c->uploadstartDateTime.get(), before);
+
+    // The login went to the keychain under the serial number, and nowhere else.
+    const auto items = keychain->items();
+    ASSERT_EQ(items.size(), 1u);
+    EXPECT_EQ(items[0].service, "QVTransfer");
+    EXPECT_EQ(items[0].account, "SN-TEST");
+    EXPECT_EQ(items[0].data, "alice:pw-not-for-logs");
+    for (const auto& line : s.h.log->lines())
+        EXPECT_EQ(line.find("pw-not-for-logs"), std::string::npos) << line;
+
+    // The host heard of the end, and the state file records it.
+    bool completedMessage = false;
+    for (const auto& m : s.delegate->messages()) completedMessage |= m.completed;
+    EXPECT_TRUE(completedMessage);
+    const auto root = platform::readPropertyList(s.c->transferDataFilePath);
+    ASSERT_TRUE(root && root->asRecord());
+    const Record* record = root->asRecord()->record("SN-TEST");
+    ASSERT_TRUE(record);
+    EXPECT_TRUE(record->boolean("isFileTransferCompleted"));
+    EXPECT_EQ(test::readFile(s.c->transferDataFilePath).find("pw-not-for-logs"), std::string::npos);
+}
+
+TEST(UploadFiles, CopiesEverySourceWithTheEstimatorAndTheStateWriterRunning) {
+    auto keychain = std::make_shared<keychain::FakeKeychain>();
+    keychain::ScopedBackend scopedKeychain(keychain);
+    Session s;
+    ASSERT_TRUE(s.c);
+    test::writeFile(s.from("one.txt"), "1111");
+    test::writeFile(s.from("folder/two.txt"), "22");
+    test::writeFile(s.from("folder/three.txt"), "333");
+    s.setSources({s.from("one.txt"), s.from("folder")});
+    s.c->numberOfFilesCountForTransfer = 3;
+    s.c->totalSourceFilesSize = 9;
+    s.h.view->selectedFolder = s.dst;
+
+    s.c->uploadFiles();
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted.load(); }));
+    ASSERT_TRUE(s.settle());
+
+    EXPECT_EQ(test::readFile(s.at("one.txt")), "1111");
+    EXPECT_EQ(test::readFile(s.at("folder/two.txt")), "22");
+    EXPECT_EQ(test::readFile(s.at("folder/three.txt")), "333");
+    EXPECT_EQ(s.c->totalTransferredFilesSize, 9u);
+    EXPECT_EQ(s.c->progressValue, 3);
+    EXPECT_EQ(s.c->progressStatus.get(), "All files uploaded");
+    EXPECT_EQ(s.c->transferProgressValue, 9);
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: Uploading file/folder " + s.from("one.txt") +
+                                  " to " + fs::path(s.dst).filename().string() + " Time: "));
+    // The whole line: source, the destination folder's name and the date and time.
+    const std::regex line("QVTransfer: Uploading file/folder " + s.from("one.txt") + " to " +
+                          fs::path(s.dst).filename().string() +
+                          " Time: \\d{4}-\\d{2}-\\d{2} \\d{2}:\\d{2}:\\d{2} \\+0000\n");
+    bool found = false;
+    for (const auto& l : s.h.log->lines()) found |= std::regex_match(l, line);
+    EXPECT_TRUE(found);
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: Uploading file/folder " + s.from("folder") + " to " +
+                                  fs::path(s.dst).filename().string() + " Time: "));
+}
+
+TEST(UploadFiles, ADirectlyAttachedDestinationRecordsItsVolumeUUID) {
+    Session s(test::dasDevice());
+    ASSERT_TRUE(s.c);
+    ASSERT_EQ(::geteuid(), 0u) << "mounting a test volume needs root";
+    const std::string uuid = "3f2b8c1e-5d4a-4e6f-9a7b-0c1d2e3f4a5b";
+    auto volume = TestVolume::ext4(s.h.home.path() + "/disk", s.h.home.path() + "/disk.img", uuid);
+    ASSERT_TRUE(volume->ok());
+    fs::create_directories(s.h.home.path() + "/disk/Backups");
+    s.h.view->selectedFolder = s.h.home.path() + "/disk/Backups";
+    s.c->numberOfFilesCountForTransfer = 0;
+
+    s.c->uploadFiles();
+    EXPECT_EQ(s.c->selectedDASUUID.get(), uuid);
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted.load(); }));
+    ASSERT_TRUE(s.settle());
+    // The state file keys the record by that UUID.
+    const auto root = platform::readPropertyList(s.c->transferDataFilePath);
+    ASSERT_TRUE(root && root->asRecord());
+    EXPECT_TRUE(root->asRecord()->record(uuid));
+}
+
+TEST(UploadFiles, ADestinationWhoseVolumeHasNoUUIDLeavesItEmpty) {
+    Session s(test::dasDevice());
+    ASSERT_TRUE(s.c);
+    ASSERT_EQ(::geteuid(), 0u) << "mounting a test volume needs root";
+    auto volume = TestVolume::tmpfs(s.h.home.path() + "/ram");
+    ASSERT_TRUE(volume->ok());
+    s.h.view->selectedFolder = s.h.home.path() + "/ram";
+    s.c->selectedDASUUID.set("left over");
+    s.c->numberOfFilesCountForTransfer = 0;
+
+    s.c->uploadFiles();
+    EXPECT_EQ(s.c->selectedDASUUID.get(), "");
+    EXPECT_EQ(s.c->selectedDestinationShare.get(), s.h.home.path() + "/ram");
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted.load(); }));
+    ASSERT_TRUE(s.settle());
+}
+
+TEST(CopyLoop, AListThatGrowsWhileTheLoopRunsIsWalkedToItsNewEnd) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    test::writeFile(s.from("a.txt"), "a");
+    test::writeFile(s.from("b.txt"), "b");
+    test::writeFile(s.from("late.txt"), "late");
+    s.setSources({s.from("a.txt"), s.from("b.txt")});
+    s.c->numberOfFilesCountForTransfer = 100;
+    auto c = s.c;
+    const std::string late = s.from("late.txt");
+    layer.setHook([c, late, first = s.from("a.txt")](const std::string& op, const std::string& from,
+                                                     const std::string&) -> std::optional<int> {
+        // A row is added while the first entry is being copied.
+        if (op == "copy" && from == first)
+            c->sourceFilesArray.with([&](List& rows) { rows.push_back(sourceRow(late)); });
+        return std::nullopt;
+    });
+
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+
+    EXPECT_EQ(test::readFile(s.at("late.txt")), "late");
+    EXPECT_EQ(s.transferredPaths(),
+              (std::vector<std::string>{s.from("a.txt"), s.from("b.txt"), s.from("late.txt")}));
+    // The loop's end call finished the upload.
+    EXPECT_TRUE(s.c->isFileTransferCompleted);
+    EXPECT_TRUE(hasLine(s, "QVTransfer: progressValue:4 numberOfFilesCountForTransfer:100\n"));
+}
+
+TEST(CopyLoop, TheLastFileOfTheUploadEndsItInsideItsEntry) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    test::writeFile(s.from("a.txt"), "a");
+    test::writeFile(s.from("b.txt"), "b");
+    s.setSources({s.from("a.txt"), s.from("b.txt")});
+    s.c->numberOfFilesCountForTransfer = 2;
+
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+
+    EXPECT_TRUE(s.c->isFileTransferCompleted);
+    EXPECT_EQ(s.h.log->count("QVTransfer: processFileTransferStatus: setIsFileTransferCompleted"),
+              1u);
+    EXPECT_TRUE(hasLine(s, "QVTransfer: progressValue:2 numberOfFilesCountForTransfer:2\n"));
+    // The end came inside the last entry, so the loop no longer counts it as transferred.
+    EXPECT_EQ(s.transferredPaths(), std::vector<std::string>{s.from("a.txt")});
+    EXPECT_EQ(test::readFile(s.at("b.txt")), "b");
+}
+
+TEST(CopyLoop, APauseAfterAnEntryEndsTheWalkThere) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    for (const char* n : {"e0.txt", "e1.txt", "e2.txt", "e3.txt"}) test::writeFile(s.from(n), n);
+    s.setSources({s.from("e0.txt"), s.from("e1.txt"), s.from("e2.txt"), s.from("e3.txt")});
+    s.c->numberOfFilesCountForTransfer = 100;
+    layer.setHook(pauseWhenCopying(s, s.from("e2.txt")));
+
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+
+    // Entry 2's copy returned after the pause: it is at the destination but not transferred.
+    EXPECT_EQ(s.transferredPaths(), (std::vector<std::string>{s.from("e0.txt"), s.from("e1.txt")}));
+    EXPECT_TRUE(fs::exists(s.at("e2.txt")));
+    EXPECT_FALSE(fs::exists(s.at("e3.txt")));
+    EXPECT_TRUE(s.c->uploadPaused);
+    EXPECT_FALSE(s.c->isFileTransferCompleted);
+    EXPECT_FALSE(s.h.log->contains("setIsFileTransferCompleted"));
+    // Resuming starts the walk again at the first entry it had not begun: entry 2 was copied
+    // in full and is not copied a second time.
+    s.h.services.dispatch->mainSync([&] { s.c->resumeTransfer(); });
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted.load(); }, 20));
+    ASSERT_TRUE(s.settle());
+    EXPECT_EQ(test::readFile(s.at("e3.txt")), "e3.txt");
+    EXPECT_FALSE(fs::exists(s.at("e2 copy.txt")));
+    // Entry 2 counts as transferred once the walk goes on: nothing of it is pending.
+    EXPECT_EQ(s.transferredPaths(), (std::vector<std::string>{s.from("e0.txt"), s.from("e1.txt"),
+                                                              s.from("e2.txt"), s.from("e3.txt")}));
+    EXPECT_FALSE(s.c->uploadPaused);
+}
+
+TEST(CopyLoop, APauseResumedBeforeTheLoopEndsIsNotLost) {
+    // The resume comes while the loop is between its pause test and its end: whichever of the
+    // two sees the other first carries on, and the upload completes once.
+    Session s;
+    ASSERT_TRUE(s.c);
+    for (const char* n : {"f0.txt", "f1.txt", "f2.txt"}) test::writeFile(s.from(n), n);
+    s.setSources({s.from("f0.txt"), s.from("f1.txt"), s.from("f2.txt")});
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto dispatch = s.h.services.dispatch;
+    auto c = s.c;
+    const std::string pausing = s.from("f0.txt");
+    layer.setHook([dispatch, c, pausing](const std::string& op, const std::string& from,
+                                         const std::string&) -> std::optional<int> {
+        if (op == "copy" && from == pausing) {
+            dispatch->mainSync([c] { c->pauseTransfer(); });
+            // Resumed at once, from another thread, while this copy is still running.
+            dispatch->mainAsync([c] { c->resumeTransfer(); });
+        }
+        return std::nullopt;
+    });
+    s.startCopyLoop();
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted.load(); }, 20));
+    ASSERT_TRUE(s.settle());
+    for (const char* n : {"f0.txt", "f1.txt", "f2.txt"}) EXPECT_EQ(test::readFile(s.at(n)), n);
+    EXPECT_FALSE(fs::exists(s.at("f1 copy.txt")));
+    std::size_t completions = 0;
+    for (const auto& line : s.h.log->lines())
+        if (line.find("setIsFileTransferCompleted") != std::string::npos) ++completions;
+    EXPECT_EQ(completions, 1u);
+}
+
+TEST(CopyLoop, TheMoveOptionTrashesUploadedSourcesButNeverExcludedOnes) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    test::writeFile(s.from("Library/prefs.plist"), "p");
+    test::writeFile(s.from("Docs/letter.txt"), "l");
+    test::writeFile(s.from("Docs/sub/more.txt"), "m");
+    test::writeFile(s.from("note.txt"), "n");
+    s.setSources({s.from("Library"), s.from("Docs"), s.from("note.txt")});
+    s.c->excludeSourceFilesArray.set({s.from("Library")});
+    s.c->removeFilesAfterUpload = true;
+    s.c->numberOfFilesCountForTransfer = 100;
+
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+
+    // Everything arrived.
+    EXPECT_EQ(test::readFile(s.at("Library/prefs.plist")), "p");
+    EXPECT_EQ(test::readFile(s.at("Docs/letter.txt")), "l");
+    EXPECT_EQ(test::readFile(s.at("Docs/sub/more.txt")), "m");
+    EXPECT_EQ(test::readFile(s.at("note.txt")), "n");
+    // The protected source was copied and stays.
+    EXPECT_EQ(test::readFile(s.from("Library/prefs.plist")), "p");
+    EXPECT_FALSE(inTrash("Library"));
+    // The folder's files were moved, and its emptied tree went to the Trash.
+    EXPECT_FALSE(fs::exists(s.from("Docs")));
+    EXPECT_TRUE(inTrash("Docs"));
+    EXPECT_TRUE(fs::is_directory(gTrashHome + "/Trash/files/Docs/sub"));
+    EXPECT_FALSE(fs::exists(gTrashHome + "/Trash/files/Docs/letter.txt"));
+    // The file source was moved, so the Trash found nothing and only logged.
+    EXPECT_FALSE(fs::exists(s.from("note.txt")));
+    EXPECT_TRUE(hasLine(s, "QVTransfer: removeError: " + s.from("note.txt") + " \n"));
+    EXPECT_FALSE(s.h.log->contains("QVTransfer: removeError: " + s.from("Docs")));
+    EXPECT_FALSE(s.c->excludeFile);
+}
+
+TEST(CopyLoop, AFragmentMatchIsCopiedButOnlyAnExactMatchStaysOutOfTheTrash) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    test::writeFile(s.from("Archive2/old.txt"), "o");
+    s.setSources({s.from("Archive2")});
+    // Listed as a fragment of the source's path, not the path itself.
+    s.c->excludeSourceFilesArray.set({s.from("Archive")});
+    s.c->removeFilesAfterUpload = true;
+    s.c->numberOfFilesCountForTransfer = 100;
+
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    std::atomic<int> moves{0};
+    std::atomic<int> copies{0};
+    layer.setHook(
+        [&](const std::string& op, const std::string&, const std::string&) -> std::optional<int> {
+            if (op == "move") moves++;
+            if (op == "copy") copies++;
+            return std::nullopt;
+        });
+
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+
+    EXPECT_EQ(test::readFile(s.at("Archive2/old.txt")), "o");
+    EXPECT_EQ(copies.load(), 1);
+    EXPECT_EQ(moves.load(), 0);
+    // Copied whole, then the whole source went to the Trash.
+    EXPECT_FALSE(fs::exists(s.from("Archive2")));
+    EXPECT_TRUE(fs::exists(gTrashHome + "/Trash/files/Archive2/old.txt"));
+}
+
+TEST(CopyLoop, NothingIsTrashedAfterAFailure) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    test::writeFile(s.from("First/bad.txt"), "b");
+    test::writeFile(s.from("First/good.txt"), "g");
+    test::writeFile(s.from("Second/fine.txt"), "f");
+    s.setSources({s.from("First"), s.from("Second")});
+    s.c->removeFilesAfterUpload = true;
+    s.c->numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    layer.setHook([bad = s.from("First/bad.txt")](const std::string& op, const std::string& from,
+                                                  const std::string&) -> std::optional<int> {
+        if (op == "move" && from == bad) return EACCES;
+        return std::nullopt;
+    });
+
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+
+    EXPECT_EQ(s.c->failedTransferArray.get().size(), 1u);
+    // Both sources were uploaded (moved file by file) but neither folder went to the Trash.
+    EXPECT_EQ(test::readFile(s.at("Second/fine.txt")), "f");
+    EXPECT_TRUE(fs::exists(s.from("First/bad.txt")));
+    EXPECT_TRUE(fs::is_directory(s.from("First")));
+    EXPECT_TRUE(fs::is_directory(s.from("Second")));
+    EXPECT_FALSE(inTrash("First"));
+    EXPECT_FALSE(inTrash("Second"));
+    EXPECT_FALSE(s.h.log->contains("removeError"));
+    EXPECT_TRUE(s.c->isFileTransferFailed);
+}

@@ -1,0 +1,384 @@
+// Pause, resume, the stop confirmation, cancel and terminate, headless.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "device/mount_destination.h"
+#include "platform/plist_io.h"
+#include "progress_fixture.h"
+
+using namespace qvt;
+using namespace qvt::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr Colour kNormal{75, 90, 104, 1.0};
+constexpr Colour kGrey{196, 196, 196, 1.0};
+
+int buttonTag(const ManualSession& s) {
+    std::lock_guard lock(s.h.view->mutex);
+    const auto it = s.h.view->tags.find("pauseResumeTransferButton");
+    return it == s.h.view->tags.end() ? -1 : it->second;
+}
+
+// A thread that plays the copy thread (or the estimator) at its pause check: it waits on the
+// semaphore that is in force when it starts.
+class Waiter {
+  public:
+    explicit Waiter(std::shared_ptr<PauseSemaphore> semaphore)
+        : thread_([this, semaphore] {
+              started_ = true;
+              semaphore->acquire();
+              released_ = true;
+          }) {}
+    ~Waiter() {
+        if (thread_.joinable()) thread_.join();
+    }
+    bool started() const { return started_.load(); }
+    bool released() const { return released_.load(); }
+
+  private:
+    std::atomic<bool> started_{false}, released_{false};
+    std::thread thread_;
+};
+
+// The state file's record for the session's device, once a background save has written it.
+std::optional<Record> savedRecord(const ManualSession& s, const std::string& key = "SN-TEST") {
+    const auto root = platform::readPropertyList(s.c->transferDataFilePath);
+    if (!root || !root->asRecord()) return std::nullopt;
+    const Record* r = root->asRecord()->record(key);
+    if (!r) return std::nullopt;
+    return *r;
+}
+
+}  // namespace
+
+TEST(Pause, EntersThePausedState) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    s.c->numberOfFilesCountForTransfer = 12;
+    s.c->progressValue = 4;
+    s.c->subProgressStatus.set("something");
+    s.h.view->texts["errorWarningMessage"] = "2 files failed to upload";
+    const Date before = s.clock->now();
+
+    s.c->pauseTransfer();
+
+    EXPECT_TRUE(s.c->uploadPaused);
+    EXPECT_EQ(s.c->pausedstartDateTime.get(), before);
+    EXPECT_TRUE(s.c->transfer_semaphore.get());
+    EXPECT_TRUE(s.c->timeRemaining_semaphore.get());
+    EXPECT_NE(s.c->transfer_semaphore.get(), s.c->timeRemaining_semaphore.get());
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: pauseTransfer: transfer_semaphore"));
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: pauseTransfer: timeRemaining_semaphore"));
+    EXPECT_EQ(buttonTag(s), 4);
+    EXPECT_EQ(s.c->statusTextColor.get(), kGrey);
+    EXPECT_EQ(s.c->progressStatus.get(), "Uploading file 4 of 12\nUpload paused");
+    EXPECT_EQ(s.c->progressStatusMsg1.get(), "Uploading file 4 of 12");
+    EXPECT_EQ(s.c->progressStatusMsg2.get(), "Upload paused");
+    EXPECT_EQ(s.c->subProgressStatus.get(), "");
+    EXPECT_TRUE(s.h.view->called("reload statusView"));
+
+    // The host hears it from a background queue, with the warning line added.
+    ASSERT_TRUE(waitFor([&] { return s.delegate->messageCount() == 1; }));
+    const auto m = s.delegate->messages()[0];
+    EXPECT_EQ(m.status, "Uploading file 4 of 12\nUpload paused\n2 files failed to upload");
+    EXPECT_TRUE(m.paused);
+    EXPECT_EQ(m.subStatus, "");
+    EXPECT_NE(m.thread, std::this_thread::get_id());
+
+    // And the state file records the pause.
+    ASSERT_TRUE(waitFor([&] { return savedRecord(s).has_value(); }));
+    EXPECT_TRUE(savedRecord(s)->boolean("isFileTransferPaused"));
+}
+
+TEST(Pause, ASecondPauseKeepsTheFirstSemaphores) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    s.c->pauseTransfer();
+    const auto copy = s.c->transfer_semaphore.get();
+    const auto estimator = s.c->timeRemaining_semaphore.get();
+    s.clock->advance(5);
+    s.c->pauseTransfer();
+    EXPECT_EQ(s.c->transfer_semaphore.get(), copy);
+    EXPECT_EQ(s.c->timeRemaining_semaphore.get(), estimator);
+    EXPECT_EQ(s.h.log->count("QVTransfer: pauseTransfer: transfer_semaphore"), 1u);
+    // The pause still dates from the first press.
+    EXPECT_EQ(s.c->pausedstartDateTime.get() + std::chrono::seconds(5), s.clock->now());
+}
+
+TEST(Pause, ANewPauseReplacesSemaphoresLeftByAnEarlierOne) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    s.c->pauseTransfer();
+    const auto first = s.c->transfer_semaphore.get();
+    s.c->resumeTransfer();
+    // Nobody waited: the signal left the old semaphore at 1; the next pause replaces it.
+    s.c->pauseTransfer();
+    const auto second = s.c->transfer_semaphore.get();
+    ASSERT_TRUE(second);
+    EXPECT_NE(second, first);
+    EXPECT_FALSE(second->try_acquire());
+}
+
+TEST(Resume, ReleasesBothWaitersAndShiftsTheStartByThePause) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    const Date start = s.clock->now() - std::chrono::seconds(50);
+    s.c->uploadstartDateTime.set(start);
+    s.c->pauseTransfer();
+    Waiter copy(s.c->transfer_semaphore.get());
+    Waiter estimator(s.c->timeRemaining_semaphore.get());
+    ASSERT_TRUE(waitFor([&] { return copy.started() && estimator.started(); }));
+    EXPECT_FALSE(copy.released());
+    EXPECT_FALSE(estimator.released());
+
+    s.clock->advance(42);
+    s.c->resumeTransfer();
+
+    ASSERT_TRUE(waitFor([&] { return copy.released() && estimator.released(); }));
+    EXPECT_FALSE(s.c->uploadPaused);
+    EXPECT_EQ(s.c->uploadstartDateTime.get(), start + std::chrono::seconds(42));
+    EXPECT_EQ(buttonTag(s), 3);
+    EXPECT_EQ(s.c->statusTextColor.get(), kNormal);
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: resumeTransfer: transfer_semaphore"));
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: resumeTransfer: timeRemaining_semaphore"));
+}
+
+TEST(Resume, DoesNothingWhenNotPaused) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    const Date start = s.clock->now();
+    s.c->uploadstartDateTime.set(start);
+    s.clock->advance(10);
+    s.c->resumeTransfer();
+    EXPECT_EQ(s.c->uploadstartDateTime.get(), start);
+    EXPECT_FALSE(s.h.log->contains("resumeTransfer"));
+}
+
+TEST(Resume, RefusedWhileTheDeviceIsFull) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    s.c->pauseTransfer();
+    s.c->deviceFull = true;
+    Waiter copy(s.c->transfer_semaphore.get());
+    s.c->cancelUploadFiles(4);
+    EXPECT_TRUE(s.c->uploadPaused);
+    EXPECT_EQ(buttonTag(s), 4);
+    EXPECT_FALSE(s.h.log->contains("resumeTransfer"));
+    EXPECT_FALSE(copy.released());
+    // Let the waiter go so the test can end.
+    s.c->transfer_semaphore.get()->release();
+}
+
+TEST(PauseResumeButton, TagsThreeAndFourToggle) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    s.c->cancelUploadFiles(3);
+    EXPECT_TRUE(s.c->uploadPaused);
+    EXPECT_EQ(buttonTag(s), 4);
+    s.c->cancelUploadFiles(4);
+    EXPECT_FALSE(s.c->uploadPaused);
+    EXPECT_EQ(buttonTag(s), 3);
+    // Any other tag does nothing but redraw.
+    s.h.view->calls.clear();
+    s.c->cancelUploadFiles(10);
+    EXPECT_FALSE(s.c->uploadPaused);
+    EXPECT_FALSE(s.c->uploadCancelled);
+    EXPECT_EQ(s.h.view->calls, std::vector<std::string>{"reload statusView"});
+}
+
+TEST(StopConfirmation, StopOnARunningUploadPausesShowsTheDialogAndContinueResumes) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    const Date start = s.clock->now() - std::chrono::seconds(20);
+    s.c->uploadstartDateTime.set(start);
+    bool pausedWhileShown = false;
+    std::string prompt;
+    s.h.view->modalHooks[Dialog::CancelUploadConfirm] = [&] {
+        pausedWhileShown = s.c->uploadPaused;
+        prompt = s.h.view->texts["stopUploadPrompt"];
+        // The user reads the question for 30 seconds, then keeps uploading.
+        s.clock->advance(30);
+        s.c->cancelUploadFiles(1);
+    };
+    s.c->cancelUploadFiles(0);
+    EXPECT_TRUE(pausedWhileShown);
+    EXPECT_EQ(prompt, s.c->localeSTOP_UPLOAD_PROMPT_txt);
+    EXPECT_TRUE(s.h.view->called("runModal cancelUploadConfDialog"));
+    EXPECT_TRUE(s.h.view->called("endModal cancelUploadConfDialog 1"));
+    EXPECT_FALSE(s.c->uploadPaused);
+    EXPECT_FALSE(s.c->uploadCancelled);
+    EXPECT_EQ(s.c->uploadstartDateTime.get(), start + std::chrono::seconds(30));
+    EXPECT_EQ(buttonTag(s), 3);
+}
+
+TEST(StopConfirmation, CancelTransferActsLikeTheStopButton) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    bool pausedWhileShown = false;
+    s.h.view->modalHooks[Dialog::CancelUploadConfirm] = [&] {
+        pausedWhileShown = s.c->uploadPaused;
+    };
+    s.c->cancelTransfer();
+    EXPECT_TRUE(pausedWhileShown);
+    EXPECT_TRUE(s.h.view->called("runModal cancelUploadConfDialog"));
+}
+
+TEST(StopConfirmation, StopWhilePausedDoesNotPauseAgain) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    s.c->pauseTransfer();
+    const auto copy = s.c->transfer_semaphore.get();
+    const Date pausedAt = s.c->pausedstartDateTime.get();
+    s.clock->advance(7);
+    s.h.view->modalHooks[Dialog::CancelUploadConfirm] = [&] { s.c->cancelUploadFiles(1); };
+    s.c->cancelUploadFiles(0);
+    EXPECT_EQ(s.h.log->count("QVTransfer: pauseTransfer: transfer_semaphore"), 1u);
+    EXPECT_EQ(s.c->pausedstartDateTime.get(), pausedAt);
+    // Continue then resumes the first pause.
+    EXPECT_FALSE(s.c->uploadPaused);
+    EXPECT_TRUE(copy->try_acquire());
+}
+
+TEST(StopConfirmation, ContinueLeavesADeviceRecoveryPauseInForce) {
+    for (const bool full : {true, false}) {
+        ManualSession s;
+        ASSERT_TRUE(s.c);
+        s.c->pauseTransfer();
+        if (full)
+            s.c->deviceFull = true;
+        else
+            s.c->reconnectingDevice = true;
+        s.h.view->modalHooks[Dialog::CancelUploadConfirm] = [&] { s.c->cancelUploadFiles(1); };
+        s.c->cancelUploadFiles(0);
+        EXPECT_TRUE(s.h.view->called("endModal cancelUploadConfDialog 1"));
+        EXPECT_TRUE(s.c->uploadPaused) << (full ? "full" : "reconnecting");
+        EXPECT_FALSE(s.h.log->contains("resumeTransfer"));
+        EXPECT_FALSE(s.c->transfer_semaphore.get()->try_acquire());
+    }
+}
+
+TEST(Cancel, StopInTheDialogEndsTheUpload) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    TempDir dest;
+    writeFile(dest / "done1.txt", "first");
+    writeFile(dest / "done2.txt", "second");
+    writeFile(dest / "partial.bin", std::string(4096, 'p'));
+    s.c->inProcessDestFilePath.set(dest / "partial.bin");
+    s.c->sourceFilesArray.set(List{Record{{"fullFilePath", "/src/a"}}});
+    s.c->failedTransferArray.set(List{Record{{"sourceFilePath", "/src/b"}}});
+    s.c->progressStatus.set("x\ny");
+    s.c->subProgressStatus.set("z");
+    TempDir mounts;
+    const std::string mountPoint = mounts / "Public";
+    fs::create_directories(mountPoint);
+    s.c->mountObject->mountedPathsArray.set({mountPoint});
+
+    s.c->pauseTransfer();
+    Waiter copy(s.c->transfer_semaphore.get());
+    Waiter estimator(s.c->timeRemaining_semaphore.get());
+    s.h.view->modalHooks[Dialog::CancelUploadConfirm] = [&] { s.c->cancelUploadFiles(2); };
+    s.c->cancelUploadFiles(0);
+
+    EXPECT_TRUE(s.h.view->called("endModal cancelUploadConfDialog 2"));
+    EXPECT_TRUE(s.c->uploadCancelled);
+    EXPECT_TRUE(s.c->sourceFilesArray.get().empty());
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+    EXPECT_TRUE(s.h.view->called("closeWindow"));
+    EXPECT_EQ(s.c->progressStatus.get(), "");
+    EXPECT_EQ(s.c->subProgressStatus.get(), "");
+    // The file in mid-copy goes; the finished ones stay.
+    EXPECT_FALSE(fs::exists(dest / "partial.bin"));
+    EXPECT_EQ(readFile(dest / "done1.txt"), "first");
+    EXPECT_EQ(readFile(dest / "done2.txt"), "second");
+    // The paused threads wake up to see the cancel.
+    EXPECT_TRUE(waitFor([&] { return copy.released() && estimator.released(); }));
+    // The mount points are released, the host is told once, the drop area is let go.
+    EXPECT_FALSE(fs::exists(mountPoint));
+    EXPECT_EQ(s.delegate->cancelCount, 1);
+    EXPECT_TRUE(s.h.view->called("detachSourceDropTarget"));
+    // The state file says the last upload to this device was cancelled.
+    ASSERT_TRUE(waitFor([&] { return savedRecord(s).has_value(); }));
+    ASSERT_TRUE(s.h.services.dispatch->waitIdle(10));
+    EXPECT_TRUE(savedRecord(s)->empty());
+    EXPECT_EQ(s.delegate->cancelCount, 1);
+}
+
+TEST(Cancel, NoFileInMidCopyRemovesNothing) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    TempDir dest;
+    writeFile(dest / "done.txt", "kept");
+    s.c->inProcessDestFilePath.set("");
+    s.c->cancelUploadFiles(2);
+    EXPECT_EQ(readFile(dest / "done.txt"), "kept");
+    EXPECT_EQ(s.delegate->cancelCount, 1);
+}
+
+TEST(Cancel, FromTheLostConnectionDialog) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    TempDir mounts;
+    const std::string a = mounts / "Public", b = mounts / "Photos";
+    fs::create_directories(a);
+    fs::create_directories(b);
+    s.c->mountObject->mountedPathsArray.set({a, b});
+    s.c->reconnectingDevice = true;
+    s.c->pauseTransfer();
+    Waiter copy(s.c->transfer_semaphore.get());
+
+    s.c->cancelQVTransfer();
+
+    EXPECT_TRUE(s.h.view->called("endModal lostConnectionDialog 0"));
+    EXPECT_TRUE(s.c->uploadCancelled);
+    // The watcher for the lost device stops polling once the upload is cancelled.
+    EXPECT_FALSE(s.c->reconnectingDevice);
+    EXPECT_TRUE(waitFor([&] { return copy.released(); }));
+    EXPECT_FALSE(fs::exists(a));
+    EXPECT_FALSE(fs::exists(b));
+    ASSERT_TRUE(s.h.services.dispatch->waitIdle(10));
+    EXPECT_EQ(s.delegate->cancelCount, 1);
+    EXPECT_TRUE(s.h.view->called("closeWindow"));
+}
+
+TEST(Cancel, WithoutAPauseThereIsNothingToSignal) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    ASSERT_FALSE(s.c->transfer_semaphore.get());
+    s.c->cancelUploadFiles(2);
+    EXPECT_TRUE(s.c->uploadCancelled);
+    EXPECT_FALSE(s.c->transfer_semaphore.get());
+    EXPECT_FALSE(s.c->timeRemaining_semaphore.get());
+    EXPECT_EQ(s.delegate->cancelCount, 1);
+}
+
+TEST(Terminate, EndsTheSessionAfterAnUploadWithErrors) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    TempDir mounts;
+    const std::string mountPoint = mounts / "Public";
+    fs::create_directories(mountPoint);
+    s.c->mountObject->mountedPathsArray.set({mountPoint});
+    s.c->isFileTransferCompleted = true;
+    s.c->isFileTransferFailed = true;
+    s.c->failedTransferArray.set(List{Record{{"sourceFilePath", "/src/b"}}});
+    s.c->sourceFilesArray.set(List{Record{{"fullFilePath", "/src/b"}}});
+
+    s.c->terminateTransfer();
+
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+    EXPECT_TRUE(s.c->sourceFilesArray.get().empty());
+    EXPECT_FALSE(s.c->isFileTransferFailed);
+    EXPECT_TRUE(s.c->uploadCancelled);
+    EXPECT_TRUE(s.h.view->called("endModal errorViewWindow 0"));
+    EXPECT_FALSE(fs::exists(mountPoint));
+    EXPECT_TRUE(s.h.view->called("detachSourceDropTarget"));
+    ASSERT_TRUE(s.h.services.dispatch->waitIdle(10));
+    EXPECT_EQ(s.delegate->cancelCount, 1);
+    const auto record = savedRecord(s);
+    ASSERT_TRUE(record);
+    EXPECT_TRUE(record->empty());
+}
