@@ -1,0 +1,202 @@
+#include "cli_options.h"
+
+#include <unistd.h>
+
+#include <sys/stat.h>
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <filesystem>
+
+#include "platform/plist_io.h"
+
+namespace qvt::cli {
+
+namespace {
+
+std::string absolutePath(const std::string& path) {
+    if (path.empty()) return path;
+    std::filesystem::path p(path);
+    if (p.is_relative()) {
+        char buffer[PATH_MAX];
+        if (!getcwd(buffer, sizeof buffer)) return path;
+        p = std::filesystem::path(buffer) / p;
+    }
+    // "." and ".." are resolved by name only: the path a user typed, not where links lead.
+    std::string normal = p.lexically_normal().string();
+    while (normal.size() > 1 && normal.back() == '/') normal.pop_back();
+    return normal;
+}
+
+std::string withoutTrailingSlashes(std::string path) {
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    return path;
+}
+
+bool exists(const std::string& path) {
+    // lstat: a socket, a pipe or a link is a source like any other.
+    struct stat st {};
+    return lstat(path.c_str(), &st) == 0;
+}
+
+}  // namespace
+
+const char* usageText() {
+    return "usage: qvtransfer-cli DEVICE [options] [--] SOURCE...\n"
+           "\n"
+           "Uploads files and folders to a storage device with the upload wizard's own logic,\n"
+           "in a terminal or from a script.\n"
+           "\n"
+           "DEVICE (one of):\n"
+           "  --device FILE         a device record (property list)\n"
+           "  --das PATH            a directly attached device whose volume is mounted at PATH\n"
+           "                        (repeat for more volumes)\n"
+           "  --nas ADDRESS --serial SN [--name NAME]\n"
+           "                        a network storage device at ADDRESS (host or host:port)\n"
+           "  --name NAME           the product name shown for --das or --nas\n"
+           "\n"
+           "Options:\n"
+           "  --user NAME           the device account to upload as\n"
+           "  --password-stdin      read the account's password from the first line of stdin\n"
+           "  --destination DEST    SHARE/FOLDER (a share or volume name, then folders below\n"
+           "                        it), or an absolute folder on a local volume\n"
+           "  --move                remove the sources once uploaded\n"
+           "  --resume              continue the upload recorded in the state file\n"
+           "  -h, --help            this text\n"
+           "  --version             the library's version\n"
+           "\n"
+           "While uploading: p pauses, r resumes, s stops (after a confirmation). Keys come from\n"
+           "the terminal, or from stdin when it is a pipe. SIGINT stops without asking.\n"
+           "\n"
+           "Exit status: 0 every file arrived; 1 some files failed, or the upload could not be\n"
+           "done; 2 bad arguments; 130 stopped.\n";
+}
+
+ParseResult parseArguments(const std::vector<std::string>& arguments) {
+    ParseResult result;
+    Options& o = result.options;
+    auto fail = [&](std::string message) {
+        result.error = std::move(message);
+        return result;
+    };
+    bool onlySources = false;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& a = arguments[i];
+        auto value = [&](std::string& out) {
+            if (i + 1 >= arguments.size()) return false;
+            out = arguments[++i];
+            return !out.empty();
+        };
+        if (onlySources || a.empty() || a.front() != '-' || a == "-") {
+            o.sources.push_back(a);
+            continue;
+        }
+        if (a == "--") {
+            onlySources = true;
+        } else if (a == "--device") {
+            if (!value(o.deviceFile)) return fail("--device needs a file");
+        } else if (a == "--das") {
+            std::string path;
+            if (!value(path)) return fail("--das needs a volume folder");
+            o.dasVolumes.push_back(withoutTrailingSlashes(absolutePath(path)));
+        } else if (a == "--nas") {
+            if (!value(o.nasAddress)) return fail("--nas needs an address");
+        } else if (a == "--serial") {
+            if (!value(o.serialNumber)) return fail("--serial needs a serial number");
+        } else if (a == "--name") {
+            if (!value(o.productName)) return fail("--name needs a product name");
+        } else if (a == "--user") {
+            if (!value(o.user)) return fail("--user needs a name");
+        } else if (a == "--password-stdin") {
+            o.passwordFromStdin = true;
+        } else if (a == "--destination") {
+            if (!value(o.destination)) return fail("--destination needs SHARE/FOLDER");
+        } else if (a == "--move") {
+            o.move = true;
+        } else if (a == "--resume") {
+            o.resume = true;
+        } else if (a == "--help" || a == "-h") {
+            o.help = true;
+        } else if (a == "--version") {
+            o.version = true;
+        } else {
+            return fail("unknown option " + a);
+        }
+    }
+    if (o.help || o.version) return result;
+
+    const int kinds = (o.deviceFile.empty() ? 0 : 1) + (o.dasVolumes.empty() ? 0 : 1) +
+                      (o.nasAddress.empty() ? 0 : 1);
+    if (kinds == 0) return fail("no device given: use --device FILE, --das PATH or --nas ADDRESS");
+    if (kinds > 1) return fail("give only one of --device, --das and --nas");
+    if (!o.nasAddress.empty() && o.serialNumber.empty()) return fail("--nas needs --serial");
+    if (o.resume && !o.sources.empty()) return fail("--resume takes no sources");
+    if (o.resume && o.move) return fail("--move cannot be combined with --resume");
+
+    for (std::string& source : o.sources) {
+        source = withoutTrailingSlashes(absolutePath(source));
+        if (!exists(source)) return fail("no such source: " + source);
+    }
+    return result;
+}
+
+std::string lastComponent(const std::string& path) {
+    const std::string p = withoutTrailingSlashes(path);
+    if (p == "/") return p;
+    const auto slash = p.rfind('/');
+    return slash == std::string::npos ? p : p.substr(slash + 1);
+}
+
+std::optional<Record> deviceRecordFor(const Options& o, std::string& error) {
+    if (!o.deviceFile.empty()) {
+        const auto value = platform::readPropertyList(o.deviceFile);
+        const Record* record = value ? value->asRecord() : nullptr;
+        if (!record) {
+            error = "cannot read a device record from " + o.deviceFile;
+            return std::nullopt;
+        }
+        const std::string type = record->string("deviceType");
+        if (type != "NAS" && type != "DAS") {
+            error = "the device record in " + o.deviceFile + " has no deviceType NAS or DAS";
+            return std::nullopt;
+        }
+        return *record;
+    }
+    if (!o.dasVolumes.empty()) {
+        List volumes;
+        int n = 1;
+        for (const std::string& path : o.dasVolumes) {
+            struct stat st {};
+            if (stat(path.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+                error = "no such volume folder: " + path;
+                return std::nullopt;
+            }
+            volumes.push_back(Record{{"volumeName", lastComponent(path)},
+                                     {"volumePath", path},
+                                     {"bsdName", "local" + std::to_string(n++)},
+                                     {"mounted", true},
+                                     {"uuid", ""}});
+        }
+        Record info{{"productName", o.productName.empty() ? "Local Drive" : o.productName},
+                    {"serialNumber", o.serialNumber.empty() ? "LOCAL-DRIVE" : o.serialNumber},
+                    {"volumeArray", volumes}};
+        return Record{{"deviceType", "DAS"}, {"isZeroState", false}, {"deviceInfo", info}};
+    }
+    const std::string name = o.productName.empty() ? o.nasAddress : o.productName;
+    Record info{{"productName", name},
+                {"ipAddress", o.nasAddress},
+                {"hostName", name},
+                {"serialNumber", o.serialNumber},
+                {"volumeArray", List{}}};
+    return Record{{"deviceType", "NAS"}, {"isZeroState", false}, {"deviceInfo", info}};
+}
+
+std::string firstFolderNotMounted(const std::vector<std::string>& folders,
+                                  const std::vector<std::string>& mountPoints) {
+    for (const std::string& folder : folders)
+        if (std::find(mountPoints.begin(), mountPoints.end(), folder) == mountPoints.end())
+            return folder;
+    return "";
+}
+
+}  // namespace qvt::cli

@@ -1,0 +1,120 @@
+#include "console_session.h"
+
+#include <QCoreApplication>
+#include <cstdio>
+
+#include "console_view.h"
+#include "session/services.h"
+#include "terminal.h"
+
+namespace qvt::cli {
+
+namespace {
+// How often the session looks at the controller: often enough for a live progress line.
+constexpr int kTickMilliseconds = 50;
+// How long a resume may take to bring up the status screen before it counts as nothing to do.
+constexpr auto kResumeWait = std::chrono::seconds(5);
+}  // namespace
+
+ConsoleSession::ConsoleSession(Options options, Terminal& terminal,
+                               std::shared_ptr<QVTransfer> wizard, ConsoleView& view)
+    : options_(std::move(options)),
+      terminal_(terminal),
+      wizard_(std::move(wizard)),
+      view_(view),
+      delegate_(std::make_shared<ConsoleDelegate>()) {
+    wizard_->setDelegate(delegate_);
+    view_.setModalHandler([this](Dialog d) { onModal(d); });
+    terminal_.catchStopSignals([this](int) { onStopSignal(); });
+    timer_.setInterval(kTickMilliseconds);
+    connect(&timer_, &QTimer::timeout, this, &ConsoleSession::tick);
+}
+
+ConsoleSession::~ConsoleSession() {
+    view_.setModalHandler(nullptr);
+    terminal_.setRawInput(false);
+}
+
+int ConsoleSession::run() {
+    timer_.start();
+    QTimer::singleShot(0, this, &ConsoleSession::tick);
+    QCoreApplication::exec();
+    timer_.stop();
+    clearProgressLine();
+    terminal_.setRawInput(false);
+    return exitCode_;
+}
+
+void ConsoleSession::finish(int code, const std::string& message) {
+    if (ended()) return;
+    clearProgressLine();
+    if (!message.empty()) {
+        std::FILE* out = code == kExitAllArrived || code == kExitStopped ? stdout : stderr;
+        std::fprintf(out, "%s\n", message.c_str());
+        std::fflush(out);
+    }
+    exitCode_ = code;
+    stage_ = Stage::Done;
+    // Ends the modal runs under way too, so the session's own loop returns.
+    QCoreApplication::exit(code);
+}
+
+void ConsoleSession::tick() {
+    if (busy_ || ended()) return;
+    busy_ = true;
+    const auto now = Clock::now();
+    if (delegate_->back) {
+        finish(kExitSomeFailed, "The wizard was left without an upload.");
+    } else if (stage_ != Stage::Uploading && stage_ != Stage::Resuming && delegate_->cancelled) {
+        finish(kExitStopped, "Stopped before the upload began.");
+    } else {
+        const Screen* shown = wizard_->currentTransferView();
+        switch (stage_) {
+            case Stage::Start:
+                stageSince_ = now;
+                if (options_.resume) {
+                    stage_ = Stage::Resuming;
+                    std::printf("Taking up the upload recorded in the state file...\n");
+                    std::fflush(stdout);
+                    wizard_->resumeFileTransferAfterRestart();
+                } else {
+                    stage_ = Stage::FirstScreen;
+                    wizard_->startFileTransfer();
+                }
+                break;
+            case Stage::FirstScreen:
+                if (shown && *shown == Screen::Users)
+                    chooseUser();
+                else if (shown && *shown == Screen::Sources)
+                    addSources();
+                break;
+            case Stage::Counting:
+                leaveSources();
+                break;
+            case Stage::Destination:
+                chooseDestination();
+                break;
+            case Stage::Resuming:
+                if (shown && *shown == Screen::Status) {
+                    stage_ = Stage::Uploading;
+                    terminal_.setRawInput(true);
+                    terminal_.startKeys([this](char k) { onKey(k); }, [] {});
+                } else if (now - stageSince_ > kResumeWait) {
+                    finish(kExitSomeFailed,
+                           "Nothing was resumed: the state file holds no upload to take up for "
+                           "this device.");
+                }
+                break;
+            case Stage::Uploading:
+                showPauseChange();
+                showProgress(false);
+                checkEnd();
+                break;
+            case Stage::Done:
+                break;
+        }
+    }
+    busy_ = false;
+}
+
+}  // namespace qvt::cli

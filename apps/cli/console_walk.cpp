@@ -1,0 +1,335 @@
+// The wizard's screens before the upload, walked as a user would walk them: the account, the
+// sources, the destination, then Upload.
+#include <sys/stat.h>
+#include <QTimer>
+#include <cctype>
+#include <cstdio>
+
+#include "console_session.h"
+#include "console_view.h"
+#include "destination/folder_node.h"
+#include "platform/files.h"
+#include "qvtransfer/QVTransfer.h"
+#include "source/source_entry.h"
+#include "terminal.h"
+
+namespace qvt::cli {
+
+namespace {
+
+constexpr auto kDestinationWait = std::chrono::seconds(120);
+
+std::string joined(const std::vector<std::string>& names) {
+    std::string out;
+    for (const auto& n : names) out += (out.empty() ? "" : ", ") + n;
+    return out.empty() ? std::string("none") : out;
+}
+
+bool sameIgnoringCase(const std::string& a, const std::string& b) {
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (std::tolower(static_cast<unsigned char>(a[i])) !=
+            std::tolower(static_cast<unsigned char>(b[i])))
+            return false;
+    return true;
+}
+
+std::string trimmedSlashes(std::string s) {
+    while (!s.empty() && s.front() == '/') s.erase(s.begin());
+    while (!s.empty() && s.back() == '/') s.pop_back();
+    return s;
+}
+
+// An answer that is a number from 1 to `count`, as an index; -1 otherwise.
+int chosenNumber(const std::string& answer, std::size_t count) {
+    if (answer.empty() || answer.find_first_not_of("0123456789") != std::string::npos) return -1;
+    const unsigned long n = std::stoul(answer);
+    return n >= 1 && n <= count ? static_cast<int>(n - 1) : -1;
+}
+
+}  // namespace
+
+std::optional<std::string> ConsoleSession::ask(const std::string& prompt, bool secret) {
+    if (!terminal_.inputIsTerminal()) return std::nullopt;
+    clearProgressLine();
+    return terminal_.readLine(prompt, secret, [this] { return ended(); });
+}
+
+void ConsoleSession::chooseUser() {
+    if (!wizard_->finishedfetchingUsers) return;
+    const List users = wizard_->usersArrayController.get();
+    std::vector<std::string> names;
+    for (const Value& v : users)
+        if (const Record* r = v.asRecord()) names.push_back(r->string("username"));
+    int index = -1;
+    std::string wanted = options_.user;
+    if (wanted.empty() && names.size() == 1) wanted = names.front();
+    if (wanted.empty() && terminal_.inputIsTerminal()) {
+        std::printf("Accounts on the device:\n");
+        for (std::size_t i = 0; i < names.size(); ++i)
+            std::printf("  %zu) %s\n", i + 1, names[i].c_str());
+        const auto answer = ask("Account (number or name): ");
+        if (ended()) return;
+        if (!answer) return finish(kExitBadArguments, "No account chosen.");
+        const int n = chosenNumber(*answer, names.size());
+        wanted = n >= 0 ? names[static_cast<std::size_t>(n)] : *answer;
+    }
+    if (wanted.empty())
+        return finish(kExitBadArguments,
+                      "The device has several accounts; choose one with "
+                      "--user (" +
+                          joined(names) + ").");
+    for (std::size_t i = 0; i < names.size(); ++i)
+        if (names[i] == wanted) index = static_cast<int>(i);
+    if (index < 0)
+        return finish(kExitBadArguments,
+                      "The device has no account " + wanted + " (it has: " + joined(names) + ").");
+
+    wizard_->selectUser(index);
+    for (int attempt = 0;; ++attempt) {
+        std::optional<std::string> password = std::string();
+        if (wizard_->showPasswordField) {
+            if (options_.passwordFromStdin)
+                password = terminal_.readLine("", true, [this] { return ended(); });
+            else if (terminal_.inputIsTerminal())
+                password = ask("Password for " + wanted + ": ", true);
+            else
+                return finish(kExitBadArguments, "The account " + wanted +
+                                                     " needs a password: give it on stdin with "
+                                                     "--password-stdin.");
+            if (ended()) return;
+            if (!password) return finish(kExitBadArguments, "No password was given.");
+        }
+        wizard_->userPassword.set(*password);
+        wizard_->verifyUserLoginAndSelectSourceFiles();
+        if (ended()) return;
+        const Screen* shown = wizard_->currentTransferView();
+        if (shown && *shown == Screen::Sources) return addSources();
+        if (!wizard_->incorrectPassword) return;  // the lost-connection question took over
+        if (!options_.passwordFromStdin && terminal_.inputIsTerminal() && attempt < 2) {
+            std::printf("The device did not accept the password; try again.\n");
+            continue;
+        }
+        return finish(kExitSomeFailed,
+                      "The device did not accept the password for " + wanted + ".");
+    }
+}
+
+void ConsoleSession::addSources() {
+    if (options_.sources.empty()) {
+        std::printf("Files and folders to upload, one per line (an empty line ends the list):\n");
+        while (true) {
+            const auto line = ask("> ");
+            if (ended()) return;
+            if (!line || line->empty()) break;
+            std::string path = *line;
+            struct stat st {};
+            if (path.front() != '/' || lstat(path.c_str(), &st) != 0) {
+                std::printf("  not found (give an absolute path): %s\n", path.c_str());
+                continue;
+            }
+            options_.sources.push_back(path);
+        }
+        if (options_.sources.empty()) return finish(kExitBadArguments, "Nothing to upload.");
+    }
+    if (options_.move) wizard_->removeFilesAfterUpload = true;
+    // The same step as dropping the items on the source screen.
+    wizard_->concludeDragOperation(options_.sources);
+    stage_ = Stage::Counting;
+}
+
+void ConsoleSession::leaveSources() {
+    // Next waits for every row's count, so the upload knows how many files it has.
+    const List rows = wizard_->sourceFilesArray.get();
+    if (rows.empty()) return;
+    for (const Value& v : rows)
+        if (const Record* r = v.asRecord();
+            r && r->string("numberOfFiles") == source::kCountingPlaceholder)
+            return;
+    std::printf("Sources: %s\n", wizard_->numberOfFilesAndFolders.get().c_str());
+    std::fflush(stdout);
+    wizard_->selectDestinationForFileTransfer();
+    if (ended()) return;
+    const Screen* shown = wizard_->currentTransferView();
+    if (shown && *shown == Screen::Destination) {
+        stage_ = Stage::Destination;
+        stageSince_ = Clock::now();
+        return;
+    }
+    finish(kExitStopped, "Not uploaded: moving the sources was not confirmed.");
+}
+
+std::optional<std::string> ConsoleSession::resolveDestination(const std::string& wanted,
+                                                              std::string& error) {
+    std::vector<std::pair<std::string, std::string>> roots;  // name, folder
+    std::vector<std::string> names;
+    for (const Value& v : wizard_->destinationFoldersList.get())
+        if (const Record* r = v.asRecord()) {
+            roots.emplace_back(r->string(destination::kFolderName),
+                               r->string(destination::kFolderFullPath));
+            names.push_back(roots.back().first);
+        }
+    std::string folder;
+    std::string below;
+    if (!wanted.empty() && wanted.front() == '/') {
+        const std::string path = "/" + trimmedSlashes(wanted);
+        for (const auto& [name, root] : roots)
+            if (path == root || path.rfind(root + "/", 0) == 0) folder = root;
+        if (folder.empty()) {
+            error = wanted + " is not on the device (its volumes: " + joined(names) + ").";
+            return std::nullopt;
+        }
+        below = path.substr(folder.size());
+        folder = path;
+    } else {
+        const std::string spec = trimmedSlashes(wanted);
+        const auto slash = spec.find('/');
+        const std::string head = spec.substr(0, slash);
+        below = slash == std::string::npos ? "" : trimmedSlashes(spec.substr(slash + 1));
+        for (const auto& [name, root] : roots)
+            if (name == head) folder = root;
+        if (folder.empty())
+            for (const auto& [name, root] : roots)
+                if (sameIgnoringCase(name, head)) folder = root;
+        if (folder.empty()) {
+            error = "The device has no share or volume named " + head +
+                    " (it has: " + joined(names) + ").";
+            return std::nullopt;
+        }
+        if (!below.empty()) folder += "/" + below;
+    }
+    if (("/" + below + "/").find("/../") != std::string::npos) {
+        error = "The destination may not climb out of its share: " + wanted;
+        return std::nullopt;
+    }
+    if (!platform::files().isFolder(folder)) {
+        error = "No folder " + wanted + " on the device.";
+        return std::nullopt;
+    }
+    return folder;
+}
+
+void ConsoleSession::chooseDestination() {
+    if (!wizard_->finishedPopulatingDestinationFolders || !wizard_->uploadFilesButtonEnable) {
+        if (Clock::now() - stageSince_ > kDestinationWait)
+            finish(kExitSomeFailed, "The device's shares and volumes did not come up.");
+        return;
+    }
+    const List roots = wizard_->destinationFoldersList.get();
+    std::vector<std::string> names;
+    for (const Value& v : roots)
+        if (const Record* r = v.asRecord()) names.push_back(r->string(destination::kFolderName));
+    if (names.empty()) return finish(kExitSomeFailed, "The device offers nothing to upload to.");
+
+    std::string wanted = options_.destination;
+    if (wanted.empty() && names.size() == 1 && !terminal_.inputIsTerminal()) wanted = names[0];
+    while (true) {
+        if (wanted.empty()) {
+            if (!terminal_.inputIsTerminal())
+                return finish(kExitBadArguments,
+                              "No destination: give --destination SHARE/FOLDER (the device has: " +
+                                  joined(names) + ").");
+            std::printf("Shares and volumes: %s\n", joined(names).c_str());
+            const auto answer = ask("Destination (SHARE/FOLDER): ");
+            if (ended()) return;
+            if (!answer) return finish(kExitBadArguments, "No destination chosen.");
+            wanted = *answer;
+        }
+        std::string error;
+        if (const auto folder = resolveDestination(wanted, error)) {
+            view_.selectDestinationFolder(*folder);
+            destinationShown_ = wanted;
+            return startUpload();
+        }
+        if (!terminal_.inputIsTerminal() || !options_.destination.empty())
+            return finish(kExitBadArguments, error);
+        std::printf("%s\n", error.c_str());
+        wanted.clear();
+    }
+}
+
+void ConsoleSession::startUpload() {
+    const Record info = wizard_->deviceInfo();
+    std::printf("Uploading %lld files to %s on %s\n",
+                static_cast<long long>(wizard_->numberOfFilesCountForTransfer.load()),
+                destinationShown_.c_str(), info.string("productName").c_str());
+    std::fflush(stdout);
+    stage_ = Stage::Uploading;
+    terminal_.setRawInput(true);
+    terminal_.startKeys([this](char k) { onKey(k); }, [] {});
+    wizard_->uploadFiles();
+    showProgress(true);
+}
+
+void ConsoleSession::onModal(Dialog dialog) {
+    clearProgressLine();
+    switch (dialog) {
+        case Dialog::CancelUploadConfirm:
+            if (stopWithoutAsking_) {
+                QTimer::singleShot(0, this, [this] { wizard_->cancelUploadFiles(2); });
+            } else if (terminal_.inputEnded()) {
+                // Nobody can answer: keep uploading.
+                QTimer::singleShot(0, this, [this] { wizard_->cancelUploadFiles(1); });
+            } else {
+                showPauseChange();  // the stop button pauses before it asks
+                std::string prompt = view_.text("stopUploadPrompt");
+                if (prompt.empty()) prompt = "Stop the upload?";
+                std::printf("%s [y/N] ", prompt.c_str());
+                std::fflush(stdout);
+                awaitingStopAnswer_ = true;
+            }
+            break;
+        case Dialog::ProtectedFiles: {
+            std::printf("%s\n", view_.text("containsSystemFilesText").c_str());
+            int tag = 2;  // --move on a command line without a terminal is the confirmation
+            if (terminal_.inputIsTerminal()) {
+                const auto answer = ask("Go on and move the sources? [y/N] ");
+                tag =
+                    answer && !answer->empty() && (answer->front() == 'y' || answer->front() == 'Y')
+                        ? 2
+                        : 1;
+            }
+            wizard_->cancelOrContinueUpload(tag);
+            break;
+        }
+        case Dialog::LostConnection:
+            answerLostConnection();
+            break;
+        case Dialog::DeviceMissing:
+            std::printf("The device is gone; the upload waits until it is back.\n");
+            view_.endModal(dialog, 0);
+            break;
+        case Dialog::DeviceFull:
+            std::printf("The device is full; the upload waits until it has room.\n");
+            view_.endModal(dialog, 0);
+            break;
+        default:
+            view_.endModal(dialog, 0);
+            break;
+    }
+    std::fflush(stdout);
+}
+
+void ConsoleSession::answerLostConnection() {
+    if (stage_ == Stage::Uploading) {
+        // Left open: the recovery ends it when the device is back; s or Ctrl-C stops.
+        std::printf(
+            "The connection to the device was lost; the upload waits for it "
+            "(s stops).\n");
+        return;
+    }
+    const std::string address = wizard_->deviceInfo().string("ipAddress");
+    std::printf("Cannot reach the device at %s.\n", address.c_str());
+    if (terminal_.inputIsTerminal()) {
+        const auto answer = ask("Try again? [Y/n] ");
+        if (!ended() && answer &&
+            (answer->empty() || (answer->front() != 'n' && answer->front() != 'N'))) {
+            wizard_->retryDeviceConnection(view_.tag("lostConnectionRetryButton", 1));
+            return;
+        }
+    }
+    view_.endModal(Dialog::LostConnection, 0);
+    finish(kExitSomeFailed, "Not uploaded: cannot reach the device at " + address + ".");
+}
+
+}  // namespace qvt::cli

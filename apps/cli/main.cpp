@@ -1,0 +1,91 @@
+// qvtransfer-cli: the upload wizard in a terminal, for machines without a display and for
+// scripts. See --help.
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <cstdio>
+#include <memory>
+
+#include "cli_options.h"
+#include "console_session.h"
+#include "console_view.h"
+#include "platform/files.h"
+#include "qvtransfer/QVTransfer.h"
+#include "qvtransfer/Version.h"
+#include "session/services.h"
+#include "terminal.h"
+
+namespace {
+
+int badArguments(const std::string& message) {
+    std::fprintf(stderr, "qvtransfer-cli: %s\n(see qvtransfer-cli --help)\n", message.c_str());
+    return qvt::cli::kExitBadArguments;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    using namespace qvt::cli;
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    ParseResult parsed = parseArguments(arguments);
+    if (!parsed.error.empty()) return badArguments(parsed.error);
+    Options& options = parsed.options;
+    if (options.help) {
+        std::fputs(usageText(), stdout);
+        return kExitAllArrived;
+    }
+    if (options.version) {
+        std::printf("%s (%g)\n", reinterpret_cast<const char*>(QVTransferFrameworkVersionString),
+                    QVTransferFrameworkVersionNumber);
+        return kExitAllArrived;
+    }
+    const bool interactive = isatty(STDIN_FILENO) == 1;
+    if (options.sources.empty() && !options.resume && !interactive)
+        return badArguments("no sources given");
+
+    std::string error;
+    std::optional<qvt::Record> device = deviceRecordFor(options, error);
+    if (!device) return badArguments(error);
+    if (!options.dasVolumes.empty()) {
+        std::vector<std::string> mountPoints;
+        for (const auto& volume : qvt::platform::files().mountedVolumes())
+            mountPoints.push_back(volume.path);
+        const std::string folder = firstFolderNotMounted(options.dasVolumes, mountPoints);
+        if (!folder.empty())
+            return badArguments("not a mounted volume: " + folder +
+                                " (give the folder a file system is mounted on)");
+    }
+    // The console lists only the sources it is given, never the default folders.
+    device->set("isZeroState", true);
+
+    QCoreApplication app(argc, argv);
+    Terminal terminal;
+    ConsoleView* view = nullptr;
+    qvt::Services services = qvt::Services::defaults();
+    services.viewFactory = [&view](QVTransfer& owner, const std::string&) {
+        auto made = std::make_unique<ConsoleView>(owner);
+        view = made.get();
+        return std::unique_ptr<qvt::QVTransferView>(std::move(made));
+    };
+    std::shared_ptr<QVTransfer> wizard = QVTransfer::initWithDevice(*device, services);
+    if (!wizard || !view) {
+        std::fprintf(stderr, "qvtransfer-cli: the wizard could not be created\n");
+        return kExitSomeFailed;
+    }
+
+    int code = kExitSomeFailed;
+    {
+        ConsoleSession session(options, terminal, wizard, *view);
+        code = session.run();
+    }
+    // The controller's background work (the last save of the state file, unmounts) ends
+    // first. Work that cannot end (a copy blocked on a source that never answers) is left to
+    // the end of the process.
+    const bool idle = wizard->dispatcher().waitIdle(10.0);
+    Terminal::restore();
+    std::fflush(stdout);
+    std::fflush(stderr);
+    if (!idle) _exit(code);
+    wizard.reset();
+    return code;
+}

@@ -1,0 +1,58 @@
+// The console's terminal: whether stdin and stdout are terminals, raw key input, line prompts
+// that keep the event loop turning, and stop signals turned into events.
+#pragma once
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace qvt::cli {
+
+class Terminal : public QObject {
+    Q_OBJECT
+  public:
+    Terminal();
+    ~Terminal() override;
+
+    bool inputIsTerminal() const { return inputTty_; }
+    bool outputIsTerminal() const { return outputTty_; }
+
+    // Key by key input without echo (a terminal only; a pipe is read as it comes).
+    void setRawInput(bool raw);
+
+    // Reads one line from stdin, byte by byte so that whatever follows stays for the key
+    // reader. The event loop keeps turning meanwhile. With `secret` the terminal does not echo.
+    // Nothing at end of input, or when `abandon()` turns true.
+    std::optional<std::string> readLine(const std::string& prompt, bool secret,
+                                        const std::function<bool()>& abandon);
+
+    // Every byte read from stdin goes to `onKey`; the end of input calls `onEnd` once.
+    void startKeys(std::function<void(char)> onKey, std::function<void()> onEnd);
+    void pauseKeys(bool paused);
+    bool inputEnded() const { return inputEnded_; }
+
+    // SIGINT and SIGTERM call `onSignal` on the main thread; a second signal while the first is
+    // handled ends the process with 130.
+    void catchStopSignals(std::function<void(int)> onSignal);
+
+    // Puts the terminal back as it was (also done at exit and on a fatal signal).
+    static void restore();
+
+  private:
+    void readKeys();
+    void readSignal();
+
+    bool inputTty_ = false;
+    bool outputTty_ = false;
+    bool inputEnded_ = false;
+    std::unique_ptr<QSocketNotifier> keys_;
+    std::unique_ptr<QSocketNotifier> signals_;
+    std::function<void(char)> onKey_;
+    std::function<void()> onEnd_;
+    std::function<void(int)> onSignal_;
+};
+
+}  // namespace qvt::cli

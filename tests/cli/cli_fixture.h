@@ -1,0 +1,155 @@
+// Shared pieces of the console uploader's program tests: the program, a private home for each
+// run, volumes on tmpfs, and byte-for-byte comparison of folder trees.
+#pragma once
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "child_process.h"
+#include "support/support.h"
+
+namespace qvt::clitest {
+
+namespace fs = std::filesystem;
+
+inline std::string cliProgram() {
+    return QVT_CLI_PROGRAM;
+}
+
+// A folder with a tmpfs mounted on it: a local volume as the wizard sees one.
+class TmpfsVolume {
+  public:
+    TmpfsVolume(const std::string& path, std::uint64_t bytes) : path_(path) {
+        fs::create_directories(path_);
+        const std::string options = "size=" + std::to_string(bytes);
+        mounted_ = mount("tmpfs", path_.c_str(), "tmpfs", 0, options.c_str()) == 0;
+    }
+    ~TmpfsVolume() {
+        if (mounted_) umount2(path_.c_str(), MNT_DETACH);
+    }
+    TmpfsVolume(const TmpfsVolume&) = delete;
+    TmpfsVolume& operator=(const TmpfsVolume&) = delete;
+    bool ok() const { return mounted_; }
+    const std::string& path() const { return path_; }
+
+  private:
+    std::string path_;
+    bool mounted_ = false;
+};
+
+// Every regular file below `root`, as paths relative to it.
+inline std::vector<std::string> filesBelow(const std::string& root) {
+    std::vector<std::string> out;
+    std::error_code ec;
+    for (auto it = fs::recursive_directory_iterator(root, ec); !ec && it != fs::end(it);
+         it.increment(ec))
+        if (it->is_regular_file()) out.push_back(fs::relative(it->path(), root).string());
+    std::sort(out.begin(), out.end());
+    return out;
+}
+
+// Whether the two trees hold the same files with the same bytes; says what differs.
+inline ::testing::AssertionResult sameTree(const std::string& expected, const std::string& actual) {
+    const auto want = filesBelow(expected);
+    const auto got = filesBelow(actual);
+    if (want != got) {
+        std::string list;
+        for (const auto& f : got) list += " " + f;
+        return ::testing::AssertionFailure() << actual << " holds:" << list;
+    }
+    for (const auto& f : want)
+        if (test::readFile(expected + "/" + f) != test::readFile(actual + "/" + f))
+            return ::testing::AssertionFailure() << f << " differs";
+    return ::testing::AssertionSuccess();
+}
+
+// A Unix socket file: it lists and counts like a file, but cannot be opened for reading, so
+// its upload fails.
+inline bool makeSocketFile(const std::string& path) {
+    const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+    if (fd < 0) return false;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) return false;
+    std::copy(path.begin(), path.end(), address.sun_path);
+    const bool ok = bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    close(fd);
+    return ok;
+}
+
+// Sources for an upload: a folder tree with a larger file, and a single file.
+inline void makeSources(const std::string& folder) {
+    test::writeFile(folder + "/Holiday/diary.txt", "A day at the sea\n");
+    std::string bytes(3 << 20, '\0');
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<char>((i * 131) ^ (i >> 9));
+    test::writeFile(folder + "/Holiday/Pictures/sea.raw", bytes);
+    test::writeFile(folder + "/Holiday/Pictures/empty.txt", "");
+    test::writeFile(folder + "/notes.txt", "Meeting notes\n");
+}
+
+// The writing end of a FIFO that an upload reads as its source. Once the copy has opened the
+// FIFO, holding the writing end keeps that copy waiting for data, so the upload is surely under
+// way; closing it lets the copy end with an empty file.
+class FifoWriter {
+  public:
+    explicit FifoWriter(std::string path) : path_(std::move(path)) {}
+    ~FifoWriter() { release(); }
+    FifoWriter(const FifoWriter&) = delete;
+    FifoWriter& operator=(const FifoWriter&) = delete;
+    // Opens the writing end if a reader has the FIFO open; true once it is held.
+    bool attach() {
+        if (fd_ < 0) fd_ = open(path_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        return fd_ >= 0;
+    }
+    void release() {
+        if (fd_ >= 0) close(fd_);
+        fd_ = -1;
+    }
+
+  private:
+    std::string path_;
+    int fd_ = -1;
+};
+
+// Polls `done` until it holds or `seconds` pass, without an event loop (for child programs).
+inline bool pollUntil(const std::function<bool()>& done, double seconds) {
+    const auto deadline = std::chrono::steady_clock::now() +
+                          std::chrono::milliseconds(static_cast<long>(seconds * 1000));
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (done()) return true;
+        usleep(10000);
+    }
+    return done();
+}
+
+class CliTest : public ::testing::Test {
+  protected:
+    // The environment of one run: a private home (mount folder and state file inside it).
+    std::map<std::string, std::string> environment() const {
+        return {{"HOME", home.path()},
+                {"XDG_DATA_HOME", home.path() + "/.local/share"},
+                {"QT_QPA_PLATFORM", "offscreen"}};
+    }
+    bool start(ChildProcess& child, const std::vector<std::string>& args) {
+        return child.start(cliProgram(), args, environment());
+    }
+
+    test::TempDir home;
+    test::TempDir work;
+};
+
+}  // namespace qvt::clitest

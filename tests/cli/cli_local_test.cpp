@@ -1,0 +1,237 @@
+// The console uploader run as a program against local volumes: a whole upload, its exit codes,
+// and stopping it by keys and by SIGINT.
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include "../mount/mount_test_support.h"
+#include "cli_fixture.h"
+#include "platform/plist_io.h"
+
+using namespace qvt;
+using namespace qvt::clitest;
+
+namespace {
+
+constexpr double kDeadline = 60;
+
+}  // namespace
+
+TEST_F(CliTest, BadArgumentsExitWithTwoAndSayWhy) {
+    test::writeFile(work / "a.txt", "a");
+    struct Case {
+        std::vector<std::string> args;
+        std::string says;
+    };
+    const std::vector<Case> cases{
+        {{}, "no device"},
+        {{"--das", work.path(), "--bogus", work / "a.txt"}, "unknown option --bogus"},
+        {{"--das", work / "missing", work / "a.txt"}, "no such volume folder"},
+        {{"--das", work.path(), work / "gone.txt"}, "no such source"},
+        {{"--device", work / "none.plist", work / "a.txt"}, "cannot read a device record"},
+        {{"--nas", "127.0.0.1:1", work / "a.txt"}, "--serial"},
+        {{"--das", work.path()}, "no sources given"},
+        // A plain folder is no drive's volume: refused at once rather than waited for.
+        {{"--das", work.path(), work / "a.txt"}, "not a mounted volume: " + work.path()},
+    };
+    for (const Case& c : cases) {
+        ChildProcess child;
+        ASSERT_TRUE(start(child, c.args));
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 2) << c.says;
+        EXPECT_NE(child.errors().find(c.says), std::string::npos) << child.errors();
+    }
+}
+
+TEST_F(CliTest, HelpDescribesTheExitCodes) {
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--help"}));
+    EXPECT_EQ(child.waitForExit(kDeadline), 0);
+    EXPECT_NE(child.output().find("130 stopped"), std::string::npos) << child.output();
+    EXPECT_NE(child.output().find("--password-stdin"), std::string::npos);
+}
+
+TEST_F(CliTest, UploadsToAnExt4VolumeTheWizardMounts) {
+    mounttest::LoopVolume volume(work.path(), 16);
+    ASSERT_TRUE(volume.ok()) << "no loop device for the ext4 image";
+    // The device record says the volume is not mounted: the wizard mounts it under the mount
+    // folder of the home it runs in.
+    Record info{{"productName", "Loop Drive"},
+                {"serialNumber", "LOOP-1"},
+                {"volumeArray", List{Record{{"volumeName", "Archive"},
+                                            {"volumePath", ""},
+                                            {"bsdName", volume.bsdName()},
+                                            {"mounted", false},
+                                            {"uuid", volume.uuid()}}}}};
+    const Record device{{"deviceType", "DAS"}, {"isZeroState", false}, {"deviceInfo", info}};
+    ASSERT_TRUE(platform::writePropertyList(work / "device.plist", Value(device)));
+    makeSources(work / "src");
+
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--device", work / "device.plist", "--destination", "Archive",
+                              work / "src/Holiday", work / "src/notes.txt"}));
+    child.closeInput();
+    const int code = child.waitForExit(kDeadline);
+    EXPECT_EQ(code, 0) << child.output() << child.errors();
+
+    // It was mounted in the mount folder, and let go again once every file had arrived.
+    const std::string mountedAt = home.path() + "/.QVTransfer/Archive";
+    EXPECT_NE(child.output().find("Destination: Archive on Loop Drive (" + mountedAt + ")"),
+              std::string::npos)
+        << child.output();
+    EXPECT_EQ(mounttest::run("findmnt -n -o TARGET --source " + volume.device()), "");
+    // What is on the volume, seen through a mount of our own.
+    const std::string check = work / "check";
+    fs::create_directories(check);
+    ASSERT_EQ(mount(volume.device().c_str(), check.c_str(), "ext4", MS_RDONLY, nullptr), 0);
+    EXPECT_TRUE(sameTree(work / "src/Holiday", check + "/Holiday"));
+    EXPECT_EQ(test::readFile(check + "/notes.txt"), "Meeting notes\n");
+    umount2(check.c_str(), MNT_DETACH);
+    // Every file counted: 4 files in all.
+    EXPECT_NE(child.output().find("Uploading 4 files"), std::string::npos) << child.output();
+}
+
+TEST_F(CliTest, AFileThatCannotBeReadFailsAndTheRestArrives) {
+    TmpfsVolume volume(work / "Drive", 32 << 20);
+    ASSERT_TRUE(volume.ok());
+    fs::create_directories(volume.path() + "/Inbox");
+    makeSources(work / "src");
+    ASSERT_TRUE(makeSocketFile(work / "src/Holiday/socket"));
+
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--name", "Test Drive", "--destination",
+                              "Drive/Inbox", work / "src/Holiday", work / "src/notes.txt"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+
+    // The failed list names the socket with the reason.
+    EXPECT_NE(child.output().find("Failed (1):"), std::string::npos) << child.output();
+    EXPECT_NE(child.output().find(work / "src/Holiday/socket"), std::string::npos);
+    EXPECT_NE(child.output().find("No such device or address"), std::string::npos);
+    // Everything else arrived, byte for byte.
+    fs::remove(work / "src/Holiday/socket");
+    EXPECT_TRUE(sameTree(work / "src/Holiday", volume.path() + "/Inbox/Holiday"));
+    EXPECT_EQ(test::readFile(volume.path() + "/Inbox/notes.txt"), "Meeting notes\n");
+}
+
+TEST_F(CliTest, ADestinationThatIsNotThereIsABadArgument) {
+    TmpfsVolume volume(work / "Drive", 1 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "a.txt", "a");
+    ChildProcess child;
+    ASSERT_TRUE(
+        start(child, {"--das", volume.path(), "--destination", "Drive/Missing", work / "a.txt"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 2);
+    EXPECT_NE(child.errors().find("No folder Drive/Missing"), std::string::npos) << child.errors();
+    ChildProcess other;
+    ASSERT_TRUE(
+        start(other, {"--das", volume.path(), "--destination", "Elsewhere", work / "a.txt"}));
+    other.closeInput();
+    EXPECT_EQ(other.waitForExit(kDeadline), 2);
+    EXPECT_NE(other.errors().find("no share or volume named Elsewhere (it has: Drive)"),
+              std::string::npos)
+        << other.errors();
+    EXPECT_TRUE(filesBelow(volume.path()).empty());
+}
+
+TEST_F(CliTest, StopKeyAsksAndYesStopsWithOneThirty) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    // The first source is a FIFO: its copy waits for a writer, so the upload is surely still
+    // running when the keys arrive.
+    ASSERT_EQ(mkfifo((work / "pipe").c_str(), 0644), 0);
+    test::writeFile(work / "later.txt", "after the pipe\n");
+
+    FifoWriter writer(work / "pipe");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "pipe",
+                              work / "later.txt"}));
+    ASSERT_TRUE(pollUntil([&] { return writer.attach(); }, kDeadline)) << child.output();
+    child.write("s");
+    ASSERT_TRUE(child.waitForOutput("[y/N]", kDeadline)) << child.output();
+    child.write("y");
+    ASSERT_TRUE(child.waitForOutput("Stopped.", kDeadline)) << child.output() << child.errors();
+    writer.release();
+    EXPECT_EQ(child.waitForExit(kDeadline), 130) << child.output() << child.errors();
+    // The walk ended at the stop: the source after the pipe never went.
+    EXPECT_FALSE(fs::exists(volume.path() + "/later.txt"));
+}
+
+TEST_F(CliTest, NoToTheStopQuestionKeepsUploading) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    ASSERT_EQ(mkfifo((work / "pipe").c_str(), 0644), 0);
+    test::writeFile(work / "later.txt", "after the pipe\n");
+
+    FifoWriter writer(work / "pipe");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "pipe",
+                              work / "later.txt"}));
+    ASSERT_TRUE(pollUntil([&] { return writer.attach(); }, kDeadline)) << child.output();
+    child.write("s");
+    ASSERT_TRUE(child.waitForOutput("[y/N]", kDeadline)) << child.output();
+    child.write("n");
+    ASSERT_TRUE(child.waitForOutput("Resumed.", kDeadline)) << child.output();
+    writer.release();
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_EQ(test::readFile(volume.path() + "/later.txt"), "after the pipe\n");
+    EXPECT_TRUE(fs::exists(volume.path() + "/pipe"));
+}
+
+TEST_F(CliTest, SigintStopsWithoutAsking) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    ASSERT_EQ(mkfifo((work / "pipe").c_str(), 0644), 0);
+    test::writeFile(work / "later.txt", "after the pipe\n");
+
+    FifoWriter writer(work / "pipe");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "pipe",
+                              work / "later.txt"}));
+    child.closeInput();
+    ASSERT_TRUE(pollUntil([&] { return writer.attach(); }, kDeadline)) << child.output();
+    child.signal(SIGINT);
+    ASSERT_TRUE(child.waitForOutput("Stopped.", kDeadline)) << child.output() << child.errors();
+    writer.release();
+    EXPECT_EQ(child.waitForExit(kDeadline), 130);
+    EXPECT_EQ(child.output().find("[y/N]"), std::string::npos) << child.output();
+    EXPECT_FALSE(fs::exists(volume.path() + "/later.txt"));
+}
+
+TEST_F(CliTest, ResumeWithoutARecordedUploadSaysSo) {
+    TmpfsVolume volume(work / "Drive", 1 << 20);
+    ASSERT_TRUE(volume.ok());
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--resume"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_NE(child.output().find("Taking up the upload recorded in the state file"),
+              std::string::npos);
+    EXPECT_NE(child.errors().find("Nothing was resumed"), std::string::npos) << child.errors();
+}
+
+TEST_F(CliTest, MoveConfirmsOnTheCommandLineAndTheSourcesGo) {
+    TmpfsVolume volume(work / "Drive", 32 << 20);
+    ASSERT_TRUE(volume.ok());
+    makeSources(work / "src");
+    makeSources(work / "expected");
+
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", "--move",
+                              work / "src/Holiday", work / "src/notes.txt"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    // The move warning was shown and taken as confirmed by --move.
+    test::Harness h;
+    auto texts = QVTransfer::initWithDevice(test::dasDevice(), h.services);
+    ASSERT_TRUE(texts);
+    const std::string warning = texts->localizedString("MOVE_FILE_WARNING_txt");
+    ASSERT_FALSE(warning.empty());
+    EXPECT_NE(child.output().find(warning), std::string::npos) << child.output();
+    EXPECT_TRUE(sameTree(work / "expected/Holiday", volume.path() + "/Holiday"));
+    EXPECT_EQ(test::readFile(volume.path() + "/notes.txt"), "Meeting notes\n");
+    EXPECT_TRUE(filesBelow(work / "src").empty());
+    EXPECT_FALSE(fs::exists(work / "src/notes.txt"));
+}

@@ -1,0 +1,177 @@
+// The console uploader run as a program against a network device: the device simulator's REST
+// interface and its real Samba server on loopback.
+#include <cstdlib>
+
+#include "../../apps/devicesim/device_simulator.h"
+#include "../../apps/devicesim/samba_server.h"
+#include "cli_fixture.h"
+
+using namespace qvt;
+using namespace qvt::clitest;
+namespace sim = qvt::devicesim;
+
+namespace {
+
+constexpr double kDeadline = 90;
+constexpr const char* kUser = "qvtcli";
+constexpr const char* kOtherUser = "qvtcli2";
+constexpr const char* kPassword = "cli pass 42";
+
+}  // namespace
+
+class CliNas : public CliTest {
+  protected:
+    static void SetUpTestSuite() {
+        sim::SambaConfig config;
+        sim::SambaShare share;
+        share.name = "Family";
+        share.validUsers = {kUser};
+        config.shares.push_back(share);
+        sim::SambaShare open;
+        open.name = "Public";
+        open.guestOk = true;
+        config.shares.push_back(open);
+        config.users.push_back({kUser, kPassword, {}});
+        config.users.push_back({kOtherUser, "", {}});
+        samba_ = new sim::SambaServer(config);
+        if (!samba_->start(&startError_)) return;
+        // The program inherits this: its SMB connections go to the private server.
+        setenv("QVTRANSFER_SMB_PORT", std::to_string(samba_->port()).c_str(), 1);
+    }
+    static void TearDownTestSuite() {
+        delete samba_;
+        samba_ = nullptr;
+    }
+
+    void SetUp() override {
+        ASSERT_TRUE(samba_ && samba_->running()) << "smbd did not start: " << startError_;
+        for (const char* share : {"Family", "Public"})
+            for (const auto& entry : fs::directory_iterator(samba_->sharePath(share)))
+                fs::remove_all(entry.path());
+        sim::DeviceConfig config;
+        config.serialNumber = "SN-CLI";
+        config.productName = "Test Cloud";
+        config.users = {{kUser, kPassword}, {kOtherUser, ""}};
+        sim::SimShare family;
+        family.shareName = "Family";
+        family.shareAccess = {"RW"};
+        sim::SimShare open;
+        open.shareName = "Public";
+        open.publicAccess = true;
+        open.shareAccess = {"RW"};
+        config.shares = {family, open};
+        ASSERT_GT(device_.start(config), 0);
+    }
+    void TearDown() override { device_.stop(); }
+
+    std::vector<std::string> deviceArgs() const {
+        return {"--nas", device_.address(), "--serial", "SN-CLI", "--name", "Test Cloud"};
+    }
+    std::string share(const std::string& name) const { return samba_->sharePath(name); }
+
+    static inline sim::SambaServer* samba_ = nullptr;
+    static inline std::string startError_;
+    sim::DeviceSimulator device_;
+};
+
+TEST_F(CliNas, UploadsToAFolderOfAPrivateShare) {
+    fs::create_directories(share("Family") + "/Trips");
+    makeSources(work / "src");
+    auto args = deviceArgs();
+    for (const std::string a :
+         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
+        args.push_back(a);
+    args.push_back(work / "src/Holiday");
+    args.push_back(work / "src/notes.txt");
+
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    child.write(std::string(kPassword) + "\n");
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_TRUE(sameTree(work / "src/Holiday", share("Family") + "/Trips/Holiday"));
+    EXPECT_EQ(test::readFile(share("Family") + "/Trips/notes.txt"), "Meeting notes\n");
+    EXPECT_NE(child.output().find("Destination: Family/Trips on Test Cloud"), std::string::npos)
+        << child.output();
+    // The password is never written out.
+    EXPECT_EQ(child.output().find(kPassword), std::string::npos);
+    EXPECT_EQ(child.errors().find(kPassword), std::string::npos);
+}
+
+TEST_F(CliNas, AWrongPasswordEndsWithOneAndUploadsNothing) {
+    test::writeFile(work / "a.txt", "a");
+    auto args = deviceArgs();
+    for (const std::string a : {"--user", kUser, "--password-stdin", "--destination", "Family"})
+        args.push_back(a);
+    args.push_back(work / "a.txt");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    child.write("not the password\n");
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_NE(child.errors().find("did not accept the password for qvtcli"), std::string::npos)
+        << child.errors();
+    EXPECT_EQ(child.errors().find("not the password"), std::string::npos);
+    EXPECT_TRUE(filesBelow(share("Family")).empty());
+}
+
+TEST_F(CliNas, AnUnknownAccountOrAMissingPasswordIsABadArgument) {
+    test::writeFile(work / "a.txt", "a");
+    {
+        auto args = deviceArgs();
+        for (const std::string a : {"--user", "nobody", "--destination", "Public"})
+            args.push_back(a);
+        args.push_back(work / "a.txt");
+        ChildProcess child;
+        ASSERT_TRUE(start(child, args));
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 2);
+        EXPECT_NE(child.errors().find("no account nobody (it has: qvtcli, qvtcli2)"),
+                  std::string::npos)
+            << child.errors();
+    }
+    {
+        auto args = deviceArgs();
+        for (const std::string a : {"--user", kUser, "--destination", "Family"}) args.push_back(a);
+        args.push_back(work / "a.txt");
+        ChildProcess child;
+        ASSERT_TRUE(start(child, args));
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 2);
+        EXPECT_NE(child.errors().find("needs a password"), std::string::npos) << child.errors();
+    }
+}
+
+TEST_F(CliNas, AnUnreachableDeviceEndsWithOne) {
+    test::writeFile(work / "a.txt", "a");
+    const std::string address = device_.address();
+    device_.stop();
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--nas", address, "--serial", "SN-CLI", "--user", kUser,
+                              "--destination", "Public", work / "a.txt"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_NE(child.errors().find("cannot reach the device at " + address), std::string::npos)
+        << child.errors();
+}
+
+TEST_F(CliNas, AtATerminalItAsksForAccountPasswordAndDestinationAndNeverEchoesThePassword) {
+    fs::create_directories(share("Family") + "/Trips");
+    test::writeFile(work / "a.txt", "typed at a terminal\n");
+    ChildProcess child;
+    auto args = deviceArgs();
+    args.push_back(work / "a.txt");
+    ASSERT_TRUE(child.startOnTerminal(cliProgram(), args, environment()));
+    ASSERT_TRUE(child.waitForOutput("Account (number or name): ", kDeadline)) << child.output();
+    EXPECT_NE(child.output().find("1) qvtcli"), std::string::npos) << child.output();
+    child.write("1\n");
+    ASSERT_TRUE(child.waitForOutput("Password for qvtcli: ", kDeadline)) << child.output();
+    child.write(std::string(kPassword) + "\n");
+    ASSERT_TRUE(child.waitForOutput("Destination (SHARE/FOLDER): ", kDeadline)) << child.output();
+    child.write("Family/Trips\n");
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output();
+    EXPECT_EQ(test::readFile(share("Family") + "/Trips/a.txt"), "typed at a terminal\n");
+    // What was typed for the account and the folder shows; the password does not.
+    EXPECT_NE(child.output().find("Family/Trips"), std::string::npos);
+    EXPECT_EQ(child.output().find(kPassword), std::string::npos) << child.output();
+}
