@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# Builds the upload engine's test programs and their neighbours with ThreadSanitizer and runs
+# them, all in one private D-Bus session with a keyring (scripts/with-keyring.sh). Every report
+# is a failure: the run stops at the first one (halt_on_error) and the script exits non-zero.
+#
+#   scripts/tsan.sh BUILD_DIR [TEST_PROGRAM...]
+#
+# Without programs it runs the engine-related set below. A program whose tests/<area> folder
+# does not exist (yet) is named as missing and makes the run fail, so a renamed folder is not
+# silently dropped from the check.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=${1:-$root/build-tsan}
+shift || true
+programs=("$@")
+if [ "${#programs[@]}" -eq 0 ]; then
+    programs=(test_engine test_progress test_statefile test_upload test_platform test_session)
+fi
+
+missing=()
+present=()
+for p in "${programs[@]}"; do
+    if [ -d "$root/tests/${p#test_}" ]; then present+=("$p"); else missing+=("$p"); fi
+done
+if [ "${#missing[@]}" -gt 0 ]; then
+    echo "tsan: no test folder for: ${missing[*]}" >&2
+fi
+if [ "${#present[@]}" -eq 0 ]; then
+    echo "tsan: nothing to run" >&2
+    exit 1
+fi
+
+start=$SECONDS
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQVT_SANITIZE=thread \
+    >/dev/null
+cmake --build "$build" -j "$(nproc)" --target "${present[@]}"
+built=$SECONDS
+
+# halt_on_error: the first race ends the program with a failure. second_deadlock_stack: both
+# stacks of a lock-order inversion. The suppressions cover GLib's own locking only (see the
+# file). The reports go to standard error with the test's output.
+export TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$root/scripts/tsan.supp ${TSAN_OPTIONS:-}"
+export QT_QPA_PLATFORM=offscreen
+
+# One keyring session for all programs: each program runs once, its failures counted.
+runner='
+failed=()
+for program in "$@"; do
+    echo "== $program (ThreadSanitizer) =="
+    if ! "$QVT_TSAN_BUILD/tests/$program"; then failed+=("$program"); fi
+done
+if [ "${#failed[@]}" -gt 0 ]; then
+    echo "tsan: failed: ${failed[*]}" >&2
+    exit 1
+fi
+'
+status=0
+QVT_TSAN_BUILD="$build" "$root/scripts/with-keyring.sh" bash -c "$runner" tsan "${present[@]}" ||
+    status=$?
+
+echo "tsan: build $((built - start)) s, tests $((SECONDS - built)) s, total $((SECONDS - start)) s"
+if [ "${#missing[@]}" -gt 0 ]; then exit 1; fi
+exit "$status"

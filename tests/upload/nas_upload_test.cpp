@@ -1,0 +1,235 @@
+// Whole uploads to a network device: a share of the simulator's real Samba server on loopback,
+// mounted in-process through the controller's mount helper, the files written over SMB.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <map>
+
+#include "platform/files.h"
+#include "upload_fixture.h"
+
+namespace qvt::uploadtest {
+namespace {
+
+static ::testing::Environment* const kSamba =
+    ::testing::AddGlobalTestEnvironment(new mounttest::SambaEnvironment);
+
+constexpr std::size_t kBig = 100u << 20;
+
+class NasUpload : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        QVT_REQUIRE_SAMBA();
+        // The share's backing folder starts empty for every test.
+        for (const auto& e : fs::directory_iterator(backing())) fs::remove_all(e.path());
+    }
+    void TearDown() override { box.releaseMounts(); }
+
+    static std::string backing() {
+        return mounttest::SambaEnvironment::server()->sharePath("Private");
+    }
+    void expectPasswordNeverLogged(UploadSession& s) {
+        for (const auto& line : s.logLines())
+            EXPECT_EQ(line.find(mounttest::kPassword), std::string::npos) << line;
+    }
+
+    mounttest::MountSandbox box;
+};
+
+TEST_F(NasUpload, MixedTreeArrivesOnTheShareByteForByte) {
+    UploadSession s(test::nasDevice("127.0.0.1:1", "SN-UPLOAD"));
+    s.c().userName.set(mounttest::kUser);
+    s.c().userPassword.set(mounttest::kPassword);
+    const std::string tree = makeMixedTree(s.home() + "/sources", kBig);
+    const Snapshot expected = snapshot(tree, true);
+
+    ASSERT_TRUE(s.addSources({tree}));
+    ASSERT_TRUE(s.toDestination(false));
+    const std::string share = s.mountShare("Private");
+    ASSERT_EQ(share, s.c().mountDir + "/Private");
+    ASSERT_EQ(platform::files().createFolder(share + "/Uploads", false), 0);
+    s.upload(share + "/Uploads");
+    ASSERT_TRUE(s.waitCompleted());
+
+    EXPECT_TRUE(s.failures().empty());
+    std::vector<std::string> links;
+    const Snapshot arrived = snapshot(backing() + "/Uploads/Mixed Tree", false, &links);
+    EXPECT_EQ(difference(expected, arrived), "");
+    EXPECT_TRUE(links.empty());
+    EXPECT_EQ(s.c().progressValue.load(), 16);
+    EXPECT_EQ(s.c().numberOfFilesCountForTransfer.load(), 16);
+    EXPECT_EQ(s.c().selectedDestinationShare.get(), share + "/Uploads");
+
+    // An upload without failures releases the shares it mounted.
+    EXPECT_FALSE(platform::files().isMountPoint(share));
+    // The state file holds the device's record under its serial number.
+    const auto state = s.stateFile();
+    ASSERT_TRUE(state);
+    ASSERT_EQ(state->size(), 1u);
+    const Record* record = state->record("SN-UPLOAD");
+    ASSERT_TRUE(record);
+    EXPECT_TRUE(record->find("isFileTransferCompleted")->toBool());
+    EXPECT_EQ(record->string("deviceType"), "NAS");
+    // Neither the log nor the state file holds the password.
+    expectPasswordNeverLogged(s);
+    EXPECT_EQ(test::readFile(s.c().transferDataFilePath).find(mounttest::kPassword),
+              std::string::npos);
+}
+
+TEST_F(NasUpload, SecondUploadToTheShareGetsCopyNames) {
+    test::TempDir sources;
+    const std::string tree = makeMixedTree(sources.path(), 0);
+    fs::remove(tree + "/" + longAsciiName());
+    fs::remove(tree + "/" + longMultibyteName());
+    const Snapshot expected = snapshot(tree, true);
+
+    std::string copy;
+    for (int round = 0; round < 2; ++round) {
+        UploadSession s(test::nasDevice("127.0.0.1:1", "SN-UPLOAD"));
+        copy = s.c().localeCOPY_txt;
+        s.c().userName.set(mounttest::kUser);
+        s.c().userPassword.set(mounttest::kPassword);
+        ASSERT_TRUE(s.addSources({tree}));
+        ASSERT_TRUE(s.toDestination(false));
+        const std::string share = s.mountShare("Private");
+        ASSERT_FALSE(share.empty());
+        s.upload(share);
+        ASSERT_TRUE(s.waitCompleted()) << "round " << round;
+        EXPECT_TRUE(s.failures().empty()) << "round " << round;
+        expectPasswordNeverLogged(s);
+    }
+    const std::string root = backing() + "/Mixed Tree";
+    EXPECT_EQ(sha256Of(root + "/plain " + copy + ".txt"), sha256Of(tree + "/plain.txt"));
+    EXPECT_EQ(sha256Of(root + "/.hidden " + copy), sha256Of(tree + "/.hidden"));
+    EXPECT_EQ(sha256Of(root + "/nested/level 1/level 2/deep " + copy + ".bin"),
+              sha256Of(tree + "/nested/level 1/level 2/deep.bin"));
+    EXPECT_EQ(sha256Of(root + "/link to plain " + copy), sha256Of(tree + "/plain.txt"));
+    // Each file twice, folders once (merged).
+    const Snapshot arrived = snapshot(root, false);
+    EXPECT_EQ(filesOf(arrived).size(), 2 * filesOf(expected).size());
+    std::size_t folders = 0, foldersExpected = 0;
+    for (const auto& [p, item] : arrived) folders += item.folder;
+    for (const auto& [p, item] : expected) foldersExpected += item.folder;
+    EXPECT_EQ(folders, foldersExpected);
+    for (const auto& [p, item] : expected) EXPECT_TRUE(arrived.count(p)) << p;
+}
+
+TEST_F(NasUpload, CancelInTheBigFileOnTheShareRemovesItAndReleasesTheShare) {
+    HoldingFiles files;
+    FilesOverride useFiles(&files);
+    UploadSession s(test::nasDevice("127.0.0.1:1", "SN-UPLOAD"));
+    struct ReleaseOnExit {
+        HoldingFiles& files;
+        ~ReleaseOnExit() { files.release(); }
+    } releaseOnExit{files};
+    s.c().userName.set(mounttest::kUser);
+    s.c().userPassword.set(mounttest::kPassword);
+    const std::string tree = makeMixedTree(s.home() + "/sources", kBig);
+    const Snapshot expected = snapshot(tree, true);
+    ASSERT_TRUE(s.addSources({tree}));
+    ASSERT_TRUE(s.toDestination(false));
+    const std::string share = s.mountShare("Private");
+    ASSERT_FALSE(share.empty());
+    files.holdCopyOf("/big/huge.bin");
+    s.upload(share);
+    ASSERT_TRUE(files.waitHeld(120));
+    const std::string bigOnShare = backing() + "/Mixed Tree/big/huge.bin";
+    ASSERT_EQ(s.c().inProcessDestFilePath.get(), share + "/Mixed Tree/big/huge.bin");
+    ASSERT_EQ(fs::file_size(bigOnShare), kBig);
+    std::map<std::string, std::string> earlier;
+    for (const std::string& rel : filesOf(snapshot(backing(), false)))
+        if (rel != "Mixed Tree/big/huge.bin") earlier[rel] = sha256Of(backing() + "/" + rel);
+
+    // The pause button, then the stop confirmation's stop button.
+    s.c().cancelUploadFiles(3);
+    s.c().cancelUploadFiles(2);
+    files.release();
+    ASSERT_TRUE(s.settle());
+
+    EXPECT_FALSE(fs::exists(bigOnShare));
+    EXPECT_EQ(s.delegate().cancelCount.load(), 1);
+    EXPECT_FALSE(platform::files().isMountPoint(share));
+    std::map<std::string, std::string> after;
+    for (const std::string& rel : filesOf(snapshot(backing(), false)))
+        after[rel] = sha256Of(backing() + "/" + rel);
+    EXPECT_EQ(after, earlier);
+    for (const auto& [rel, digest] : earlier)
+        EXPECT_EQ(digest,
+                  expected.at(fs::path(rel).lexically_relative("Mixed Tree").string()).digest)
+            << rel;
+    const auto state = s.stateFile();
+    ASSERT_TRUE(state);
+    ASSERT_EQ(state->size(), 1u);
+    ASSERT_TRUE(state->record("SN-UPLOAD"));
+    EXPECT_TRUE(state->record("SN-UPLOAD")->empty());
+    expectPasswordNeverLogged(s);
+}
+
+TEST_F(NasUpload, FileTheLayerRefusesIsListedAsFailedAndTheRestArrives) {
+    HoldingFiles files;
+    FilesOverride useFiles(&files);
+    UploadSession s(test::nasDevice("127.0.0.1:1", "SN-UPLOAD"));
+    s.c().userName.set(mounttest::kUser);
+    s.c().userPassword.set(mounttest::kPassword);
+    const std::string tree = makeMixedTree(s.home() + "/sources", 0);
+    Snapshot expected = snapshot(tree, true);
+    files.failCopiesOf("/track 07.mp3", EACCES);
+    ASSERT_TRUE(s.addSources({tree}));
+    ASSERT_TRUE(s.toDestination(false));
+    const std::string share = s.mountShare("Private");
+    ASSERT_FALSE(share.empty());
+    s.upload(share);
+    ASSERT_TRUE(s.waitCompleted());
+
+    const auto failed = s.failures();
+    ASSERT_EQ(failed.size(), 1u);
+    EXPECT_EQ(failed[0].string("sourceFilePath"), tree + "/nested/level 1/track 07.mp3");
+    EXPECT_EQ(failed[0].string("destFilePath"), share + "/Mixed Tree/nested/level 1/track 07.mp3");
+    EXPECT_EQ(failed[0].string("localizedError"), platform::errorDescription(EACCES));
+    EXPECT_FALSE(failed[0].string("localizedError").empty());
+    EXPECT_TRUE(s.c().isFileTransferFailed);
+    expected.erase("nested/level 1/track 07.mp3");
+    EXPECT_EQ(difference(expected, snapshot(backing() + "/Mixed Tree", false)), "");
+    // With a failure the share stays mounted (the failed list may retry).
+    EXPECT_TRUE(platform::files().isMountPoint(share));
+    const auto state = s.stateFile();
+    ASSERT_TRUE(state && state->record("SN-UPLOAD"));
+    const Record* record = state->record("SN-UPLOAD");
+    EXPECT_TRUE(record->find("isFileTransferFailed")->toBool());
+    ASSERT_TRUE(record->list("failedTransferArray"));
+    EXPECT_EQ(record->list("failedTransferArray")->size(), 1u);
+}
+
+TEST_F(NasUpload, CopyNameTooLongForTheShareFailsThatFileOnly) {
+    test::TempDir sources;
+    const std::string folder = sources.path() + "/Long";
+    test::writeFile(folder + "/" + longAsciiName(), "long\n");
+    test::writeFile(folder + "/short.txt", "short\n");
+    for (int round = 0; round < 2; ++round) {
+        UploadSession s(test::nasDevice("127.0.0.1:1", "SN-UPLOAD"));
+        s.c().userName.set(mounttest::kUser);
+        s.c().userPassword.set(mounttest::kPassword);
+        ASSERT_TRUE(s.addSources({folder}));
+        ASSERT_TRUE(s.toDestination(false));
+        const std::string share = s.mountShare("Private");
+        ASSERT_FALSE(share.empty());
+        s.upload(share);
+        // The refused name is an error of that file, not a lost device: no dialog, no pause.
+        ASSERT_TRUE(s.waitCompleted(60)) << s.logText();
+        EXPECT_FALSE(test::ScriptedView(s.harness().view).called("runModal lostConnectionDialog"));
+        EXPECT_FALSE(s.c().uploadPaused);
+        const auto failed = s.failures();
+        if (round == 0) {
+            EXPECT_TRUE(failed.empty());
+            continue;
+        }
+        ASSERT_EQ(failed.size(), 1u);
+        EXPECT_EQ(failed[0].string("sourceFilePath"), folder + "/" + longAsciiName());
+        EXPECT_FALSE(failed[0].string("localizedError").empty());
+        EXPECT_EQ(test::readFile(backing() + "/Long/short " + s.c().localeCOPY_txt + ".txt"),
+                  "short\n");
+    }
+}
+
+}  // namespace
+}  // namespace qvt::uploadtest

@@ -1,0 +1,255 @@
+// Pausing and cancelling a whole upload while the 100 MiB file is being copied. The real file
+// layer copies every byte; the copy of the big file is held after its last byte is written and
+// before it returns, so the pause or the cancel lands while the upload is inside that file.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "platform/clock.h"
+#include "platform/files.h"
+#include "upload_fixture.h"
+
+namespace qvt::uploadtest {
+namespace {
+
+constexpr std::size_t kBig = 100u << 20;
+
+// Releases a held copy when the test ends, whatever happened, before the session goes.
+struct ReleaseOnExit {
+    HoldingFiles& files;
+    ~ReleaseOnExit() { files.release(); }
+};
+
+std::set<std::string> pathsOf(const List& rows) {
+    std::set<std::string> out;
+    for (const Value& v : rows)
+        if (const Record* r = v.asRecord()) out.insert(r->string("fullFilePath"));
+    return out;
+}
+
+// Waits until the file at `path` has been written `times` more times (each write leaves a new
+// modification time; the writes are 150 ms apart on the test clock).
+bool waitForRewrites(const std::string& path, int times) {
+    std::set<std::pair<long, long>> seen;
+    struct stat st {};
+    const auto look = [&] {
+        if (::stat(path.c_str(), &st) == 0) seen.insert({st.st_mtim.tv_sec, st.st_mtim.tv_nsec});
+    };
+    look();
+    const std::size_t want = seen.size() + static_cast<std::size_t>(times);
+    return test::waitFor(
+        [&] {
+            look();
+            return seen.size() >= want;
+        },
+        30);
+}
+
+class PauseCancelUpload : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        volume = std::make_unique<Ext4Volume>(box.root(), box.root() + "/Drive", 320);
+        ASSERT_TRUE(volume->ok());
+        dest = volume->path() + "/Uploads";
+        fs::create_directories(dest);
+    }
+    void TearDown() override {
+        volume.reset();
+        box.releaseMounts();
+    }
+
+    // The mixed tree with the big file, something listed after it in its folder, and a
+    // top-level file; the sources are added and the destination screen shown.
+    void prepare(UploadSession& s) {
+        tree = makeMixedTree(s.home() + "/sources", kBig);
+        ensureSomethingListedAfter(tree + "/big", "huge.bin");
+        single = s.home() + "/sources/later.txt";
+        test::writeFile(single, "later\n");
+        expected = snapshot(tree, true);
+        ASSERT_TRUE(s.addSources({tree, single}));
+        ASSERT_TRUE(s.toDestination(false));
+        bigAtDest = dest + "/Mixed Tree/big/huge.bin";
+    }
+
+    // The files now at the destination (relative to it).
+    std::set<std::string> filesAtDest() const { return filesOf(snapshot(dest, false)); }
+
+    mounttest::MountSandbox box;
+    std::unique_ptr<Ext4Volume> volume;
+    std::string dest, tree, single, bigAtDest;
+    Snapshot expected;
+};
+
+TEST_F(PauseCancelUpload, PauseInTheBigFileLetsItFinishHoldsTheNextAndShiftsTheClock) {
+    HoldingFiles files;
+    FilesOverride useFiles(&files);
+    UploadSession s(dasDeviceFor(*volume));
+    ReleaseOnExit releaseOnExit{files};
+    ASSERT_NO_FATAL_FAILURE(prepare(s));
+    files.holdCopyOf("/big/huge.bin");
+    s.upload(dest);
+    ASSERT_TRUE(files.waitHeld(120));
+    EXPECT_EQ(s.c().inProcessDestFilePath.get(), bigAtDest);
+    ASSERT_TRUE(test::waitFor([&] { return s.c().uploadstartDateTime.get() != Date{}; }, 10));
+    const Date startBefore = s.c().uploadstartDateTime.get();
+
+    // The pause button, while the big file is in hand.
+    s.c().cancelUploadFiles(3);
+    EXPECT_TRUE(s.c().uploadPaused);
+    files.release();
+
+    // The big file is finished; the copy thread then waits at the next file.
+    ASSERT_TRUE(test::waitFor(
+        [&] { return s.logged("QVTransfer: transferFile 1: transfer_semaphore"); }, 60));
+    EXPECT_EQ(sha256Of(bigAtDest), expected.at("big/huge.bin").digest);
+    EXPECT_EQ(s.c().inProcessDestFilePath.get(), "");
+    const std::set<std::string> whilePaused = filesAtDest();
+    // Only files already handled are at the destination.
+    std::set<std::string> handled;
+    for (const std::string& p : s.c().inProcessSourceFilesArray.get())
+        handled.insert(fs::path(p).lexically_relative(dest).string());
+    EXPECT_EQ(whilePaused, handled);
+    EXPECT_TRUE(whilePaused.count("Mixed Tree/big/huge.bin"));
+    EXPECT_LT(whilePaused.size(), filesOf(expected).size() + 1);
+
+    // While paused the state file keeps being rewritten: it says paused and lists what is
+    // still to come, the folder in hand included.
+    std::optional<Record> record;
+    ASSERT_TRUE(test::waitFor(
+        [&] {
+            const auto state = s.stateFile();
+            const Record* r = state ? state->record(volume->uuid()) : nullptr;
+            if (!r || !r->find("isFileTransferPaused") ||
+                !r->find("isFileTransferPaused")->toBool())
+                return false;
+            const List* done = r->list("inProcessSourceFilesArray");
+            if (!done || std::none_of(done->begin(), done->end(),
+                                      [&](const Value& v) { return v.toString() == bigAtDest; }))
+                return false;
+            record = *r;
+            return true;
+        },
+        20));
+    const List* pending = record->list("sourceFilesPendingArray");
+    ASSERT_TRUE(pending);
+    std::set<std::string> notYetCopied = pathsOf(s.c().sourceFilesArray.get());
+    for (const std::string& p : pathsOf(s.c().transferredSourceFilesArray.get()))
+        notYetCopied.erase(p);
+    EXPECT_EQ(pathsOf(*pending), notYetCopied);
+    EXPECT_TRUE(pathsOf(*pending).count(tree));
+    for (const Value& v : *pending) {
+        const Record* entry = v.asRecord();
+        ASSERT_TRUE(entry);
+        EXPECT_EQ(entry->size(), 6u);
+        EXPECT_TRUE(entry->find("fileSize"));
+    }
+
+    // Nothing new arrives while the state file is rewritten three more times (every write
+    // replaces the file, so each one shows as a new inode).
+    ASSERT_TRUE(waitForRewrites(s.c().transferDataFilePath, 3));
+    EXPECT_EQ(filesAtDest(), whilePaused);
+    EXPECT_FALSE(s.logged("QVTransfer: transferFile 2: transfer_semaphore"));
+
+    // Resume: the start of the upload moves later by the pause's length.
+    const Date pausedAt = s.c().pausedstartDateTime.get();
+    const Date beforeResume = s.c().clock().now();
+    s.c().cancelUploadFiles(4);
+    const Date afterResume = s.c().clock().now();
+    EXPECT_FALSE(s.c().uploadPaused);
+    const auto shift = s.c().uploadstartDateTime.get() - startBefore;
+    EXPECT_GE(shift, beforeResume - pausedAt);
+    EXPECT_LE(shift, afterResume - pausedAt);
+    EXPECT_GT(beforeResume - pausedAt, std::chrono::seconds(1));
+
+    ASSERT_TRUE(s.waitCompleted());
+    EXPECT_TRUE(s.logged("QVTransfer: transferFile 2: transfer_semaphore"));
+    EXPECT_TRUE(s.failures().empty());
+    EXPECT_EQ(difference(expected, snapshot(dest + "/Mixed Tree", false)), "");
+    EXPECT_EQ(test::readFile(dest + "/later.txt"), "later\n");
+    EXPECT_EQ(s.delegate().cancelCount.load(), 0);
+}
+
+TEST_F(PauseCancelUpload, StopAndCancelInTheBigFileRemovesItKeepsEarlierFilesTellsTheHostOnce) {
+    HoldingFiles files;
+    FilesOverride useFiles(&files);
+    UploadSession s(dasDeviceFor(*volume));
+    ReleaseOnExit releaseOnExit{files};
+    ASSERT_NO_FATAL_FAILURE(prepare(s));
+    files.holdCopyOf("/big/huge.bin");
+    s.upload(dest);
+    ASSERT_TRUE(files.waitHeld(120));
+    ASSERT_EQ(s.c().inProcessDestFilePath.get(), bigAtDest);
+    ASSERT_TRUE(fs::exists(bigAtDest));
+
+    // Files finished before the big one, with their contents.
+    std::map<std::string, std::string> earlier;
+    for (const std::string& rel : filesAtDest())
+        if (rel != "Mixed Tree/big/huge.bin") earlier[rel] = sha256Of(dest + "/" + rel);
+
+    // The stop button (pause and the confirmation), then the confirmation's stop button.
+    s.c().cancelUploadFiles(0);
+    EXPECT_TRUE(s.c().uploadPaused);
+    EXPECT_TRUE(test::ScriptedView(s.harness().view).called("runModal cancelUploadConfDialog"));
+    s.c().cancelUploadFiles(2);
+    EXPECT_TRUE(s.c().uploadCancelled);
+    EXPECT_FALSE(fs::exists(bigAtDest));
+    files.release();
+    ASSERT_TRUE(s.settle());
+
+    EXPECT_FALSE(fs::exists(bigAtDest));
+    EXPECT_FALSE(s.c().isFileTransferCompleted);
+    EXPECT_EQ(s.delegate().cancelCount.load(), 1);
+    std::map<std::string, std::string> after;
+    for (const std::string& rel : filesAtDest()) after[rel] = sha256Of(dest + "/" + rel);
+    EXPECT_EQ(after, earlier);
+    for (const auto& [rel, digest] : earlier) {
+        if (rel == "later.txt") continue;
+        EXPECT_EQ(digest,
+                  expected.at(fs::path(rel).lexically_relative("Mixed Tree").string()).digest)
+            << rel;
+    }
+
+    // The state file says, under the volume's key, that the last upload was cancelled.
+    const auto state = s.stateFile();
+    ASSERT_TRUE(state);
+    ASSERT_EQ(state->size(), 1u);
+    const Record* record = state->record(volume->uuid());
+    ASSERT_TRUE(record);
+    EXPECT_TRUE(record->empty());
+    // The sources are untouched.
+    EXPECT_EQ(difference(expected, snapshot(tree, true)), "");
+}
+
+TEST_F(PauseCancelUpload, CancelRightAfterAPauseEndsTheUploadTheSameWay) {
+    HoldingFiles files;
+    FilesOverride useFiles(&files);
+    UploadSession s(dasDeviceFor(*volume));
+    ReleaseOnExit releaseOnExit{files};
+    ASSERT_NO_FATAL_FAILURE(prepare(s));
+    files.holdCopyOf("/big/huge.bin");
+    s.upload(dest);
+    ASSERT_TRUE(files.waitHeld(120));
+    s.c().cancelUploadFiles(3);
+    files.release();
+    // The copy thread reaches the next file and waits there; the cancel wakes it.
+    ASSERT_TRUE(test::waitFor(
+        [&] { return s.logged("QVTransfer: transferFile 1: transfer_semaphore"); }, 60));
+    const std::set<std::string> whilePaused = filesAtDest();
+    s.c().cancelUploadFiles(2);
+    ASSERT_TRUE(s.settle());
+    EXPECT_EQ(s.delegate().cancelCount.load(), 1);
+    EXPECT_FALSE(s.c().isFileTransferCompleted);
+    // The big file had been finished before the cancel: it stays, and nothing came after it.
+    EXPECT_EQ(filesAtDest(), whilePaused);
+    EXPECT_EQ(sha256Of(bigAtDest), expected.at("big/huge.bin").digest);
+    const auto state = s.stateFile();
+    ASSERT_TRUE(state);
+    const Record* record = state->record(volume->uuid());
+    ASSERT_TRUE(record);
+    EXPECT_TRUE(record->empty());
+}
+
+}  // namespace
+}  // namespace qvt::uploadtest
