@@ -83,7 +83,13 @@ void QVTransfer::processFileTransferStatus(const std::string& sourcePath,
         return;
     }
 
-    // The last file, or the driver's end call.
+    // The last file, or the driver's end call. One flush of the destination's volume, here on
+    // the upload's thread rather than per file: the completion says the files are on the disk.
+    const std::string share = selectedDestinationShare.get();
+    if (!share.empty()) {
+        if (const int rc = fmt::files().flushVolume(share))
+            log().write(fmt::format("QVTransfer: flushVolume: %@ error %d\n", share, rc));
+    }
     log().write(fmt::format(
         "QVTransfer: processFileTransferStatus: setIsFileTransferCompleted: YES Time: %@\n",
         logTime(*this)));

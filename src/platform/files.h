@@ -97,6 +97,10 @@ class FileLayer {
     // Whether the item itself is a symbolic link (Linux's aliases); false when unknown.
     virtual bool isAlias(const std::string& path);
     virtual VolumeFacts volumeFacts(const std::string& path);
+    // Writes out what the kernel still holds in memory for the local volume of `path`, so a disk
+    // unplugged after the upload has every byte. A share has nothing to flush: its writes are
+    // done when each file is closed. 0, or an errno value.
+    virtual int flushVolume(const std::string& path);
 
     // ---- Mounts ----
     // Kernel mounts in /proc/self/mountinfo order, then the in-process shares in mount order.

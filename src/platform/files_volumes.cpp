@@ -1,7 +1,9 @@
 // Volume facts of a path and the list of mounted volumes.
+#include <fcntl.h>
 #include <sys/statvfs.h>
 #include <sys/sysmacros.h>
 
+#include <unistd.h>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -25,6 +27,16 @@ std::string realPath(const std::string& path) {
 }
 
 }  // namespace
+
+int FileLayer::flushVolume(const std::string& path) {
+    if (path.empty()) return ENOENT;
+    if (shareMounts().resolve(path)) return 0;
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return errno;
+    const int rc = syncfs(fd) == 0 ? 0 : errno;
+    close(fd);
+    return rc;
+}
 
 VolumeFacts FileLayer::volumeFacts(const std::string& path) {
     VolumeFacts facts;

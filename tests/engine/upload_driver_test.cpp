@@ -2,7 +2,9 @@
 // login, the volume's UUID, the walk over a list that grows or is paused, and the move option's
 // Trash rules.
 #include <gtest/gtest.h>
+
 #include <unistd.h>
+#include <mutex>
 
 #include <cerrno>
 #include <cstdlib>
@@ -236,6 +238,37 @@ TEST(CopyLoop, TheLastFileOfTheUploadEndsItInsideItsEntry) {
     // The end came inside the last entry, so the loop no longer counts it as transferred.
     EXPECT_EQ(s.transferredPaths(), std::vector<std::string>{s.from("a.txt")});
     EXPECT_EQ(test::readFile(s.at("b.txt")), "b");
+}
+
+TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto flushes = std::make_shared<std::vector<std::string>>();
+    auto flushMutex = std::make_shared<std::mutex>();
+    // The flush fails: the upload still completes, and the failure is only logged.
+    layer.setHook([flushes, flushMutex](const std::string& op, const std::string& path,
+                                        const std::string&) -> std::optional<int> {
+        if (op != "flush") return std::nullopt;
+        std::lock_guard lock(*flushMutex);
+        flushes->push_back(path);
+        return EIO;
+    });
+    for (const char* n : {"a.txt", "b.txt"}) test::writeFile(s.from(n), n);
+    s.setSources({s.from("a.txt"), s.from("b.txt")});
+    s.c->selectedDestinationShare.set(s.dst);
+    s.c->numberOfFilesCountForTransfer = 2;
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+    ASSERT_TRUE(s.settle());
+    EXPECT_TRUE(s.c->isFileTransferCompleted);
+    EXPECT_EQ(test::readFile(s.at("b.txt")), "b.txt");
+    {
+        std::lock_guard lock(*flushMutex);
+        EXPECT_EQ(*flushes, std::vector<std::string>{s.dst});
+    }
+    EXPECT_TRUE(hasLine(s, "QVTransfer: flushVolume: " + s.dst + " error 5\n"));
 }
 
 TEST(CopyLoop, APauseAfterAnEntryEndsTheWalkThere) {

@@ -39,6 +39,13 @@ TEST_F(LocalFilesTest, ExistenceAndFolderTestsFollowLinks) {
     EXPECT_FALSE(files().isAlias(path("missing")));
 }
 
+TEST_F(LocalFilesTest, FlushingAVolumeWantsAPathThatIsThere) {
+    ASSERT_EQ(files().createFolder(path("Drive/Inbox"), true), 0);
+    EXPECT_EQ(files().flushVolume(path("Drive/Inbox")), 0);
+    EXPECT_EQ(files().flushVolume(path("Drive/Gone")), ENOENT);
+    EXPECT_EQ(files().flushVolume(""), ENOENT);
+}
+
 TEST_F(LocalFilesTest, ListingIncludesHiddenEntries) {
     std::filesystem::create_directories(path("d/sub"));
     writeAll(path("d/.hidden"), "");
