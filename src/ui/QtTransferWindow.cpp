@@ -21,6 +21,7 @@
 #include <mutex>
 
 #include "ui/destination_outline_view.h"
+#include "ui/source_drop_view.h"
 #include "ui/transfer_window_widget.h"
 #include "ui/ui_loader.h"
 #include "widgets/QVTransferLinkButton.h"
@@ -130,6 +131,15 @@ void QtTransferWindow::closeWindow() {
 
 void QtTransferWindow::minimizeWindow() {
     onGui([this] { root_->showMinimized(); });
+}
+
+void QtTransferWindow::detachSourceDropTarget() {
+    // Files dropped after the upload ended go nowhere: the drop area forgets the controller.
+    onGui([this] {
+        if (auto* area = root_->findChild<QVTransferDragDropSourceView*>(
+                QStringLiteral("dragDropSourceView")))
+            area->setDelegate(nullptr);
+    });
 }
 
 void QtTransferWindow::showScreen(const Screen* screen) {

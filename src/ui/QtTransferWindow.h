@@ -39,6 +39,7 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void bringToFront() override;
     void closeWindow() override;
     void minimizeWindow() override;
+    void detachSourceDropTarget() override;
     void showScreen(const Screen* screen) override;
     int runModal(Dialog dialog) override;
     void endModal(Dialog dialog, int code) override;

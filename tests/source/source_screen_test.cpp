@@ -163,6 +163,16 @@ TEST_F(SourceScreen, DropOfNonFileUrlsIsRefused) {
     EXPECT_TRUE(area->delegateRespondsToFileTransferDragDropSourceView());
 }
 
+TEST_F(SourceScreen, AfterTheUploadEndedTheDropAreaForgetsTheController) {
+    auto* area =
+        window->control<QVTransferDragDropSourceView>(QStringLiteral("dragDropSourceView"));
+    ASSERT_NE(area, nullptr);
+    ASSERT_TRUE(area->dragDropDelegate());
+    window->detachSourceDropTarget();
+    EXPECT_FALSE(area->dragDropDelegate());
+    EXPECT_FALSE(area->delegateRespondsToFileTransferDragDropSourceView());
+}
+
 TEST_F(SourceScreen, TickingAndUntickingThroughTheTableUpdatesTheTotalsAndNext) {
     writeFile(home + "/a", std::string(1500, 'a'));
     writeFile(home + "/b/c", std::string(2500, 'b'));
