@@ -20,6 +20,7 @@
 #include <thread>
 #include <vector>
 
+#include "keeping_delegate.h"
 #include "platform/dispatch.h"
 #include "platform/files.h"
 #include "support.h"
@@ -28,38 +29,8 @@ namespace qvt::enginetest {
 
 namespace fs = std::filesystem;
 
-struct StatusMessage {
-    bool completed, failed, cancelled, paused, reachable;
-    std::string status, subStatus;
-    std::thread::id thread;
-};
-
-class KeepingDelegate : public QVTransferFullDelegate {
-  public:
-    void fileTransferStatusUpdate(bool completed, bool failed, bool cancelled, bool paused,
-                                  bool reachable, const std::string& status,
-                                  const std::string& subStatus) override {
-        std::lock_guard lock(mutex_);
-        messages_.push_back({completed, failed, cancelled, paused, reachable, status, subStatus,
-                             std::this_thread::get_id()});
-    }
-    void backToVantorFromQVTransfer() override {}
-    void cancelledQVTransfer() override { cancelCount++; }
-
-    std::vector<StatusMessage> messages() const {
-        std::lock_guard lock(mutex_);
-        return messages_;
-    }
-    std::size_t messageCount() const {
-        std::lock_guard lock(mutex_);
-        return messages_.size();
-    }
-    std::atomic<int> cancelCount{0};
-
-  private:
-    mutable std::mutex mutex_;
-    std::vector<StatusMessage> messages_;
-};
+using test::KeepingDelegate;
+using test::StatusMessage;
 
 // The real file layer, with a test's hook in front of copy, move and folder creation: a hook
 // that answers a value makes the operation fail with that errno (or succeed with 0) without
@@ -88,6 +59,10 @@ class FaultyFiles : public platform::FileLayer {
     int createFolder(const std::string& path, bool withParents) override {
         if (auto rc = call("mkdir", path, path)) return *rc;
         return FileLayer::createFolder(path, withParents);
+    }
+    int flushVolume(const std::string& path) override {
+        if (auto rc = call("flush", path, path)) return *rc;
+        return FileLayer::flushVolume(path);
     }
     platform::VolumeFacts volumeFacts(const std::string& path) override {
         volumeQueries++;
