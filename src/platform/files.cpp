@@ -155,7 +155,9 @@ int FileLayer::createFolder(const std::string& path, bool withParents) {
 int FileLayer::copyItem(const std::string& from, const std::string& to) {
     struct stat st {};
     if (const int rc = statPath(from, &st)) return rc;
-    if (exists(to) || isAlias(to)) return EEXIST;
+    // Nothing is tested at `to` first: the file is created exclusively and the folder made
+    // with mkdir, so anything there (a dangling link too) gives EEXIST, and a share is not
+    // asked twice.
     if (!S_ISDIR(st.st_mode)) return detail::copyFileData(from, to);
     if (const int rc = detail::makeFolder(to)) return rc;
     int error = 0;
@@ -202,6 +204,7 @@ std::optional<std::uint64_t> FileLayer::size(const std::string& path) {
 }
 
 std::optional<std::uint64_t> FileLayer::totalSize(const std::string& path) {
+    if (const auto written = detail::takeWrittenShareFileSize(path)) return written;
     struct stat st {};
     if (path.empty() || statPath(path, &st) != 0 || S_ISDIR(st.st_mode)) return std::nullopt;
     // Linux files have a single fork: their total size is their length.

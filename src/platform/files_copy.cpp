@@ -175,12 +175,17 @@ class End {
     SMBCFILE* file_ = nullptr;
 };
 
+// The last file this thread wrote in full to a share, and its size.
+thread_local std::string tWrittenPath;
+thread_local std::uint64_t tWrittenSize = 0;
+
 int copyStreamed(const std::string& from, const std::string& to, mode_t mode) {
     End in(from);
     if (const int rc = in.open(false, 0)) return rc;
     End out(to);
     if (const int rc = out.open(true, mode)) return rc;
     std::vector<char> buffer(kStreamChunk);
+    std::uint64_t written = 0;
     while (true) {
         // Fill the whole buffer so every write to a share is one large request.
         std::size_t filled = 0;
@@ -199,14 +204,28 @@ int copyStreamed(const std::string& from, const std::string& to, mode_t mode) {
         }
         if (filled > 0) {
             if (const int rc = out.writeAll(buffer.data(), filled)) return rc;
+            written += filled;
         }
         if (eof) break;
     }
     if (const int rc = in.closeNow()) return rc;
-    return out.closeNow();
+    if (const int rc = out.closeNow()) return rc;
+    if (shareMounts().resolve(to)) rememberWrittenShareFile(to, written);
+    return 0;
 }
 
 }  // namespace
+
+void rememberWrittenShareFile(const std::string& path, std::uint64_t size) {
+    tWrittenPath = path;
+    tWrittenSize = size;
+}
+
+std::optional<std::uint64_t> takeWrittenShareFileSize(const std::string& path) {
+    if (path.empty() || path != tWrittenPath) return std::nullopt;
+    tWrittenPath.clear();
+    return tWrittenSize;
+}
 
 int copyFileData(const std::string& from, const std::string& to) {
     const bool local = !shareMounts().resolve(from) && !shareMounts().resolve(to);

@@ -3,6 +3,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,6 +25,12 @@ int removeShare(const SharePath& sp);
 
 // Copies one file's bytes; the destination must not exist.
 int copyFileData(const std::string& from, const std::string& to);
+
+// The size of the file this thread last wrote in full to a share, asked for by its path: the
+// copy knows what it wrote, so the question after it costs no round trip to the server. Each
+// answer is given once; a path other than the last written one gets nothing.
+void rememberWrittenShareFile(const std::string& path, std::uint64_t size);
+std::optional<std::uint64_t> takeWrittenShareFileSize(const std::string& path);
 
 std::vector<std::string> listShare(const SharePath& sp, int* error);
 

@@ -1,6 +1,7 @@
 // The file layer on local paths: items, copies, errors and volume facts.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -90,6 +91,14 @@ TEST_F(LocalFilesTest, CopyMoveRemoveAndSizes) {
     writeAll(path("tree/in/f"), "f");
     ASSERT_EQ(files().copyItem(path("tree"), path("tree2")), 0);
     EXPECT_EQ(readAll(path("tree2/in/f")), "f");
+    EXPECT_EQ(files().copyItem(path("tree"), path("tree2")), EEXIST);
+
+    // Whatever is at the destination stays as it is, a link that leads nowhere too.
+    ASSERT_EQ(symlink(path("nowhere").c_str(), path("dangling").c_str()), 0);
+    EXPECT_EQ(files().copyItem(path("tree/in/f"), path("dangling")), EEXIST);
+    EXPECT_EQ(files().copyItem(path("tree"), path("dangling")), EEXIST);
+    EXPECT_FALSE(std::filesystem::exists(path("nowhere")));
+    EXPECT_EQ(readAll(path("dst.bin")), data);
 
     ASSERT_EQ(files().moveItem(path("dst.bin"), path("moved.bin")), 0);
     EXPECT_FALSE(files().exists(path("dst.bin")));

@@ -73,6 +73,11 @@ TEST_F(SmbFilesTest, ItemsOnAShare) {
     EXPECT_EQ(names, (std::vector<std::string>{".hidden", "b c", "s.txt"}));
     EXPECT_EQ(files().size(m + "/a/s.txt"), 5u);
     EXPECT_EQ(files().totalSize(m + "/a/s.txt"), 5u);
+    // What the copy knew is told once; after that the server answers.
+    writeAll(backing("Private") + "/a/s.txt", "grown on the server");
+    EXPECT_EQ(files().totalSize(m + "/a/s.txt"), 19u);
+    EXPECT_EQ(files().totalSize(m + "/a/.hidden"), 5u);
+    writeAll(backing("Private") + "/a/s.txt", "small");
     EXPECT_FALSE(files().totalSize(m + "/a").has_value());
     bool folder = true;
     EXPECT_TRUE(files().exists(m + "/a/s.txt", &folder));
