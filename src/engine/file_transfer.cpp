@@ -1,6 +1,7 @@
 // Copying one source to the destination: clash-free names, folders merged, retries after a lost
 // or full device.
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 #include <string>
 #include <unordered_set>
@@ -69,13 +70,21 @@ Step transferOneFile(QVTransfer& c, const std::string& source, std::string& dest
         }))
         return Step::Done;
 
-    const std::string target = clashFreeDestination(c, destination);
-    c.inProcessDestFilePath.set(target);
-
+    // The copy is tried under the name asked for first: it never replaces anything there, and
+    // a clash (EEXIST) is what sends it to the clash-free name. On a share this saves asking
+    // the server whether the name is taken before every file.
+    std::string target = destination;
+    const bool move = c.removeFilesAfterUpload && !c.excludeFile;
     // With the move option a source leaves its place, unless it is protected.
-    const int rc = c.removeFilesAfterUpload && !c.excludeFile
-                       ? fs::files().moveItem(source, target)
-                       : fs::files().copyItem(source, target);
+    auto transfer = [&] {
+        c.inProcessDestFilePath.set(target);
+        return move ? fs::files().moveItem(source, target) : fs::files().copyItem(source, target);
+    };
+    int rc = transfer();
+    if (rc == EEXIST && !c.uploadCancelled) {
+        target = clashFreeDestination(c, destination);
+        rc = transfer();
+    }
     if (c.uploadCancelled) return Step::Done;
 
     std::optional<qvt::TransferError> error;
