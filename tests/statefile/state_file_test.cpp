@@ -307,8 +307,9 @@ class PeriodicWriter {
   public:
     explicit PeriodicWriter(Session& s) : s_(s) {
         s.clock->setSleepHook([this](double seconds) {
-            sleeps_++;
+            // The duration first: a test that sees the new count reads it next.
             lastSleep_ = seconds;
+            sleeps_++;
             gate_.try_acquire_for(std::chrono::seconds(60));
         });
     }
