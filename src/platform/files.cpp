@@ -185,8 +185,10 @@ int FileLayer::moveItem(const std::string& from, const std::string& to) {
             return 0;
         if (errno != EXDEV) return errno;
     }
-    // Across volumes: copy, then remove the source.
+    // Across volumes: copy, make the copy durable, then remove the source. The data of a
+    // local copy may still sit in the page cache; a share has it once its file is closed.
     if (const int rc = copyItem(from, to)) return rc;
+    if (const int rc = flushItem(to)) return rc;
     return removeItem(from);
 }
 

@@ -101,6 +101,10 @@ class FileLayer {
     // unplugged after the upload has every byte. A share has nothing to flush: its writes are
     // done when each file is closed. 0, or an errno value.
     virtual int flushVolume(const std::string& path);
+    // Writes a local file, or a folder with everything below it, to its disk, and the entry
+    // for it in its folder. A move across volumes does this before it removes the source.
+    // Nothing to do on a share. 0, or the first errno value met.
+    virtual int flushItem(const std::string& path);
 
     // ---- Mounts ----
     // Kernel mounts in /proc/self/mountinfo order, then the in-process shares in mount order.

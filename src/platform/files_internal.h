@@ -23,6 +23,12 @@ int makeFolder(const std::string& path);
 int removeLocal(const std::string& path);
 int removeShare(const SharePath& sp);
 
+// Flushes a local file, or a folder with everything below it, to its disk: a move across
+// volumes removes its source only once the copy would survive a power cut.
+int syncLocal(const std::string& path);
+// Flushes one local file or folder entry list, nothing below it.
+int syncOne(const std::string& path);
+
 // Copies one file's bytes; the destination must not exist.
 int copyFileData(const std::string& from, const std::string& to);
 

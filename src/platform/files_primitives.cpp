@@ -97,6 +97,36 @@ int removeLocal(const std::string& path) {
     return firstError;
 }
 
+int syncOne(const std::string& path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (fd < 0) return errno;
+    const int rc = fsync(fd) == 0 ? 0 : errno;
+    close(fd);
+    return rc;
+}
+
+int syncLocal(const std::string& path) {
+    struct stat st {};
+    if (lstat(path.c_str(), &st) != 0) return errno;
+    // A link has no data of its own to flush; its folder's fsync keeps the entry.
+    if (!S_ISDIR(st.st_mode) && !S_ISREG(st.st_mode)) return 0;
+    int firstError = 0;
+    if (S_ISDIR(st.st_mode)) {
+        DIR* dir = opendir(path.c_str());
+        if (!dir) return errno;
+        std::vector<std::string> children;
+        while (dirent* e = readdir(dir)) {
+            const std::string name = e->d_name;
+            if (name != "." && name != "..") children.push_back(path + "/" + name);
+        }
+        closedir(dir);
+        for (const auto& child : children)
+            if (const int rc = syncLocal(child); rc && !firstError) firstError = rc;
+    }
+    const int rc = syncOne(path);
+    return firstError ? firstError : rc;
+}
+
 int removeShare(const SharePath& sp) {
     struct stat st {};
     if (const int rc = statShare(sp, &st)) return rc;

@@ -38,6 +38,14 @@ int FileLayer::flushVolume(const std::string& path) {
     return rc;
 }
 
+int FileLayer::flushItem(const std::string& path) {
+    if (path.empty()) return ENOENT;
+    if (shareMounts().resolve(path)) return 0;
+    if (const int rc = detail::syncLocal(path)) return rc;
+    const auto slash = path.find_last_of('/');
+    return slash != std::string::npos && slash > 0 ? detail::syncOne(path.substr(0, slash)) : 0;
+}
+
 VolumeFacts FileLayer::volumeFacts(const std::string& path) {
     VolumeFacts facts;
     if (path.empty()) return facts;

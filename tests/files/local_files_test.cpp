@@ -118,6 +118,63 @@ TEST_F(LocalFilesTest, MoveAcrossVolumesCopiesThenRemoves) {
     EXPECT_FALSE(files().exists(path("m.txt")));
 }
 
+// Watches the flush a move across volumes makes, and can make it fail.
+class FlushWatchingFiles : public platform::FileLayer {
+  public:
+    int flushItem(const std::string& path) override {
+        flushed.push_back(path);
+        sourceThereAtFlush = sourceThereAtFlush && std::filesystem::exists(source);
+        return failWith ? failWith : FileLayer::flushItem(path);
+    }
+    std::string source;
+    bool sourceThereAtFlush = true;
+    int failWith = 0;
+    std::vector<std::string> flushed;
+};
+
+TEST_F(LocalFilesTest, MoveAcrossVolumesFlushesTheCopyBeforeTheSourceGoes) {
+    ASSERT_TRUE(box.mountTmpfs(path("other"), 8 << 20));
+    std::filesystem::create_directories(path("tree/sub"));
+    writeAll(path("tree/sub/a.txt"), "a");
+    writeAll(path("tree/b.txt"), "b");
+    FlushWatchingFiles layer;
+    layer.source = path("tree");
+    ASSERT_EQ(layer.moveItem(path("tree"), path("other/tree")), 0);
+    EXPECT_EQ(layer.flushed, (std::vector<std::string>{path("other/tree")}));
+    EXPECT_TRUE(layer.sourceThereAtFlush);
+    EXPECT_FALSE(std::filesystem::exists(path("tree")));
+    EXPECT_EQ(readAll(path("other/tree/sub/a.txt")), "a");
+}
+
+TEST_F(LocalFilesTest, MoveAcrossVolumesKeepsTheSourceWhenTheCopyCannotBeFlushed) {
+    ASSERT_TRUE(box.mountTmpfs(path("other"), 8 << 20));
+    writeAll(path("m.txt"), "keep me");
+    FlushWatchingFiles layer;
+    layer.source = path("m.txt");
+    layer.failWith = EIO;
+    EXPECT_EQ(layer.moveItem(path("m.txt"), path("other/m.txt")), EIO);
+    EXPECT_EQ(readAll(path("m.txt")), "keep me");
+}
+
+TEST_F(LocalFilesTest, MoveInsideOneVolumeIsARenameWithoutFlush) {
+    writeAll(path("r.txt"), "r");
+    FlushWatchingFiles layer;
+    ASSERT_EQ(layer.moveItem(path("r.txt"), path("r2.txt")), 0);
+    EXPECT_TRUE(layer.flushed.empty());
+    EXPECT_EQ(readAll(path("r2.txt")), "r");
+}
+
+TEST_F(LocalFilesTest, FlushingAnItemWantsAnItemThatIsThere) {
+    std::filesystem::create_directories(path("f/sub"));
+    writeAll(path("f/sub/x"), "x");
+    std::filesystem::create_symlink(path("nowhere"), path("f/link"));
+    EXPECT_EQ(files().flushItem(path("f")), 0);
+    EXPECT_EQ(files().flushItem(path("f/sub/x")), 0);
+    EXPECT_EQ(files().flushItem(path("f/link")), 0);
+    EXPECT_EQ(files().flushItem(path("f/none")), ENOENT);
+    EXPECT_EQ(files().flushItem(""), ENOENT);
+}
+
 TEST_F(LocalFilesTest, FullVolumeReportsOutOfSpace) {
     ASSERT_TRUE(box.mountTmpfs(path("small"), 1 << 20));
     writeAll(path("big.bin"), std::string(2 << 20, 'b'));

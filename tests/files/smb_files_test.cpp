@@ -63,6 +63,7 @@ TEST_F(SmbFilesTest, ItemsOnAShare) {
     EXPECT_EQ(files().networkURLForPath(box.root()), "");
     // Nothing waits in memory for a share: its writes are done as each file closes.
     EXPECT_EQ(files().flushVolume(m + "/a"), 0);
+    EXPECT_EQ(files().flushItem(m + "/a"), 0);
 
     writeAll(local("s.txt"), "small");
     ASSERT_EQ(files().copyItem(local("s.txt"), m + "/a/.hidden"), 0);
