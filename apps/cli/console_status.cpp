@@ -4,12 +4,13 @@
 #include <unistd.h>
 
 #include <QTimer>
+#include <algorithm>
 #include <cstdio>
 
 #include "console_session.h"
 #include "console_view.h"
+#include "progress_text.h"
 #include "qvtransfer/QVTransfer.h"
-#include "source/source_entry.h"
 #include "terminal.h"
 
 namespace qvt::cli {
@@ -63,17 +64,16 @@ void ConsoleSession::showProgress(bool force) {
     // pass they hold their never-empty start values, which are no byte counts.
     const std::uint64_t size = wizard_->totalSourceFilesSize.load();
     const bool sized = static_cast<std::uint64_t>(wizard_->progressMaxValue.load()) == size;
-    const auto maximum = static_cast<double>(size);
-    const auto bytes = static_cast<double>(
-        sized ? static_cast<std::uint64_t>(wizard_->transferProgressValue.load())
-              : wizard_->totalTransferredFilesSize.load());
+    const std::uint64_t bytes = sized ? static_cast<std::uint64_t>(std::max<std::int64_t>(
+                                            0, wizard_->transferProgressValue.load()))
+                                      : wizard_->totalTransferredFilesSize.load();
     const std::string first = wizard_->progressStatusMsg1.get();
     const std::string second = wizard_->progressStatusMsg2.get();
     const bool paused = wizard_->uploadPaused;
 
     char counts[160];
     std::snprintf(counts, sizeof counts, "Files %lld of %lld | %s of %s", files, total,
-                  source::sizeText(bytes).c_str(), source::sizeText(maximum).c_str());
+                  progressBytesText(bytes).c_str(), progressBytesText(size).c_str());
     std::string line = counts;
     if (!first.empty()) line += " | " + first;
     if (!second.empty()) line += " | " + second;
