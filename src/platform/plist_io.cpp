@@ -16,6 +16,7 @@
 #include <limits>
 #include <memory>
 #include <mutex>
+#include <string_view>
 
 namespace qvt::platform {
 
@@ -262,7 +263,7 @@ std::optional<std::string> readAll(const std::string& path) {
     return out;
 }
 
-bool writeAll(int fd, const std::string& bytes) {
+bool writeAll(int fd, std::string_view bytes) {
     std::size_t done = 0;
     while (done < bytes.size()) {
         const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
@@ -336,22 +337,40 @@ std::optional<Value> readPropertyList(const std::string& path) {
     return parsePropertyList(*bytes);
 }
 
-std::string toXmlPropertyList(const Value& value) {
+namespace {
+
+struct XmlFree {
+    void operator()(char* xml) const { plist_to_xml_free(xml); }
+};
+using XmlText = std::unique_ptr<char, XmlFree>;
+
+// The XML text of `value`, as libplist writes it; empty when the value cannot be written.
+// `value` is emptied once libplist's nodes are built, and the nodes go before the text is
+// handed back, so at most two forms of a large record are alive at any time.
+XmlText toXml(Value&& value, std::uint32_t& length) {
+    length = 0;
     PlistPtr root(toNode(value, 0));
+    value = Value();
     if (!root) return {};
     char* xml = nullptr;
-    std::uint32_t length = 0;
     plist_to_xml(root.get(), &xml, &length);
-    if (!xml) return {};
-    std::string out(xml, length);
-    plist_to_xml_free(xml);
-    return out;
+    return XmlText(xml);
 }
 
-bool writePropertyList(const std::string& path, const Value& value) {
+}  // namespace
+
+std::string toXmlPropertyList(const Value& value) {
+    std::uint32_t length = 0;
+    const XmlText xml = toXml(Value(value), length);
+    if (!xml) return {};
+    return std::string(xml.get(), length);
+}
+
+bool writePropertyList(const std::string& path, Value value) {
     if (path.empty() || path.rfind(":/", 0) == 0) return false;
-    const std::string xml = toXmlPropertyList(value);
-    if (xml.empty()) return false;
+    std::uint32_t length = 0;
+    const XmlText xml = toXml(std::move(value), length);
+    if (!xml || length == 0) return false;
 
     std::string folder;
     std::string name;
@@ -368,7 +387,8 @@ bool writePropertyList(const std::string& path, const Value& value) {
     // the usual mode of a user's document.
     struct stat old {};
     const mode_t mode = ::stat(path.c_str(), &old) == 0 ? (old.st_mode & 07777) : 0644;
-    bool ok = ::fchmod(fd, mode) == 0 && writeAll(fd, xml) && ::fsync(fd) == 0;
+    bool ok = ::fchmod(fd, mode) == 0 && writeAll(fd, std::string_view(xml.get(), length)) &&
+              ::fsync(fd) == 0;
     ok = (::close(fd) == 0) && ok;
     if (!ok) {
         ::unlink(temp.c_str());

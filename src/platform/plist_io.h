@@ -15,7 +15,9 @@ std::optional<Value> parsePropertyList(const std::string& bytes);
 // Writes `value` as an XML property list, atomically and durably: a temporary file in the same
 // folder, flushed and fsync'ed, renamed over the old file, then the folder fsync'ed. A reader
 // sees either the old or the new file. Returns false (and leaves the old file) on failure.
-bool writePropertyList(const std::string& path, const Value& value);
+// `value` is taken by value and released as soon as libplist holds its own copy, so a caller
+// that moves a large record in never holds three copies of it at once.
+bool writePropertyList(const std::string& path, Value value);
 std::string toXmlPropertyList(const Value& value);
 
 // Test hook: when set, an atomic write stops right before its rename and fails, as a crash at

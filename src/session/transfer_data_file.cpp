@@ -35,12 +35,14 @@ void QVTransfer::saveQVTransferDataToFile() {
         state.transferredSourceFilesArray = transferredSourceFilesArray.get();
         state.inProcessSourceFilesArray = inProcessSourceFilesArray.get();
         state.failedTransferArray = failedTransferArray.get();
-        record = qvt::session::buildTransferRecord(state);
+        record = qvt::session::buildTransferRecord(std::move(state));
     }
-    const qvt::Record root =
-        qvt::session::buildTransferDataRoot(deviceType(), serial, uuid, record);
+    // Each step hands its result on rather than copying it, so a write holds the handled-files
+    // list about twice (the record and the writer's own nodes), not once per step.
+    qvt::Record root =
+        qvt::session::buildTransferDataRoot(deviceType(), serial, uuid, std::move(record));
     // A failed write leaves the old file; the next periodic write tries again.
-    (void)qvt::platform::writePropertyList(transferDataFilePath, qvt::Value(root));
+    (void)qvt::platform::writePropertyList(transferDataFilePath, qvt::Value(std::move(root)));
 }
 
 void QVTransfer::saveQVTransferDataToFileForEachFile() {

@@ -28,10 +28,11 @@ List pendingSourceEntries(const List& sources, const List& transferred) {
     return pending;
 }
 
-Record buildTransferRecord(const TransferState& s) {
+Record buildTransferRecord(TransferState s) {
     List inProcess;
     inProcess.reserve(s.inProcessSourceFilesArray.size());
-    for (const auto& path : s.inProcessSourceFilesArray) inProcess.push_back(path);
+    for (auto& path : s.inProcessSourceFilesArray) inProcess.push_back(std::move(path));
+    s.inProcessSourceFilesArray = {};
 
     Record record;
     record.set("isFileTransferCompleted", s.isFileTransferCompleted);
@@ -51,16 +52,18 @@ Record buildTransferRecord(const TransferState& s) {
                    ? List{}
                    : pendingSourceEntries(s.sourceFilesArray, s.transferredSourceFilesArray));
     record.set("inProcessSourceFilesArray", std::move(inProcess));
-    record.set("failedTransferArray", s.failedTransferArray);
+    record.set("failedTransferArray", std::move(s.failedTransferArray));
     return record;
 }
 
 Record buildTransferDataRoot(const std::string& deviceType, const std::string& serialNumber,
-                             const std::string& dasUUID, const Record& record) {
+                             const std::string& dasUUID, Record record) {
     Record root;
     // A network device without a serial number has no key to file its record under.
-    if (deviceType == "NAS" && !serialNumber.empty()) root.set(serialNumber, record);
-    if (deviceType == "DAS" && !dasUUID.empty()) root.set(dasUUID, record);
+    if (deviceType == "NAS" && !serialNumber.empty())
+        root.set(serialNumber, std::move(record));
+    else if (deviceType == "DAS" && !dasUUID.empty())
+        root.set(dasUUID, std::move(record));
     return root;
 }
 
