@@ -136,6 +136,28 @@ TEST_F(SmbFilesTest, LargeFileArrivesIdenticalAndGrowsDuringTheCopy) {
     std::filesystem::remove(backing("Public") + "/big.bin");
 }
 
+// The copy's buffer is sized to the file; every size around its limits arrives whole, both ways.
+TEST_F(SmbFilesTest, FilesAroundTheBufferLimitsArriveWhole) {
+    const std::string m = mount("Private");
+    ASSERT_FALSE(m.empty());
+    std::mt19937_64 rng(7);
+    const std::size_t small = 64u << 10;
+    const std::size_t large = 8u << 20;
+    for (const std::size_t size : {std::size_t{0}, std::size_t{1}, small - 1, small, small + 1,
+                                   large - 1, large, large + 1, 2 * large + 5}) {
+        std::string data(size, '\0');
+        for (auto& c : data) c = static_cast<char>(rng());
+        const std::string name = "edge-" + std::to_string(size) + ".bin";
+        writeAll(local(name), data);
+        ASSERT_EQ(files().copyItem(local(name), m + "/" + name), 0) << size;
+        EXPECT_EQ(files().totalSize(m + "/" + name), size);
+        EXPECT_TRUE(readAll(backing("Private") + "/" + name) == data) << size;
+        ASSERT_EQ(files().copyItem(m + "/" + name, local("back-" + name)), 0) << size;
+        EXPECT_TRUE(readAll(local("back-" + name)) == data) << size;
+        ASSERT_EQ(files().removeItem(m + "/" + name), 0);
+    }
+}
+
 TEST_F(SmbFilesTest, FullShareReportsOutOfSpace) {
     const std::string m = mount("Small");
     writeAll(local("big.bin"), std::string(3 << 20, 'z'));
