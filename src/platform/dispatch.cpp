@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "platform/log.h"
+#include "platform/thread_resources.h"
 
 namespace qvt::platform {
 
@@ -52,6 +53,68 @@ struct SyncFinisher {
         state->done = true;
         state->cv.notify_all();
     }
+};
+
+// Threads that ran a task wait a little for the next one before they end. An upload sends a
+// message per file from the copy thread; starting a thread for each one costs more than the
+// copy of a small file. The pool never makes a task wait: with no idle thread at hand a new
+// one is started, however many are busy.
+class WorkerPool {
+  public:
+    // Never destroyed: idle threads may still be waiting on it while the process ends.
+    static WorkerPool& instance() {
+        static auto* pool = new WorkerPool;
+        return *pool;
+    }
+
+    // Returns false when no thread could be started for the task (it is then not queued).
+    bool run(std::function<void()> work) {
+        std::unique_lock lock(mutex_);
+        pending_.push_back(std::move(work));
+        // Every queued task has a waiting thread of its own, or gets a new one.
+        if (idle_ >= pending_.size()) {
+            lock.unlock();
+            ready_.notify_one();
+            return true;
+        }
+        try {
+            std::thread([this] { serve(); }).detach();
+        } catch (const std::system_error&) {
+            pending_.pop_back();
+            return false;
+        }
+        return true;
+    }
+
+  private:
+    static constexpr auto kIdleLinger = std::chrono::seconds(2);
+
+    void serve() {
+        std::unique_lock lock(mutex_);
+        for (;;) {
+            if (pending_.empty()) {
+                ++idle_;
+                const bool got =
+                    ready_.wait_for(lock, kIdleLinger, [this] { return !pending_.empty(); });
+                --idle_;
+                if (!got) return;
+            }
+            std::function<void()> work = std::move(pending_.front());
+            pending_.pop_front();
+            lock.unlock();
+            work();
+            work = nullptr;
+            // What a task leaves in the thread's own storage ends with the task, as it would
+            // with the thread: a share connection made for it, the size of its last write.
+            releaseThreadResources();
+            lock.lock();
+        }
+    }
+
+    std::mutex mutex_;
+    std::condition_variable ready_;
+    std::deque<std::function<void()>> pending_;
+    std::size_t idle_ = 0;
 };
 
 }  // namespace
@@ -162,12 +225,9 @@ void Dispatcher::start(const char* name, Task task) {
     };
     // Held by pointer so the task is still there to run inline if no thread can be made.
     auto holder = std::make_shared<decltype(body)>(std::move(body));
-    try {
-        std::thread([holder] { (*holder)(); }).detach();
-    } catch (const std::system_error& e) {
+    if (!WorkerPool::instance().run([holder] { (*holder)(); })) {
         // No thread to be had: the work still has to happen, so it runs on the caller.
-        SysLog().write(std::string("dispatch: no thread for a task (") + e.what() +
-                       "), running it inline \n");
+        SysLog().write("dispatch: no thread for a task, running it inline \n");
         (*holder)();
     }
 }

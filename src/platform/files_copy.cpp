@@ -237,6 +237,10 @@ void rememberWrittenShareFile(const std::string& path, std::uint64_t size) {
     tWrittenSize = size;
 }
 
+void forgetWrittenShareFile() {
+    tWrittenPath.clear();
+}
+
 std::optional<std::uint64_t> takeWrittenShareFileSize(const std::string& path) {
     if (path.empty() || path != tWrittenPath) return std::nullopt;
     tWrittenPath.clear();

@@ -37,6 +37,7 @@ int copyFileData(const std::string& from, const std::string& to);
 // answer is given once; a path other than the last written one gets nothing.
 void rememberWrittenShareFile(const std::string& path, std::uint64_t size);
 std::optional<std::uint64_t> takeWrittenShareFileSize(const std::string& path);
+void forgetWrittenShareFile();
 
 std::vector<std::string> listShare(const SharePath& sp, int* error);
 

@@ -127,6 +127,10 @@ void setTimeoutMs(int ms) {
     gTimeoutMs = ms > 0 ? ms : 20000;
 }
 
+void releaseThreadContext() {
+    tContext.release();
+}
+
 Call::Call(const Credentials& credentials, bool fresh) {
     gLibraryLock.lock();
     previous_ = tCredentials;

@@ -24,6 +24,8 @@ struct Credentials {
 int smbPort();
 // How long one SMB request may take, in milliseconds (default 20 s).
 void setTimeoutMs(int ms);
+// Frees the calling thread's client context and its connections, if it has one.
+void releaseThreadContext();
 
 // One SMB call's context: the calling thread's client context, answering authentication
 // requests with `credentials` while this object lives.

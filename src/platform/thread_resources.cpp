@@ -1,0 +1,13 @@
+#include "platform/thread_resources.h"
+
+#include "platform/files_internal.h"
+#include "platform/smb_client.h"
+
+namespace qvt::platform {
+
+void releaseThreadResources() {
+    smb::releaseThreadContext();
+    detail::forgetWrittenShareFile();
+}
+
+}  // namespace qvt::platform
