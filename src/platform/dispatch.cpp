@@ -86,6 +86,11 @@ class WorkerPool {
         return true;
     }
 
+    std::size_t idle() {
+        std::lock_guard lock(mutex_);
+        return idle_;
+    }
+
   private:
     static constexpr auto kIdleLinger = std::chrono::seconds(2);
 
@@ -242,6 +247,10 @@ void Dispatcher::mainSync(const Task& task) {
 
 bool Dispatcher::onMainThread() const {
     return main_->isCurrent();
+}
+
+std::size_t Dispatcher::idleThreads() {
+    return WorkerPool::instance().idle();
 }
 
 int Dispatcher::running() const {

@@ -83,6 +83,8 @@ class Dispatcher {
     // Called on the main thread it keeps serving the main thread's posted work meanwhile, so
     // a background task that hands off synchronously to the main thread can still finish.
     bool waitIdle(double timeoutSeconds);
+    // Threads of the process-wide pool waiting for their next task.
+    static std::size_t idleThreads();
 
   private:
     // Shared with the running threads, so a task that outlives the dispatcher still has

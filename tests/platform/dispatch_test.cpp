@@ -8,7 +8,13 @@
 #include <stdexcept>
 #include <thread>
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <set>
+
 #include "platform/dispatch.h"
+#include "platform/files_internal.h"
 #include "platform/qt_main_thread.h"
 #include "support/support.h"
 
@@ -102,6 +108,50 @@ TEST(Dispatcher, ExceptionInBackgroundTaskIsContained) {
     dispatcher.async(QueuePriority::Low, [&] { ran = true; });
     EXPECT_TRUE(dispatcher.waitIdle(10));
     EXPECT_TRUE(ran.load());
+}
+
+// Waits until the pool has a thread waiting for work, so the next task goes to it.
+bool idleThreadAtHand() {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (Dispatcher::idleThreads() == 0) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+// A message per copied file must not cost a new thread each, and what one task leaves in its
+// thread's storage (the size of its last write to a share) must not reach the next task.
+TEST(Dispatcher, FinishedThreadsTakeTheNextTaskWithNothingCarriedOver) {
+    auto main = std::make_shared<QueueMainThread>();
+    Dispatcher d(main);
+    std::mutex mutex;
+    std::set<long> threads;
+    auto threadOfTask = [&] {
+        std::lock_guard lock(mutex);
+        threads.insert(static_cast<long>(::syscall(SYS_gettid)));
+    };
+    d.async(QueuePriority::High, [&] {
+        threadOfTask();
+        detail::rememberWrittenShareFile("/mnt/share/a.bin", 5);
+    });
+    ASSERT_TRUE(d.waitIdle(10));
+    ASSERT_TRUE(idleThreadAtHand());
+    const std::size_t poolBefore = Dispatcher::idleThreads();
+
+    std::atomic<int> carriedOver{0};
+    constexpr int kTasks = 30;
+    for (int i = 0; i < kTasks; ++i) {
+        d.async(QueuePriority::High, [&] {
+            threadOfTask();
+            if (detail::takeWrittenShareFileSize("/mnt/share/a.bin")) ++carriedOver;
+        });
+        ASSERT_TRUE(d.waitIdle(10));
+        ASSERT_TRUE(idleThreadAtHand());
+    }
+    EXPECT_EQ(carriedOver.load(), 0);
+    // Kernel thread ids are not reused soon, so a thread per task would show 31 of them.
+    EXPECT_LE(threads.size(), poolBefore + 1) << threads.size() << " threads for 31 tasks";
 }
 
 TEST(QueueMainThread, SyncOnTheMainThreadRunsInline) {
