@@ -10,7 +10,7 @@ namespace qvt::platform {
 namespace {
 
 TEST(Format, StringsAndPlainText) {
-    EXPECT_EQ(format("Uploading files to %@", "My Cloud"), "Uploading files to My Cloud");
+    EXPECT_EQ(format("Uploading files to %@", "Home Storage"), "Uploading files to Home Storage");
     EXPECT_EQ(format("%@\n%@", "line one", "line two"), "line one\nline two");
     EXPECT_EQ(format("%@_%d", "share", 1), "share_1");
     EXPECT_EQ(format("no specifiers"), "no specifiers");
