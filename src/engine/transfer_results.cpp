@@ -125,6 +125,7 @@ void QVTransfer::finishFileTransfer() {
         view()->setText(kWarningLine, warning);
         view()->setHidden(kWarningLine, false);
         view()->setText(kViewNowLink, localeVIEW_NOW_btn);
+        view()->placeAfterText(kViewNowLink, kWarningLine, 2, 640);
         view()->setHidden(kViewNowLink, false);
 
         failedFilesListTreeControllerArray.set(failedListRows(failures));

@@ -3,6 +3,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QBoxLayout>
 #include <QBuffer>
 #include <QComboBox>
 #include <QDialog>
@@ -305,6 +306,35 @@ void QtTransferWindow::moveControl(const std::string& name, double y, double hei
         const QRect g = w->geometry();
         const int height = std::max(0, g.height() + static_cast<int>(std::lround(heightDelta)));
         w->setGeometry(g.x(), static_cast<int>(std::lround(y)), g.width(), height);
+    });
+}
+
+void QtTransferWindow::placeAfterText(const std::string& controlName, const std::string& anchorName,
+                                      double gap, double maxRight) {
+    const QString c = QString::fromStdString(controlName);
+    const QString a = QString::fromStdString(anchorName);
+    onGui([this, c, a, gap, maxRight] {
+        QWidget* link = control(c);
+        auto* label = control<QLabel>(a);
+        if (!link || !label || !label->parentWidget()) return;
+        QWidget* row = label->parentWidget();
+        const int spacing = static_cast<int>(std::lround(gap));
+        // The limit is measured in the screen the row sits on, as the row's own position is.
+        const int room = static_cast<int>(std::lround(maxRight)) - row->x() - label->x() - spacing -
+                         link->sizeHint().width();
+        // A text field's frame ends a little after its last glyph; without that inset the
+        // link would touch the text.
+        constexpr int kTrailingInset = 3;
+        label->setContentsMargins(0, 0, kTrailingInset, 0);
+        // A text too long for the line gives way to the link, which keeps its full width.
+        label->setMaximumWidth(std::max(0, room));
+        if (auto* layout = qobject_cast<QBoxLayout*>(row->layout())) {
+            layout->setSpacing(spacing);
+            layout->activate();
+        } else {
+            const int textWidth = std::min(label->sizeHint().width(), std::max(0, room));
+            link->move(label->x() + textWidth + spacing, label->y());
+        }
     });
 }
 

@@ -194,6 +194,7 @@ TEST(Results, SomeFailuresEndWithTheSomeFilesTextTheWarningAndTheFailedList) {
     EXPECT_EQ(hidden(s, "errorWarningMessage"), std::optional<bool>(false));
     EXPECT_EQ(text(s, "showErrorsButton"), "View now");
     EXPECT_EQ(hidden(s, "showErrorsButton"), std::optional<bool>(false));
+    EXPECT_TRUE(s.h.view->called("placeAfterText showErrorsButton errorWarningMessage 2 640"));
     EXPECT_EQ(s.c->subProgressStatus.get(), "1 upload errors");
     EXPECT_EQ(s.c->failedFilesListTreeControllerArray.get(),
               (List{Record{{"fileName", "bad-one.txt"}, {"fileImage", "warningImage.png"}}}));

@@ -149,6 +149,14 @@ void ScriptedView::moveControl(const std::string& control, double y, double heig
     s_->calls.push_back(os.str());
 }
 
+void ScriptedView::placeAfterText(const std::string& control, const std::string& anchor, double gap,
+                                  double maxRight) {
+    std::lock_guard lock(s_->mutex);
+    std::ostringstream os;
+    os << "placeAfterText " << control << " " << anchor << " " << gap << " " << maxRight;
+    s_->calls.push_back(os.str());
+}
+
 void ScriptedView::reload(const std::string& control) {
     std::lock_guard lock(s_->mutex);
     s_->calls.push_back("reload " + control);

@@ -86,6 +86,8 @@ class ScriptedView : public QVTransferView {
     void setTag(const std::string& control, int tag) override;
     void setValue(const std::string& control, double value) override;
     void moveControl(const std::string& control, double y, double heightDelta) override;
+    void placeAfterText(const std::string& control, const std::string& anchor, double gap,
+                        double maxRight) override;
     void reload(const std::string& control) override;
     std::string selectedDestinationFolder() const override;
 

@@ -149,6 +149,7 @@ TEST_F(ScreenPictures, StatusScreenAfterAnUploadWithErrors) {
     window->setText("statusCloseButton", wizard->localeCLOSE_btn);
     window->setText("errorWarningMessage", "Files not uploaded: 3");
     window->setHidden("errorWarningMessage", false);
+    window->placeAfterText("showErrorsButton", "errorWarningMessage", 2, 640);
     window->setHidden("showErrorsButton", false);
     window->setText("uploadedFilesToLabel", "Files uploaded to:");
     window->setText("uploadedFilesLink", "Test Drive");

@@ -6,6 +6,7 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QScreen>
 #include <QStackedWidget>
@@ -439,4 +440,35 @@ TEST_F(WindowTest, ZeroStateShowsItsOwnHeadingAndDropArea) {
     EXPECT_TRUE(window->control(QStringLiteral("zeroUploadWindowHeading"))->isHidden());
     EXPECT_FALSE(window->control(QStringLiteral("uploadWindowHeading"))->isHidden());
     EXPECT_TRUE(window->control(QStringLiteral("zeroStateDropArea"))->isHidden());
+}
+
+TEST_F(WindowTest, ViewNowLinkSitsTwoPointsAfterTheWarningAndEndsAt640AtMost) {
+    make(dasDevice());
+    wizard->showScreen(Screen::Status);
+    window->bringToFront();
+    auto* label = window->control<QLabel>(QStringLiteral("errorWarningMessage"));
+    QWidget* link = window->control(QStringLiteral("showErrorsButton"));
+    ASSERT_TRUE(label && link && label->parentWidget() && label->parentWidget()->layout());
+    QWidget* row = label->parentWidget();
+    const auto place = [&](const std::string& warning) {
+        window->setText("errorWarningMessage", warning);
+        window->setHidden("errorWarningMessage", false);
+        window->setText("showErrorsButton", "View now");
+        window->placeAfterText("showErrorsButton", "errorWarningMessage", 2, 640);
+        window->setHidden("showErrorsButton", false);
+        row->layout()->activate();
+    };
+
+    place("3 files failed to upload");
+    EXPECT_EQ(link->x(), label->x() + label->width() + 2);
+    // The text is whole, and does not touch the link.
+    EXPECT_GE(label->width(), label->fontMetrics().horizontalAdvance(label->text()) + 3);
+    EXPECT_EQ(link->width(), link->sizeHint().width());
+
+    // A warning too long for the line: the link keeps its width and ends at 640.
+    place(std::string(300, 'W'));
+    EXPECT_LE(row->x() + link->x() + link->width(), 640);
+    EXPECT_GE(row->x() + link->x() + link->width(), 638);
+    EXPECT_EQ(link->width(), link->sizeHint().width());
+    EXPECT_EQ(link->x(), label->x() + label->width() + 2);
 }
