@@ -5,6 +5,7 @@
 #include <chrono>
 #include <exception>
 #include <system_error>
+#include <utility>
 
 #include "platform/log.h"
 #include "platform/thread_resources.h"
@@ -154,7 +155,11 @@ void MainThread::sync(const Task& task) {
     finisher.reset();
     std::unique_lock lock(state->mutex);
     state->cv.wait(lock, [&] { return state->done; });
-    if (state->error) std::rethrow_exception(state->error);
+    // Taken out of the shared state, so the exception ends on this thread, which reads it,
+    // and not on whichever thread happens to let go of the state last.
+    const std::exception_ptr error = std::exchange(state->error, nullptr);
+    lock.unlock();
+    if (error) std::rethrow_exception(error);
 }
 
 QueueMainThread::QueueMainThread() : owner_(std::this_thread::get_id()) {}
