@@ -1,6 +1,5 @@
 #include "platform/files.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
 #include <stdio.h>
@@ -121,18 +120,7 @@ bool FileLayer::exists(const std::string& path, bool* isFolder) {
 std::vector<std::string> FileLayer::listFolder(const std::string& path, int* error) {
     if (error) *error = 0;
     if (auto sp = shareMounts().resolve(path)) return detail::listShare(*sp, error);
-    std::vector<std::string> names;
-    DIR* dir = opendir(path.c_str());
-    if (!dir) {
-        if (error) *error = errno;
-        return names;
-    }
-    while (dirent* e = readdir(dir)) {
-        const std::string name = e->d_name;
-        if (name != "." && name != "..") names.push_back(name);
-    }
-    closedir(dir);
-    return names;
+    return detail::listLocal(path, error);
 }
 
 int FileLayer::createFolder(const std::string& path, bool withParents) {

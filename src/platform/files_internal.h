@@ -40,6 +40,9 @@ std::optional<std::uint64_t> takeWrittenShareFileSize(const std::string& path);
 void forgetWrittenShareFile();
 
 std::vector<std::string> listShare(const SharePath& sp, int* error);
+// The names in a local folder, hidden ones included, in listing order; `error` gets 0 or the
+// errno value of a folder that cannot be opened.
+std::vector<std::string> listLocal(const std::string& path, int* error);
 
 // The filesystem UUID of a block device ("" when it has none or cannot be read).
 std::string blockDeviceUuid(const std::string& device);

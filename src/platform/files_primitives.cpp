@@ -69,20 +69,31 @@ std::vector<std::string> listShare(const SharePath& sp, int* error) {
     return names;
 }
 
+std::vector<std::string> listLocal(const std::string& path, int* error) {
+    if (error) *error = 0;
+    std::vector<std::string> names;
+    DIR* dir = opendir(path.c_str());
+    if (!dir) {
+        if (error) *error = errno;
+        return names;
+    }
+    while (dirent* e = readdir(dir)) {
+        const std::string name = e->d_name;
+        if (name != "." && name != "..") names.push_back(name);
+    }
+    closedir(dir);
+    return names;
+}
+
 int removeLocal(const std::string& path) {
     struct stat st {};
     if (lstat(path.c_str(), &st) != 0) return errno;
     if (!S_ISDIR(st.st_mode)) return unlink(path.c_str()) == 0 ? 0 : errno;
-    DIR* dir = opendir(path.c_str());
-    if (!dir) return errno;
     int firstError = 0;
-    std::vector<std::string> children;
-    while (dirent* e = readdir(dir)) {
-        const std::string name = e->d_name;
-        if (name != "." && name != "..") children.push_back(path + "/" + name);
-    }
-    closedir(dir);
-    for (const auto& child : children) {
+    const auto names = listLocal(path, &firstError);
+    if (firstError) return firstError;
+    for (const auto& name : names) {
+        const std::string child = path + "/" + name;
         struct stat cst {};
         if (lstat(child.c_str(), &cst) != 0) continue;
         // Another volume mounted below (kernel or in-process) is never emptied from here.
@@ -112,16 +123,10 @@ int syncLocal(const std::string& path) {
     if (!S_ISDIR(st.st_mode) && !S_ISREG(st.st_mode)) return 0;
     int firstError = 0;
     if (S_ISDIR(st.st_mode)) {
-        DIR* dir = opendir(path.c_str());
-        if (!dir) return errno;
-        std::vector<std::string> children;
-        while (dirent* e = readdir(dir)) {
-            const std::string name = e->d_name;
-            if (name != "." && name != "..") children.push_back(path + "/" + name);
-        }
-        closedir(dir);
-        for (const auto& child : children)
-            if (const int rc = syncLocal(child); rc && !firstError) firstError = rc;
+        const auto names = listLocal(path, &firstError);
+        if (firstError) return firstError;
+        for (const auto& name : names)
+            if (const int rc = syncLocal(path + "/" + name); rc && !firstError) firstError = rc;
     }
     const int rc = syncOne(path);
     return firstError ? firstError : rc;

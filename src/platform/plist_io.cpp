@@ -344,13 +344,10 @@ struct XmlFree {
 };
 using XmlText = std::unique_ptr<char, XmlFree>;
 
-// The XML text of `value`, as libplist writes it; empty when the value cannot be written.
-// `value` is emptied once libplist's nodes are built, and the nodes go before the text is
-// handed back, so at most two forms of a large record are alive at any time.
-XmlText toXml(Value&& value, std::uint32_t& length) {
+// The XML text of libplist's nodes; empty when there are none. The nodes are freed before the
+// text is handed back.
+XmlText toXml(PlistPtr root, std::uint32_t& length) {
     length = 0;
-    PlistPtr root(toNode(value, 0));
-    value = Value();
     if (!root) return {};
     char* xml = nullptr;
     plist_to_xml(root.get(), &xml, &length);
@@ -361,15 +358,19 @@ XmlText toXml(Value&& value, std::uint32_t& length) {
 
 std::string toXmlPropertyList(const Value& value) {
     std::uint32_t length = 0;
-    const XmlText xml = toXml(Value(value), length);
+    const XmlText xml = toXml(PlistPtr(toNode(value, 0)), length);
     if (!xml) return {};
     return std::string(xml.get(), length);
 }
 
 bool writePropertyList(const std::string& path, Value value) {
     if (path.empty() || path.rfind(":/", 0) == 0) return false;
+    PlistPtr root(toNode(value, 0));
+    // libplist holds its own copy now; with the value gone at most two forms of a large record
+    // are alive at any time.
+    value = Value();
     std::uint32_t length = 0;
-    const XmlText xml = toXml(std::move(value), length);
+    const XmlText xml = toXml(std::move(root), length);
     if (!xml || length == 0) return false;
 
     std::string folder;

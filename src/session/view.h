@@ -49,13 +49,8 @@ class QVTransferView {
     // Puts `control` on `anchor`'s line, `gap` points after the end of `anchor`'s text, and
     // moves it left as far as needed for it to end at `maxRight` at most. Text widths are known
     // to the view alone; a view without geometry ignores it.
-    virtual void placeAfterText(const std::string& control, const std::string& anchor, double gap,
-                                double maxRight) {
-        (void)control;
-        (void)anchor;
-        (void)gap;
-        (void)maxRight;
-    }
+    virtual void placeAfterText(const std::string& /*control*/, const std::string& /*anchor*/,
+                                double /*gap*/, double /*maxRight*/) {}
     // Reloads a list, table, tree or popup from the controller's state.
     virtual void reload(const std::string& control) = 0;
     // The folder of the destination outline's selected row ("" when no row is selected).

@@ -328,12 +328,10 @@ void QtTransferWindow::placeAfterText(const std::string& controlName, const std:
         label->setContentsMargins(0, 0, kTrailingInset, 0);
         // A text too long for the line gives way to the link, which keeps its full width.
         label->setMaximumWidth(std::max(0, room));
+        // The row's layout puts the link after the text.
         if (auto* layout = qobject_cast<QBoxLayout*>(row->layout())) {
             layout->setSpacing(spacing);
             layout->activate();
-        } else {
-            const int textWidth = std::min(label->sizeHint().width(), std::max(0, room));
-            link->move(label->x() + textWidth + spacing, label->y());
         }
     });
 }
