@@ -33,6 +33,7 @@ namespace platform {
 class Log;
 class Clock;
 class Dispatcher;
+class LatestOnlyTask;
 }  // namespace platform
 
 // The wizard's screens, in their order.
@@ -332,6 +333,8 @@ class QVTransfer : public std::enable_shared_from_this<QVTransfer> {
     qvt::Guarded<std::shared_ptr<qvt::PauseSemaphore>> timeRemaining_semaphore;
     // Held for every build-and-write of the state file, so two writes never overlap.
     std::mutex transferDataFileLock;
+    // The delegate's message after each copied file: one send at a time, the newest state.
+    std::shared_ptr<qvt::platform::LatestOnlyTask> perFileStatusUpdate;
 
     // Timing
     qvt::Guarded<qvt::Date> uploadstartDateTime;

@@ -9,6 +9,7 @@
 #include "platform/dispatch.h"
 #include "platform/files.h"
 #include "platform/format.h"
+#include "platform/latest_only_task.h"
 #include "platform/log.h"
 #include "qvtransfer/QVTransfer.h"
 #include "session/view.h"
@@ -77,7 +78,7 @@ void QVTransfer::processFileTransferStatus(const std::string& sourcePath,
         ++progressValue;
         subProgressStatus.set("");
         auto self = shared_from_this();
-        dispatcher().async(QueuePriority::High, [self] {
+        perFileStatusUpdate->post(dispatcher(), QueuePriority::High, [self] {
             self->sendFileTransferStatusUpdate(self->progressStatus.get());
         });
         return;

@@ -7,6 +7,7 @@
 
 #include "platform/files.h"
 #include "platform/format.h"
+#include "platform/latest_only_task.h"
 #include "platform/plist_io.h"
 #include "platform/version.h"
 #include "session/resources.h"
@@ -18,7 +19,8 @@ using qvt::Screen;
 namespace fmt = qvt::platform;
 
 QVTransfer::QVTransfer(const qvt::Services& services)
-    : services_(std::make_unique<qvt::Services>(services)) {}
+    : perFileStatusUpdate(std::make_shared<qvt::platform::LatestOnlyTask>()),
+      services_(std::make_unique<qvt::Services>(services)) {}
 
 std::shared_ptr<QVTransfer> QVTransfer::initWithDevice(const Record& device) {
     return initWithDevice(device, qvt::Services::defaults());

@@ -4,7 +4,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <condition_variable>
 #include <cstring>
+#include <mutex>
+#include <string>
 
 #include "device/mount_destination.h"
 #include "engine_fixture.h"
@@ -76,6 +79,61 @@ TEST(Results, EachFileStepsTheCounterAndTellsTheHost) {
     EXPECT_FALSE(m.completed);
     EXPECT_NE(m.thread, std::this_thread::get_id());
     EXPECT_FALSE(s.c->isFileTransferCompleted);
+}
+
+// A host that is slower than the copy (it hands each message to its own GUI thread, say) must
+// not collect a thread per file: while it holds one message, the messages of later files
+// replace each other, and it gets the newest when it returns.
+class SlowDelegate : public test::KeepingDelegate {
+  public:
+    void fileTransferStatusUpdate(bool completed, bool failed, bool cancelled, bool paused,
+                                  bool reachable, const std::string& status,
+                                  const std::string& subStatus) override {
+        if (!entered_.exchange(true)) {
+            std::unique_lock lock(mutex_);
+            cv_.wait_for(lock, std::chrono::seconds(20), [&] { return released_; });
+        }
+        KeepingDelegate::fileTransferStatusUpdate(completed, failed, cancelled, paused, reachable,
+                                                  status, subStatus);
+    }
+    bool entered() const { return entered_; }
+    void release() {
+        std::lock_guard lock(mutex_);
+        released_ = true;
+        cv_.notify_all();
+    }
+
+  private:
+    std::atomic<bool> entered_{false};
+    std::mutex mutex_;
+    std::condition_variable cv_;
+    bool released_ = false;
+};
+
+TEST(Results, AHostSlowerThanTheCopyGetsTheNewestStatusWithoutAThreadPerFile) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    auto slow = std::make_shared<SlowDelegate>();
+    s.c->setDelegate(slow);
+    s.c->numberOfFilesCountForTransfer = 1000;
+    test::writeFile(s.at("done.bin"), "1");
+
+    s.c->progressStatus.set("Uploading file 1 of 1000");
+    s.c->processFileTransferStatus(s.from("done.bin"), s.at("done.bin"), std::nullopt);
+    ASSERT_TRUE(test::waitFor([&] { return slow->entered(); }));
+    for (int file = 2; file <= 200; ++file) {
+        s.c->progressStatus.set("Uploading file " + std::to_string(file) + " of 1000");
+        s.c->processFileTransferStatus(s.from("done.bin"), s.at("done.bin"), std::nullopt);
+    }
+    EXPECT_EQ(s.c->progressValue, 201);
+    EXPECT_EQ(s.h.services.dispatch->running(), 1);
+
+    slow->release();
+    ASSERT_TRUE(s.settle());
+    const auto messages = slow->messages();
+    ASSERT_EQ(messages.size(), 2u);
+    EXPECT_EQ(messages[0].status, "Uploading file 1 of 1000");
+    EXPECT_EQ(messages[1].status, "Uploading file 200 of 1000");
 }
 
 TEST(Results, AFailureIsRecordedAndItsPartialFileCounted) {

@@ -1,0 +1,84 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <mutex>
+#include <stdexcept>
+#include <vector>
+
+#include "platform/dispatch.h"
+#include "platform/latest_only_task.h"
+#include "support/support.h"
+
+namespace qvt::platform {
+namespace {
+
+// While one send blocks, a hundred more posts start no thread and run no send; when the
+// blocked send returns, only the newest of them is sent.
+TEST(LatestOnlyTask, PostsDuringASendCollapseIntoTheNewest) {
+    Dispatcher dispatcher(std::make_shared<QueueMainThread>());
+    LatestOnlyTask task;
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    std::atomic<bool> firstStarted{false};
+    std::mutex mutex;
+    std::vector<int> sent;
+
+    task.post(dispatcher, QueuePriority::High, [&] {
+        firstStarted = true;
+        released.wait_for(std::chrono::seconds(10));
+        std::lock_guard lock(mutex);
+        sent.push_back(0);
+    });
+    ASSERT_TRUE(test::waitFor([&] { return firstStarted.load(); }, 10));
+    for (int i = 1; i <= 100; ++i)
+        task.post(dispatcher, QueuePriority::High, [&, i] {
+            std::lock_guard lock(mutex);
+            sent.push_back(i);
+        });
+    EXPECT_EQ(dispatcher.running(), 1);
+    release.set_value();
+    ASSERT_TRUE(dispatcher.waitIdle(10));
+    EXPECT_EQ(sent, (std::vector<int>{0, 100}));
+}
+
+TEST(LatestOnlyTask, APostAfterTheSendsEndedStartsANewSend) {
+    Dispatcher dispatcher(std::make_shared<QueueMainThread>());
+    LatestOnlyTask task;
+    std::atomic<int> sends{0};
+    for (int i = 0; i < 3; ++i) {
+        task.post(dispatcher, QueuePriority::Default, [&] { sends++; });
+        ASSERT_TRUE(dispatcher.waitIdle(10));
+        EXPECT_EQ(sends.load(), i + 1);
+    }
+}
+
+// A send that throws is contained, and the newer send waiting behind it still goes out.
+TEST(LatestOnlyTask, ASendThatThrowsDoesNotStopTheNext) {
+    Dispatcher dispatcher(std::make_shared<QueueMainThread>());
+    LatestOnlyTask task;
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+    std::atomic<bool> started{false};
+    std::atomic<bool> newestSent{false};
+    task.post(dispatcher, QueuePriority::High, [&] {
+        started = true;
+        released.wait_for(std::chrono::seconds(10));
+        throw std::runtime_error("delegate failed");
+    });
+    ASSERT_TRUE(test::waitFor([&] { return started.load(); }, 10));
+    task.post(dispatcher, QueuePriority::High, [&] { newestSent = true; });
+    release.set_value();
+    ASSERT_TRUE(dispatcher.waitIdle(10));
+    EXPECT_TRUE(newestSent.load());
+
+    // And the task is ready for the next post.
+    newestSent = false;
+    task.post(dispatcher, QueuePriority::High, [&] { newestSent = true; });
+    ASSERT_TRUE(dispatcher.waitIdle(10));
+    EXPECT_TRUE(newestSent.load());
+}
+
+}  // namespace
+}  // namespace qvt::platform
