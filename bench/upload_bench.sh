@@ -22,8 +22,14 @@ g++ -std=c++20 -O2 -Wall -Wextra -Werror -I"$root/include" -I"$root/src" \
 for mode in "${modes[@]}"; do
     if [ "$mode" = memory ]; then
         # One process per size: the peak resident size only ever grows within a process.
-        "$bin" memory 25000
-        "$bin" memory 100000
+        small="$("$bin" memory 25000)"
+        large="$("$bin" memory 100000)"
+        printf '%s\n%s\n' "$small" "$large"
+        # Growth between the two sizes: what each further file costs (target: none).
+        peak() { sed -n 's/.*peak RSS \([0-9.]*\) MB.*/\1/p' <<<"$1"; }
+        awk -v a="$(peak "$small")" -v b="$(peak "$large")" 'BEGIN {
+            printf "memory: growth from 25,000 to 100,000 files %.1f MB (%.0f bytes per file)\n",
+                   b - a, (b - a) * 1048576 / 75000 }'
     else
         "$bin" "$mode"
     fi

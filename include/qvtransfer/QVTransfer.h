@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "qvtransfer/Guarded.h"
+#include "qvtransfer/HandledPaths.h"
 #include "qvtransfer/LocaleTexts.h"
 #include "qvtransfer/QVTransferDelegate.h"
 #include "qvtransfer/Value.h"
@@ -343,7 +344,7 @@ class QVTransfer : public std::enable_shared_from_this<QVTransfer> {
     // Lists (SourceEntry, FolderNode and FailedTransferRecord entries are records)
     qvt::Guarded<qvt::List> sourceFilesArray;
     qvt::Guarded<qvt::List> transferredSourceFilesArray;
-    qvt::Guarded<std::vector<std::string>> inProcessSourceFilesArray;
+    qvt::HandledPaths inProcessSourceFilesArray;
     qvt::Guarded<std::vector<std::string>> excludeSourceFilesArray;
     qvt::Guarded<std::vector<std::string>> excludeSystemFilesList;
     qvt::Guarded<std::vector<std::string>> parseDefaultsSourceFilesList;

@@ -64,10 +64,7 @@ enum class Step { Done, Retry };
 
 Step transferOneFile(QVTransfer& c, const std::string& source, std::string& destination) {
     // After a restart, a file handled before it is not copied twice.
-    if (c.resumedAfterRestart &&
-        c.inProcessSourceFilesArray.with([&](const std::vector<std::string>& handled) {
-            return std::find(handled.begin(), handled.end(), destination) != handled.end();
-        }))
+    if (c.resumedAfterRestart && c.inProcessSourceFilesArray.contains(destination))
         return Step::Done;
 
     // The copy is tried under the name asked for first: it never replaces anything there, and
@@ -106,8 +103,7 @@ Step transferOneFile(QVTransfer& c, const std::string& source, std::string& dest
         if (code != fs::kUnknownWriteError) error = transferError(rc);
     }
 
-    c.inProcessSourceFilesArray.with(
-        [&](std::vector<std::string>& handled) { handled.push_back(target); });
+    c.inProcessSourceFilesArray.append(target);
     c.processFileTransferStatus(source, target, error);
     c.inProcessDestFilePath.set("");
     return Step::Done;

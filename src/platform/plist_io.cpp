@@ -363,16 +363,10 @@ std::string toXmlPropertyList(const Value& value) {
     return std::string(xml.get(), length);
 }
 
-bool writePropertyList(const std::string& path, Value value) {
-    if (path.empty() || path.rfind(":/", 0) == 0) return false;
-    PlistPtr root(toNode(value, 0));
-    // libplist holds its own copy now; with the value gone at most two forms of a large record
-    // are alive at any time.
-    value = Value();
-    std::uint32_t length = 0;
-    const XmlText xml = toXml(std::move(root), length);
-    if (!xml || length == 0) return false;
+namespace {
 
+// Writes the file through `write` (which gets the open temporary file) atomically and durably.
+bool writeAtomically(const std::string& path, const std::function<bool(int fd)>& write) {
     std::string folder;
     std::string name;
     splitPath(path, folder, name);
@@ -388,8 +382,7 @@ bool writePropertyList(const std::string& path, Value value) {
     // the usual mode of a user's document.
     struct stat old {};
     const mode_t mode = ::stat(path.c_str(), &old) == 0 ? (old.st_mode & 07777) : 0644;
-    bool ok = ::fchmod(fd, mode) == 0 && writeAll(fd, std::string_view(xml.get(), length)) &&
-              ::fsync(fd) == 0;
+    bool ok = ::fchmod(fd, mode) == 0 && write(fd) && ::fsync(fd) == 0;
     ok = (::close(fd) == 0) && ok;
     if (!ok) {
         ::unlink(temp.c_str());
@@ -411,6 +404,81 @@ bool writePropertyList(const std::string& path, Value value) {
         ::close(dirFd);
     }
     return true;
+}
+
+// The XML of `value`; empty when it has no property-list form. The value is released as soon
+// as libplist holds its own copy, so at most two forms of a large record are alive at once.
+XmlText xmlOf(Value value, std::uint32_t& length) {
+    PlistPtr root(toNode(value, 0));
+    value = Value();
+    return toXml(std::move(root), length);
+}
+
+// The text of a string element as libplist writes it: only these three are escaped.
+void appendEscaped(std::string& out, std::string_view text) {
+    for (const char ch : text) {
+        switch (ch) {
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            default:
+                out += ch;
+        }
+    }
+}
+
+}  // namespace
+
+bool writePropertyList(const std::string& path, Value value) {
+    if (path.empty() || path.rfind(":/", 0) == 0) return false;
+    std::uint32_t length = 0;
+    const XmlText xml = xmlOf(std::move(value), length);
+    if (!xml || length == 0) return false;
+    return writeAtomically(
+        path, [&](int fd) { return writeAll(fd, std::string_view(xml.get(), length)); });
+}
+
+bool writePropertyList(const std::string& path, Value value, const StreamedStrings& streamed) {
+    if (path.empty() || path.rfind(":/", 0) == 0 || streamed.placeholder.empty()) return false;
+    std::uint32_t length = 0;
+    const XmlText xml = xmlOf(std::move(value), length);
+    if (!xml || length == 0) return false;
+    const std::string_view text(xml.get(), length);
+
+    // The placeholder's line is replaced by one line per string, with its indentation.
+    std::string element;
+    appendEscaped(element, streamed.placeholder);
+    element = "<string>" + element + "</string>";
+    const std::size_t at = text.find(element);
+    if (at == std::string_view::npos) return false;
+    const std::size_t lineStart = text.rfind('\n', at) + 1;
+    const std::string_view indent = text.substr(lineStart, at - lineStart);
+    std::size_t lineEnd = text.find('\n', at);
+    lineEnd = lineEnd == std::string_view::npos ? text.size() : lineEnd + 1;
+
+    return writeAtomically(path, [&](int fd) {
+        if (!writeAll(fd, text.substr(0, lineStart))) return false;
+        std::string block;
+        bool written = true;
+        const bool all = streamed.forEach([&](std::string_view item) {
+            block += indent;
+            block += "<string>";
+            appendEscaped(block, item);
+            block += "</string>\n";
+            if (block.size() >= 64 * 1024) {
+                written = writeAll(fd, block);
+                block.clear();
+            }
+            return written;
+        });
+        return all && written && writeAll(fd, block) && writeAll(fd, text.substr(lineEnd));
+    });
 }
 
 void setFailBeforeRenameForTesting(bool fail) {

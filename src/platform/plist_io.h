@@ -1,8 +1,10 @@
 // Reading and writing property-list files with libplist.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "qvtransfer/Value.h"
 
@@ -19,6 +21,16 @@ std::optional<Value> parsePropertyList(const std::string& bytes);
 // that moves a large record in never holds three copies of it at once.
 bool writePropertyList(const std::string& path, Value value);
 std::string toXmlPropertyList(const Value& value);
+
+// Strings written into the file one at a time where the value holds the string `placeholder`
+// (alone in its array), so that a long list is never in memory whole. `forEach` hands every
+// string to its argument, in order, and returns false when it cannot give them all; the write
+// then fails and the old file stays.
+struct StreamedStrings {
+    std::string placeholder;
+    std::function<bool(const std::function<bool(std::string_view)>&)> forEach;
+};
+bool writePropertyList(const std::string& path, Value value, const StreamedStrings& streamed);
 
 // Test hook: when set, an atomic write stops right before its rename and fails, as a crash at
 // that moment would.

@@ -91,6 +91,8 @@ void QVTransfer::awakeFromInterface() {
     userHomeDirectory = folders.home;
     qvt::platform::createFolderWithParents(folders.transferDataFolder());
     transferDataFilePath = folders.transferDataFolder() + "/qvtransfer.plist";
+    // The handled-files list of a large upload goes to disk beside the state file.
+    inProcessSourceFilesArray.setSpillFolder(folders.transferDataFolder());
 
     if (isZeroState) localeDRAG_AND_DROP_txt = localizedString("DRAG_FOLDERS_FILES_HERE_OR_txt");
 
@@ -270,7 +272,7 @@ bool QVTransfer::windowShouldClose() {
     auto self = shared_from_this();
     dispatcher().async(qvt::platform::QueuePriority::High, [self] {
         // Once an upload has handled a file, its own end unmounts and tells the host.
-        if (!self->inProcessSourceFilesArray.get().empty()) return;
+        if (!self->inProcessSourceFilesArray.empty()) return;
         self->unmountSharesVolumes(self->mountObject->mountedPathsArray.get());
         self->sendCancelledQVTransfer();
     });

@@ -4,13 +4,34 @@
 // serial number, a local volume's UUID) and its TransferRecord. Every write builds a new root,
 // so it replaces whatever the file held, another device's record included. The user name and
 // the password are never written here; they live in the keychain.
+#include <cstdio>
+#include <functional>
 #include <mutex>
+#include <optional>
+#include <random>
 #include <string>
+#include <string_view>
 
 #include "platform/clock.h"
 #include "platform/plist_io.h"
 #include "qvtransfer/QVTransfer.h"
 #include "session/transfer_record.h"
+
+namespace {
+
+// Stands for the handled-files list in the record until the file is written. No path looks
+// like it (paths start with "/"), and its random part keeps any other text from matching it.
+const std::string& handledPathsMarker() {
+    static const std::string marker = [] {
+        std::random_device random;
+        char text[64];
+        std::snprintf(text, sizeof text, "qvt-handled-paths-%08x%08x", random(), random());
+        return std::string(text);
+    }();
+    return marker;
+}
+
+}  // namespace
 
 void QVTransfer::saveQVTransferDataToFile() {
     const std::string serial = deviceInfo().string("serialNumber");
@@ -19,6 +40,9 @@ void QVTransfer::saveQVTransferDataToFile() {
 
     std::lock_guard lock(transferDataFileLock);
     qvt::Record record;
+    // The handled-files list can be long: it is written into the file straight from where it
+    // is kept, in the place of a marker in the record, and is never copied whole.
+    std::optional<qvt::HandledPaths::Snapshot> handled;
     if (!uploadCancelled) {
         qvt::session::TransferState state;
         state.isFileTransferCompleted = isFileTransferCompleted;
@@ -33,16 +57,23 @@ void QVTransfer::saveQVTransferDataToFile() {
         // Copies taken now: the copy thread goes on changing the live lists meanwhile.
         state.sourceFilesArray = sourceFilesArray.get();
         state.transferredSourceFilesArray = transferredSourceFilesArray.get();
-        state.inProcessSourceFilesArray = inProcessSourceFilesArray.get();
+        handled = inProcessSourceFilesArray.snapshot();
+        state.inProcessSourceFilesArray = {handledPathsMarker()};
         state.failedTransferArray = failedTransferArray.get();
         record = qvt::session::buildTransferRecord(std::move(state));
     }
-    // Each step hands its result on rather than copying it, so a write holds the handled-files
-    // list about twice (the record and the writer's own nodes), not once per step.
     qvt::Record root =
         qvt::session::buildTransferDataRoot(deviceType(), serial, uuid, std::move(record));
     // A failed write leaves the old file; the next periodic write tries again.
-    (void)qvt::platform::writePropertyList(transferDataFilePath, qvt::Value(std::move(root)));
+    if (!handled || root.empty()) {
+        (void)qvt::platform::writePropertyList(transferDataFilePath, qvt::Value(std::move(root)));
+        return;
+    }
+    const qvt::platform::StreamedStrings paths{
+        handledPathsMarker(),
+        [&](const std::function<bool(std::string_view)>& each) { return handled->forEach(each); }};
+    (void)qvt::platform::writePropertyList(transferDataFilePath, qvt::Value(std::move(root)),
+                                           paths);
 }
 
 void QVTransfer::saveQVTransferDataToFileForEachFile() {

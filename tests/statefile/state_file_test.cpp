@@ -73,6 +73,41 @@ TEST(StateFile, LivesInTheApplicationSupportFolder) {
     EXPECT_FALSE(fs::exists(s.h->services.folders.mountFolder() + "/qvtransfer.plist"));
 }
 
+// A large upload's handled-files list is kept on disk; the state file still holds all of it,
+// in order, with the other values around it intact, and the list is no longer in the folder
+// of the state file by name.
+TEST(StateFile, AHandledListTooLongForMemoryIsWrittenWhole) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->selectedDestinationShare.set("/home/u/.QVTransfer/Public/Photos");
+    s.c->sourceFilesArray.set(List{entry("/home/u/a")});
+    List expected;
+    for (int i = 0; i < 20000; ++i) {
+        const std::string path = "/home/u/.QVTransfer/Public/Photos/a/folder " +
+                                 std::to_string(i / 100) + "/R&D <" + std::to_string(i) + ">.jpg";
+        s.c->inProcessSourceFilesArray.append(path);
+        expected.push_back(path);
+    }
+    s.c->saveQVTransferDataToFile();
+
+    const auto root = s.root();
+    ASSERT_TRUE(root && root->asRecord());
+    const Record* r = root->asRecord()->record("SN-TEST");
+    ASSERT_TRUE(r);
+    EXPECT_EQ(r->size(), 12u);
+    ASSERT_TRUE(r->list("inProcessSourceFilesArray"));
+    EXPECT_EQ(*r->list("inProcessSourceFilesArray"), expected);
+    EXPECT_EQ(r->string("selectedDestinationShare"), "/home/u/.QVTransfer/Public/Photos");
+    ASSERT_TRUE(r->list("sourceFilesPendingArray"));
+    EXPECT_EQ(r->list("sourceFilesPendingArray")->size(), 1u);
+    ASSERT_TRUE(r->list("failedTransferArray"));
+    EXPECT_TRUE(r->list("failedTransferArray")->empty());
+    const fs::path folder = fs::path(s.c->transferDataFilePath).parent_path();
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(folder)) names.push_back(e.path().filename());
+    EXPECT_EQ(names, std::vector<std::string>{"qvtransfer.plist"});
+}
+
 TEST(StateFile, NetworkDeviceRecordUnderTheSerialNumber) {
     Session s;
     ASSERT_TRUE(s.c);
@@ -453,8 +488,7 @@ TEST(StateFileConcurrency, WritersAndAChangingListNeverLeaveAHalfWrittenFile) {
             const Record e = entry("/home/u/f" + std::to_string(n++));
             s.c->sourceFilesArray.with([&](List& l) { l.push_back(e); });
             s.c->transferredSourceFilesArray.with([&](List& l) { l.push_back(e); });
-            s.c->inProcessSourceFilesArray.with(
-                [&](std::vector<std::string>& v) { v.push_back("/d/f" + std::to_string(n)); });
+            s.c->inProcessSourceFilesArray.append("/d/f" + std::to_string(n));
             // Bounded, as a real source list is.
             if (n % 50 == 0) {
                 s.c->sourceFilesArray.set({});
