@@ -9,6 +9,7 @@
 #include "engine/duplicate_name.h"
 #include "engine/path_names.h"
 #include "platform/files.h"
+#include "platform/format.h"
 #include "platform/log.h"
 #include "qvtransfer/QVTransfer.h"
 
@@ -128,9 +129,21 @@ Step transferFolder(QVTransfer& c, const std::string& source, const std::string&
         }
     }
     // Depth first, file by file: each file is reported on its own.
-    for (const std::string& name : fs::files().listFolder(source))
-        c.transferFile(appendingPathComponent(source, name),
-                       appendingPathComponent(destination, name), destDir);
+    for (const std::string& name : fs::files().listFolder(source)) {
+        const std::string entry = appendingPathComponent(source, name);
+        // A link to a folder inside a source is not followed, as the count of the source did
+        // not follow it: its files are not in the upload's file count, and copying them would
+        // end the upload early, with files after it never copied. (A loop of links is never
+        // entered either.) A link to a file is copied as the file.
+        bool linkToFolder = false;
+        if (fs::files().isAlias(entry) && fs::files().exists(entry, &linkToFolder) &&
+            linkToFolder) {
+            c.log().write(
+                fs::format("QVTransfer: transferFile: link to a folder not followed: %@\n", entry));
+            continue;
+        }
+        c.transferFile(entry, appendingPathComponent(destination, name), destDir);
+    }
     return Step::Done;
 }
 

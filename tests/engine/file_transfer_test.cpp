@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <regex>
 
 #include "engine_fixture.h"
+#include "source/tree_count.h"
 
 using namespace qvt;
 using namespace qvt::enginetest;
@@ -316,4 +318,47 @@ TEST(TransferFile, AFileIsNotCopiedOnceTheUploadHasCompleted) {
     test::writeFile(s.from("late.txt"), "l");
     s.c->transferFile(s.from("late.txt"), s.at("late.txt"), s.dst);
     EXPECT_FALSE(fs::exists(s.at("late.txt")));
+}
+
+// A link to a folder inside a source is counted as a folder and not followed; the copy must
+// not follow it either, or the files behind it push the counter to the end before the last
+// files of the source are copied.
+TEST(TransferFile, ALinkToAFolderInsideASourceIsNotFollowed) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    fs::create_directories(s.from("elsewhere"));
+    test::writeFile(s.from("elsewhere/1.txt"), "1");
+    test::writeFile(s.from("elsewhere/2.txt"), "2");
+    fs::create_directories(s.from("album"));
+    fs::create_directory_symlink(s.from("elsewhere"), s.from("album/linked folder"));
+    // A loop of links: followed, it would nest until the path is too long.
+    fs::create_directory_symlink(s.from("album"), s.from("album/loop"));
+    // Files listed after the links, whatever the listing order is.
+    std::vector<std::string> files;
+    auto addPhoto = [&] {
+        files.push_back("photo " + std::to_string(files.size()) + ".txt");
+        test::writeFile(s.from("album/" + files.back()), "p");
+    };
+    for (int i = 0; i < 3; ++i) addPhoto();
+    while (platform::files().listFolder(s.from("album")).back().find(".txt") == std::string::npos)
+        addPhoto();
+    std::sort(files.begin(), files.end());
+    const source::TreeCount count = source::countItem(s.from("album"));
+    ASSERT_EQ(count.files, static_cast<std::int64_t>(files.size()));
+    s.setSources({s.from("album")});
+    s.c->numberOfFilesCountForTransfer = count.files;
+
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+    ASSERT_TRUE(s.settle());
+
+    EXPECT_TRUE(s.c->isFileTransferCompleted);
+    std::vector<std::string> arrived;
+    for (const auto& e : fs::directory_iterator(s.at("album")))
+        arrived.push_back(e.path().filename().string());
+    std::sort(arrived.begin(), arrived.end());
+    EXPECT_EQ(arrived, files);
+    EXPECT_EQ(handled(s).size(), files.size());
+    EXPECT_TRUE(fs::is_symlink(s.from("album/linked folder")));
+    EXPECT_EQ(failureCount(s), 0u);
 }
