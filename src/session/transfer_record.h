@@ -40,9 +40,9 @@ Record reducePendingEntry(const Value& sourceEntry);
 // `transferred`, reduced, in the order of the source list.
 List pendingSourceEntries(const List& sources, const List& transferred);
 
-// The TransferRecord of a running (not cancelled) upload. The state is taken by value so a writer
-// that hands over its snapshot lets the record take the snapshot's strings instead of copying
-// them: with a hundred thousand handled files the list is the bulk of the file.
+// The TransferRecord of a running (not cancelled) upload. The state is taken by value so the
+// record takes the snapshot's lists instead of copying them. The controller's writer puts only
+// a marker in `inProcessSourceFilesArray` and streams the handled paths in when it writes.
 Record buildTransferRecord(TransferState state);
 
 // The file's root: `record` under the serial number for "NAS", under `dasUUID` for "DAS" once it
