@@ -1,6 +1,7 @@
 #include "qvtransfer/HandledPaths.h"
 
 #include <fcntl.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -69,29 +70,33 @@ bool splitEntries(std::string_view bytes, const std::function<bool(std::string_v
     return true;
 }
 
-// Reads the first `length` bytes of the file, then the memory part, entry by entry.
+// Reads the first `length` bytes of the file, then the memory part, entry by entry. One
+// buffer serves every block: an entry that straddles two blocks keeps its first part at the
+// buffer's start and the next block is read in after it.
 bool forEachEntry(const detail::SpillFile* file, std::uint64_t length, std::string_view tail,
                   const std::function<bool(std::string_view)>& each) {
-    std::string partial;
+    constexpr std::size_t kBlock = 1 << 20;
+    std::string buffer;
+    std::string rest;
     if (file && length > 0) {
-        std::string block(1 << 20, '\0');
         std::uint64_t offset = 0;
         while (offset < length) {
             const std::size_t want =
-                static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), length - offset));
-            const ssize_t n = ::pread(file->fd, block.data(), want, static_cast<off_t>(offset));
+                static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, length - offset));
+            const std::size_t kept = rest.size();
+            if (buffer.size() < kept + want) buffer.resize(kept + want);
+            std::copy(rest.begin(), rest.end(), buffer.begin());
+            const ssize_t n =
+                ::pread(file->fd, buffer.data() + kept, want, static_cast<off_t>(offset));
             if (n < 0 && errno == EINTR) continue;
             if (n <= 0) return false;
             offset += static_cast<std::uint64_t>(n);
-            // An entry may straddle two blocks: its first part waits in `partial`.
-            std::string joined = std::move(partial);
-            joined.append(block.data(), static_cast<std::size_t>(n));
-            if (!splitEntries(joined, each, partial)) return false;
+            const std::string_view bytes(buffer.data(), kept + static_cast<std::size_t>(n));
+            if (!splitEntries(bytes, each, rest)) return false;
         }
     }
     // The file holds whole entries only, so nothing is left over here but a broken file.
-    if (!partial.empty()) return false;
-    std::string rest;
+    if (!rest.empty()) return false;
     return splitEntries(tail, each, rest) && rest.empty();
 }
 
