@@ -84,13 +84,10 @@ void QVTransfer::processFileTransferStatus(const std::string& sourcePath,
         return;
     }
 
-    // The last file, or the driver's end call. One flush of the destination's volume, here on
-    // the upload's thread rather than per file: the completion says the files are on the disk.
+    // The last file, or the driver's end call. A share has nothing to flush (each write is done
+    // at the server when its file closes), and a finished upload unmounts it in the end step.
     const std::string share = selectedDestinationShare.get();
-    if (!share.empty()) {
-        if (const int rc = fmt::files().flushVolume(share))
-            log().write(fmt::format("QVTransfer: flushVolume: %@ error %d\n", share, rc));
-    }
+    const bool localVolume = !share.empty() && fmt::files().networkURLForPath(share).empty();
     log().write(fmt::format(
         "QVTransfer: processFileTransferStatus: setIsFileTransferCompleted: YES Time: %@\n",
         logTime(*this)));
@@ -99,6 +96,16 @@ void QVTransfer::processFileTransferStatus(const std::string& sourcePath,
                             static_cast<long long>(numberOfFilesCountForTransfer.load())));
     auto self = shared_from_this();
     dispatcher().mainSync([self] { self->finishFileTransfer(); });
+
+    // Then one flush of the destination's local volume, here on the upload's thread rather than
+    // per file, so the data is on its way to the disk at once instead of at the kernel's next
+    // write-back. The completion does not wait for it: a copy that keeps its source loses
+    // nothing in the meantime (a move flushes each file before its source goes), and with a
+    // large page cache the disk would otherwise set the pace of every upload.
+    if (localVolume) {
+        if (const int rc = fmt::files().flushVolume(share))
+            log().write(fmt::format("QVTransfer: flushVolume: %@ error %d\n", share, rc));
+    }
 }
 
 void QVTransfer::finishFileTransfer() {

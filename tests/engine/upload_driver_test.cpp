@@ -246,15 +246,20 @@ TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     auto flushes = std::make_shared<std::vector<std::string>>();
+    auto completedBefore = std::make_shared<std::vector<bool>>();
     auto flushMutex = std::make_shared<std::mutex>();
-    // The flush fails: the upload still completes, and the failure is only logged.
-    layer.setHook([flushes, flushMutex](const std::string& op, const std::string& path,
-                                        const std::string&) -> std::optional<int> {
-        if (op != "flush") return std::nullopt;
-        std::lock_guard lock(*flushMutex);
-        flushes->push_back(path);
-        return EIO;
-    });
+    QVTransfer* c = s.c.get();
+    // The flush fails: the upload still completes, and the failure is only logged. The
+    // completion does not wait for the disk: it is reported before the flush starts.
+    layer.setHook(
+        [flushes, completedBefore, flushMutex, c](const std::string& op, const std::string& path,
+                                                  const std::string&) -> std::optional<int> {
+            if (op != "flush") return std::nullopt;
+            std::lock_guard lock(*flushMutex);
+            flushes->push_back(path);
+            completedBefore->push_back(c->isFileTransferCompleted.load());
+            return EIO;
+        });
     for (const char* n : {"a.txt", "b.txt"}) test::writeFile(s.from(n), n);
     s.setSources({s.from("a.txt"), s.from("b.txt")});
     s.c->selectedDestinationShare.set(s.dst);
@@ -267,6 +272,7 @@ TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
     {
         std::lock_guard lock(*flushMutex);
         EXPECT_EQ(*flushes, std::vector<std::string>{s.dst});
+        EXPECT_EQ(*completedBefore, std::vector<bool>{true});
     }
     EXPECT_TRUE(hasLine(s, "QVTransfer: flushVolume: " + s.dst + " error 5\n"));
 }
