@@ -6,7 +6,10 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "device/rest_client.h"
 #include "device_simulator.h"
@@ -16,6 +19,7 @@
 using namespace qvt;
 using devicesim::DeviceSimulator;
 using devicesim::Endpoint;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -171,40 +175,113 @@ TEST(DeviceSim, StopReleasesHeldRequestsAndRestartsOnTheSamePort) {
     EXPECT_EQ(client.get(url(ip, "users"), 5).status, 200);
 }
 
-TEST(DeviceSim, CommandLineProgram) {
-    const char* buildDir = std::getenv("QVT_BUILD_DIR");
-    ASSERT_NE(buildDir, nullptr);
-    const std::string program = std::string(buildDir) + "/apps/devicesim/qvtransfer-devicesim";
-    ASSERT_EQ(access(program.c_str(), X_OK), 0) << program;
-    const std::string config = demoConfigPath();
-
-    int out[2];
-    ASSERT_EQ(pipe(out), 0);
-    const pid_t pid = fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
-        dup2(out[1], STDOUT_FILENO);
-        close(out[0]);
+// The simulator program run as a child, its standard output read line by line.
+class Program {
+  public:
+    explicit Program(const std::vector<std::string>& args) {
+        const char* buildDir = std::getenv("QVT_BUILD_DIR");
+        const std::string program =
+            std::string(buildDir ? buildDir : ".") + "/apps/devicesim/qvtransfer-devicesim";
+        if (access(program.c_str(), X_OK) != 0) return;
+        int out[2];
+        if (pipe(out) != 0) return;
+        std::vector<char*> argv{const_cast<char*>(program.c_str())};
+        for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+        argv.push_back(nullptr);
+        pid_ = fork();
+        if (pid_ == 0) {
+            dup2(out[1], STDOUT_FILENO);
+            close(out[0]);
+            close(out[1]);
+            execv(program.c_str(), argv.data());
+            _exit(127);
+        }
         close(out[1]);
-        execl(program.c_str(), program.c_str(), "--config", config.c_str(), "--listen",
-              "127.0.0.1:0", static_cast<char*>(nullptr));
-        _exit(127);
+        out_ = out[0];
     }
-    close(out[1]);
-    std::string line;
-    char c = 0;
-    while (read(out[0], &c, 1) == 1 && c != '\n') line += c;
-    close(out[0]);
+    ~Program() {
+        if (pid_ > 0) stop();
+        if (out_ >= 0) close(out_);
+    }
+    bool started() const { return pid_ > 0 && out_ >= 0; }
+    std::string line() {
+        std::string text;
+        char c = 0;
+        while (read(out_, &c, 1) == 1 && c != '\n') text += c;
+        return text;
+    }
+    // Asks the program to stop as a user's Ctrl-C would; its exit status, or -1.
+    int stop() {
+        kill(pid_, SIGTERM);
+        int status = 0;
+        const bool waited = waitpid(pid_, &status, 0) == pid_;
+        pid_ = -1;
+        return waited && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+  private:
+    pid_t pid_ = -1;
+    int out_ = -1;
+};
+
+TEST(DeviceSim, CommandLineProgram) {
+    Program program({"--config", demoConfigPath(), "--listen", "127.0.0.1:0"});
+    ASSERT_TRUE(program.started());
+    const std::string line = program.line();
     ASSERT_EQ(line.rfind("127.0.0.1:", 0), 0u) << line;
 
     CurlHttpClient client;
     HttpReply users = client.get(url(line, "users"), 5);
     EXPECT_EQ(users.status, 200);
     EXPECT_NE(users.body.find("<username>guest</username>"), std::string::npos);
+    EXPECT_EQ(program.stop(), 0);
+}
 
-    kill(pid, SIGTERM);
-    int status = 0;
-    ASSERT_EQ(waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0);
+int shellStatus(const std::string& command) {
+    const int rc = std::system(command.c_str());
+    return rc != -1 && WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
+}
+
+TEST(DeviceSim, CommandLineProgramServesTheSharesOverSmbWhenAsked) {
+    test::TempDir dir;
+    fs::create_directories(dir / "Box");
+    fs::create_directories(dir / "Open");
+    test::writeFile(dir / "device.plist", R"(<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0"><dict>
+<key>serialNumber</key><string>SN-SMB</string>
+<key>productName</key><string>Smb Box</string>
+<key>users</key><array>
+<dict><key>username</key><string>qvtsimowner</string><key>password</key><string>sim pw</string></dict>
+</array>
+<key>shares</key><array>
+<dict><key>share_name</key><string>Box</string><key>public_access</key><string>false</string>
+<key>share_access</key><array><string>RW</string></array><key>path</key><string>Box</string></dict>
+<dict><key>share_name</key><string>Open</string><key>public_access</key><string>true</string>
+<key>share_access</key><array><string>RW</string></array><key>path</key><string>Open</string></dict>
+</array></dict></plist>
+)");
+    Program program({"--config", dir / "device.plist", "--listen", "127.0.0.1:0", "--smb"});
+    ASSERT_TRUE(program.started());
+    const std::string http = program.line();
+    ASSERT_EQ(http.rfind("127.0.0.1:", 0), 0u) << http;
+    const std::string smb = program.line();
+    ASSERT_EQ(smb.rfind("smb 127.0.0.1:", 0), 0u) << smb;
+    const std::string port = smb.substr(smb.rfind(':') + 1);
+
+    // smbclient reads the login from a file, so the password is on no command line.
+    test::writeFile(dir / "auth", "username = qvtsimowner\npassword = sim pw\n");
+    test::writeFile(dir / "note.txt", "on the share");
+    const std::string client = "smbclient -p " + port + " > /dev/null 2>&1 ";
+    const std::string put = " -c 'lcd \"" + dir.path() + "\"; put note.txt'";
+    // The private share takes the device's user, and its file lands in the share's folder.
+    EXPECT_EQ(shellStatus(client + "//127.0.0.1/Box -A '" + (dir / "auth") + "'" + put), 0);
+    EXPECT_EQ(test::readFile(dir / "Box/note.txt"), "on the share");
+    // The public share takes a guest; the private one does not.
+    EXPECT_EQ(shellStatus(client + "//127.0.0.1/Open -N" + put), 0);
+    EXPECT_EQ(test::readFile(dir / "Open/note.txt"), "on the share");
+    EXPECT_NE(shellStatus(client + "//127.0.0.1/Box -N -c 'ls'"), 0);
+
+    EXPECT_EQ(program.stop(), 0);
+    // smbd went with the program.
+    EXPECT_NE(shellStatus(client + "//127.0.0.1/Open -N -c 'ls'"), 0);
 }
