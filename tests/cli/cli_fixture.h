@@ -18,12 +18,13 @@
 #include <string>
 #include <vector>
 
-#include "child_process.h"
+#include "support/child_process.h"
 #include "support/support.h"
 
 namespace qvt::clitest {
 
 namespace fs = std::filesystem;
+using test::ChildProcess;
 
 inline std::string cliProgram() {
     return QVT_CLI_PROGRAM;

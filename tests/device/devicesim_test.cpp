@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -14,6 +13,7 @@
 #include "device/rest_client.h"
 #include "device_simulator.h"
 #include "device_test_support.h"
+#include "support/child_process.h"
 #include "support/support.h"
 
 using namespace qvt;
@@ -175,66 +175,34 @@ TEST(DeviceSim, StopReleasesHeldRequestsAndRestartsOnTheSamePort) {
     EXPECT_EQ(client.get(url(ip, "users"), 5).status, 200);
 }
 
-// The simulator program run as a child, its standard output read line by line.
-class Program {
-  public:
-    explicit Program(const std::vector<std::string>& args) {
-        const char* buildDir = std::getenv("QVT_BUILD_DIR");
-        const std::string program =
-            std::string(buildDir ? buildDir : ".") + "/apps/devicesim/qvtransfer-devicesim";
-        if (access(program.c_str(), X_OK) != 0) return;
-        int out[2];
-        if (pipe(out) != 0) return;
-        std::vector<char*> argv{const_cast<char*>(program.c_str())};
-        for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-        argv.push_back(nullptr);
-        pid_ = fork();
-        if (pid_ == 0) {
-            dup2(out[1], STDOUT_FILENO);
-            close(out[0]);
-            close(out[1]);
-            execv(program.c_str(), argv.data());
-            _exit(127);
-        }
-        close(out[1]);
-        out_ = out[0];
-    }
-    ~Program() {
-        if (pid_ > 0) stop();
-        if (out_ >= 0) close(out_);
-    }
-    bool started() const { return pid_ > 0 && out_ >= 0; }
-    std::string line() {
-        std::string text;
-        char c = 0;
-        while (read(out_, &c, 1) == 1 && c != '\n') text += c;
-        return text;
-    }
-    // Asks the program to stop as a user's Ctrl-C would; its exit status, or -1.
-    int stop() {
-        kill(pid_, SIGTERM);
-        int status = 0;
-        const bool waited = waitpid(pid_, &status, 0) == pid_;
-        pid_ = -1;
-        return waited && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
+std::string programPath() {
+    const char* buildDir = std::getenv("QVT_BUILD_DIR");
+    return std::string(buildDir ? buildDir : ".") + "/apps/devicesim/qvtransfer-devicesim";
+}
 
-  private:
-    pid_t pid_ = -1;
-    int out_ = -1;
-};
+// The line of the program's output that starts with `prefix`, once it is there ("" at the
+// deadline). Each line is written whole, in one write, when the program prints it.
+std::string lineStartingWith(test::ChildProcess& program, const std::string& prefix) {
+    if (!program.waitForOutput(prefix, 20)) return "";
+    const std::string& out = program.output();
+    const std::size_t at = out.find(prefix);
+    const std::size_t end = out.find('\n', at);
+    return out.substr(at, end == std::string::npos ? std::string::npos : end - at);
+}
 
 TEST(DeviceSim, CommandLineProgram) {
-    Program program({"--config", demoConfigPath(), "--listen", "127.0.0.1:0"});
-    ASSERT_TRUE(program.started());
-    const std::string line = program.line();
-    ASSERT_EQ(line.rfind("127.0.0.1:", 0), 0u) << line;
+    test::ChildProcess program;
+    ASSERT_TRUE(
+        program.start(programPath(), {"--config", demoConfigPath(), "--listen", "127.0.0.1:0"}));
+    const std::string line = lineStartingWith(program, "127.0.0.1:");
+    ASSERT_FALSE(line.empty()) << program.output() << program.errors();
 
     CurlHttpClient client;
     HttpReply users = client.get(url(line, "users"), 5);
     EXPECT_EQ(users.status, 200);
     EXPECT_NE(users.body.find("<username>guest</username>"), std::string::npos);
-    EXPECT_EQ(program.stop(), 0);
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.waitForExit(20), 0);
 }
 
 int shellStatus(const std::string& command) {
@@ -260,18 +228,19 @@ TEST(DeviceSim, CommandLineProgramServesTheSharesOverSmbWhenAsked) {
 <key>share_access</key><array><string>RW</string></array><key>path</key><string>Open</string></dict>
 </array></dict></plist>
 )");
-    Program program({"--config", dir / "device.plist", "--listen", "127.0.0.1:0", "--smb"});
-    ASSERT_TRUE(program.started());
-    const std::string http = program.line();
-    ASSERT_EQ(http.rfind("127.0.0.1:", 0), 0u) << http;
-    const std::string smb = program.line();
-    ASSERT_EQ(smb.rfind("smb 127.0.0.1:", 0), 0u) << smb;
+    test::ChildProcess program;
+    ASSERT_TRUE(program.start(
+        programPath(), {"--config", dir / "device.plist", "--listen", "127.0.0.1:0", "--smb"}));
+    ASSERT_FALSE(lineStartingWith(program, "127.0.0.1:").empty())
+        << program.output() << program.errors();
+    const std::string smb = lineStartingWith(program, "smb 127.0.0.1:");
+    ASSERT_FALSE(smb.empty()) << program.output() << program.errors();
     const std::string port = smb.substr(smb.rfind(':') + 1);
 
     // smbclient reads the login from a file, so the password is on no command line.
     test::writeFile(dir / "auth", "username = qvtsimowner\npassword = sim pw\n");
     test::writeFile(dir / "note.txt", "on the share");
-    const std::string client = "smbclient -p " + port + " > /dev/null 2>&1 ";
+    const std::string client = "timeout 30 smbclient -p " + port + " > /dev/null 2>&1 ";
     const std::string put = " -c 'lcd \"" + dir.path() + "\"; put note.txt'";
     // The private share takes the device's user, and its file lands in the share's folder.
     EXPECT_EQ(shellStatus(client + "//127.0.0.1/Box -A '" + (dir / "auth") + "'" + put), 0);
@@ -281,7 +250,8 @@ TEST(DeviceSim, CommandLineProgramServesTheSharesOverSmbWhenAsked) {
     EXPECT_EQ(test::readFile(dir / "Open/note.txt"), "on the share");
     EXPECT_NE(shellStatus(client + "//127.0.0.1/Box -N -c 'ls'"), 0);
 
-    EXPECT_EQ(program.stop(), 0);
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.waitForExit(20), 0);
     // smbd went with the program.
     EXPECT_NE(shellStatus(client + "//127.0.0.1/Open -N -c 'ls'"), 0);
 }

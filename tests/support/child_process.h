@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace qvt::clitest {
+namespace qvt::test {
 
 class ChildProcess {
   public:
@@ -58,4 +58,4 @@ class ChildProcess {
     bool exited_ = false;
 };
 
-}  // namespace qvt::clitest
+}  // namespace qvt::test

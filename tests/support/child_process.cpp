@@ -15,7 +15,7 @@
 
 extern char** environ;
 
-namespace qvt::clitest {
+namespace qvt::test {
 
 namespace {
 
@@ -188,4 +188,4 @@ int ChildProcess::waitForExit(double seconds) {
     return -1;
 }
 
-}  // namespace qvt::clitest
+}  // namespace qvt::test
