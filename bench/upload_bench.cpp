@@ -168,7 +168,7 @@ Upload uploadOnce(const std::string& work, const std::vector<std::string>& sourc
     services.folders.home = work + "/home";
     services.folders.applicationSupport = work + "/home/.local/share";
     fs::create_directories(services.folders.home);
-    services.viewFactory = [selected](QVTransfer&, const std::string&) {
+    services.viewFactory = [selected](QVTransferPrivate&, const std::string&) {
         return std::make_unique<BenchView>(selected);
     };
     auto* main = dynamic_cast<qvt::platform::QueueMainThread*>(&services.dispatch->main());
@@ -191,7 +191,7 @@ Upload uploadOnce(const std::string& work, const std::vector<std::string>& sourc
                          {"volumeArray", qvt::List{}}};
         device = qvt::Record{{"deviceType", "NAS"}, {"isZeroState", false}, {"deviceInfo", info}};
     }
-    auto c = QVTransfer::initWithDevice(device, services);
+    auto c = QVTransferPrivate::initWithDevice(device, services);
     if (!c) return result;
     c->processOpenPanelSelectedSourceFiles(sources);
     const bool counted = main->waitUntil(

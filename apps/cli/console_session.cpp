@@ -17,7 +17,7 @@ constexpr auto kResumeWait = std::chrono::seconds(5);
 }  // namespace
 
 ConsoleSession::ConsoleSession(Options options, Terminal& terminal,
-                               std::shared_ptr<QVTransfer> wizard, ConsoleView& view)
+                               std::shared_ptr<QVTransferPrivate> wizard, ConsoleView& view)
     : options_(std::move(options)),
       terminal_(terminal),
       wizard_(std::move(wizard)),

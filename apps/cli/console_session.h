@@ -12,8 +12,8 @@
 #include <string>
 
 #include "cli_options.h"
-#include "qvtransfer/QVTransfer.h"
 #include "qvtransfer/QVTransferDelegate.h"
+#include "session/qvtransfer_private.h"
 
 namespace qvt::cli {
 
@@ -35,7 +35,7 @@ class ConsoleDelegate : public QVTransferFullDelegate {
 class ConsoleSession : public QObject {
     Q_OBJECT
   public:
-    ConsoleSession(Options options, Terminal& terminal, std::shared_ptr<QVTransfer> wizard,
+    ConsoleSession(Options options, Terminal& terminal, std::shared_ptr<QVTransferPrivate> wizard,
                    ConsoleView& view);
     ~ConsoleSession() override;
 
@@ -73,7 +73,7 @@ class ConsoleSession : public QObject {
 
     Options options_;
     Terminal& terminal_;
-    std::shared_ptr<QVTransfer> wizard_;
+    std::shared_ptr<QVTransferPrivate> wizard_;
     ConsoleView& view_;
     std::shared_ptr<ConsoleDelegate> delegate_;
     QTimer timer_;

@@ -10,7 +10,7 @@
 #include "console_session.h"
 #include "console_view.h"
 #include "progress_text.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "terminal.h"
 
 namespace qvt::cli {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "platform/dispatch.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 
 namespace qvt::cli {
 

@@ -19,7 +19,7 @@ class ConsoleView : public QVTransferView {
     // The code of a modal run ended by stopModal().
     static constexpr int kModalStopped = -1000;
 
-    explicit ConsoleView(QVTransfer& owner) : owner_(owner) {}
+    explicit ConsoleView(QVTransferPrivate& owner) : owner_(owner) {}
 
     // Called on the main thread when a dialog opens, before its run waits. It may answer at
     // once through the controller (which ends the run) or leave the run open.
@@ -62,7 +62,7 @@ class ConsoleView : public QVTransferView {
     };
     void finishRun(Run* run, int code);
 
-    QVTransfer& owner_;
+    QVTransferPrivate& owner_;
     std::function<void(Dialog)> onModal_;
     mutable std::mutex mutex_;
     std::map<std::string, std::string> texts_;

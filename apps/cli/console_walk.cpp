@@ -9,7 +9,7 @@
 #include "console_view.h"
 #include "destination/folder_node.h"
 #include "platform/files.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "source/source_entry.h"
 #include "terminal.h"
 

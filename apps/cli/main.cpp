@@ -10,8 +10,8 @@
 #include "console_session.h"
 #include "console_view.h"
 #include "platform/files.h"
-#include "qvtransfer/QVTransfer.h"
 #include "qvtransfer/Version.h"
+#include "session/qvtransfer_private.h"
 #include "session/services.h"
 #include "terminal.h"
 
@@ -62,12 +62,13 @@ int main(int argc, char** argv) {
     Terminal terminal;
     ConsoleView* view = nullptr;
     qvt::Services services = qvt::Services::defaults();
-    services.viewFactory = [&view](QVTransfer& owner, const std::string&) {
+    services.viewFactory = [&view](QVTransferPrivate& owner, const std::string&) {
         auto made = std::make_unique<ConsoleView>(owner);
         view = made.get();
         return std::unique_ptr<qvt::QVTransferView>(std::move(made));
     };
-    std::shared_ptr<QVTransfer> wizard = QVTransfer::initWithDevice(*device, services);
+    std::shared_ptr<QVTransferPrivate> wizard =
+        QVTransferPrivate::initWithDevice(*device, services);
     if (!wizard || !view) {
         std::fprintf(stderr, "qvtransfer-cli: the wizard could not be created\n");
         return kExitSomeFailed;

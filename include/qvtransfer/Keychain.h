@@ -4,10 +4,9 @@
 
 #include <stdint.h>
 
-#ifdef __cplusplus
-#include <string>
-#include <utility>
+#include "qvtransfer/Export.h"
 
+#ifdef __cplusplus
 extern "C" {
 #endif
 
@@ -24,32 +23,18 @@ enum {
 // Reads the user name and password stored for the device. Both outputs are always set to
 // strings allocated with malloc (free them with QVTransferFreeString); a missing item, a
 // keychain that cannot be read or data without a colon give "admin" and "".
-void GetKeychainUsernameAndPasswordForNAS(const char* serialNumber, char** userName,
-                                          char** password);
+QVT_EXPORT void GetKeychainUsernameAndPasswordForNAS(const char* serialNumber, char** userName,
+                                                     char** password);
 
 // Stores "userName:password" for the device, replacing the data of an existing item. Returns 0
 // on success, QVTransferKeychainAuthFailed (and writes nothing) when the keychain refuses
 // access, or another keychain status.
-int32_t SetKeychainUsernameAndPasswordForNAS(const char* serialNumber, const char* userName,
-                                             const char* password);
+QVT_EXPORT int32_t SetKeychainUsernameAndPasswordForNAS(const char* serialNumber,
+                                                        const char* userName, const char* password);
 
 // Frees a string returned by GetKeychainUsernameAndPasswordForNAS. NULL is allowed.
-void QVTransferFreeString(char* string);
+QVT_EXPORT void QVTransferFreeString(char* string);
 
 #ifdef __cplusplus
 }
-
-namespace qvt::keychain {
-
-// The service name of every item this library stores.
-inline constexpr const char* kServiceName = "QVTransfer";
-
-// The pair (user name, password) stored for the device, with the defaults "admin" and "".
-std::pair<std::string, std::string> getCredentials(const std::string& serialNumber);
-
-// Stores the pair for the device; the keychain's status, 0 on success.
-int32_t setCredentials(const std::string& serialNumber, const std::string& userName,
-                       const std::string& password);
-
-}  // namespace qvt::keychain
 #endif

@@ -5,7 +5,9 @@
 
 #include <string>
 
-class QVTransferDelegate {
+#include "qvtransfer/Export.h"
+
+class QVT_EXPORT QVTransferDelegate {
   public:
     virtual ~QVTransferDelegate() = default;
 };
@@ -13,7 +15,7 @@ class QVTransferDelegate {
 // Sent after each file result, at the end of an upload, by the time estimator, on pause and
 // resume, and on disconnect, reconnection and device-full events. Sent on whatever thread the
 // event happens on.
-class QVTransferStatusDelegate : public virtual QVTransferDelegate {
+class QVT_EXPORT QVTransferStatusDelegate : public virtual QVTransferDelegate {
   public:
     virtual void fileTransferStatusUpdate(bool isFileTransferCompleted, bool isFileTransferFailed,
                                           bool isFileTransferCancelled, bool isFileTransferPaused,
@@ -22,18 +24,18 @@ class QVTransferStatusDelegate : public virtual QVTransferDelegate {
 };
 
 // Sent when the user goes back from the first screen of the wizard.
-class QVTransferBackDelegate : public virtual QVTransferDelegate {
+class QVT_EXPORT QVTransferBackDelegate : public virtual QVTransferDelegate {
   public:
     virtual void backToVantorFromQVTransfer() = 0;
 };
 
 // Sent when the session ends; the host may then release the controller.
-class QVTransferCancelDelegate : public virtual QVTransferDelegate {
+class QVT_EXPORT QVTransferCancelDelegate : public virtual QVTransferDelegate {
   public:
     virtual void cancelledQVTransfer() = 0;
 };
 
 // Convenience base for a host that implements all three.
-class QVTransferFullDelegate : public QVTransferStatusDelegate,
-                               public QVTransferBackDelegate,
-                               public QVTransferCancelDelegate {};
+class QVT_EXPORT QVTransferFullDelegate : public QVTransferStatusDelegate,
+                                          public QVTransferBackDelegate,
+                                          public QVTransferCancelDelegate {};

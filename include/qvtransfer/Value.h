@@ -11,6 +11,8 @@
 #include <variant>
 #include <vector>
 
+#include "qvtransfer/Export.h"
+
 namespace qvt {
 
 class Value;
@@ -20,7 +22,7 @@ using Data = std::vector<std::uint8_t>;
 using Date = std::chrono::system_clock::time_point;
 
 // A string-keyed record whose keys keep the order in which they were first set.
-class Record {
+class QVT_EXPORT Record {
   public:
     using Entry = std::pair<std::string, Value>;
 
@@ -60,7 +62,7 @@ class Record {
 
 // One property-list value. Unsigned integers are kept apart from signed ones so byte counts
 // above 2^63 survive a round trip.
-class Value {
+class QVT_EXPORT Value {
   public:
     using Storage = std::variant<std::monostate, std::string, std::int64_t, std::uint64_t, double,
                                  bool, Date, Data, List, std::shared_ptr<Record>>;
@@ -134,7 +136,7 @@ class Value {
     Storage v_;
 };
 
-std::string describe(const Record& record);
+QVT_EXPORT std::string describe(const Record& record);
 
 // Defined here, once Value is complete, so the header compiles with every standard library.
 inline std::size_t Record::size() const {

@@ -6,7 +6,7 @@
 #include "platform/dispatch.h"
 #include "platform/files.h"
 #include "platform/format.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/view.h"
 
 using qvt::List;
@@ -20,7 +20,7 @@ constexpr const char* kDestinationOutline = "destinationFolderOutlineView";
 
 }  // namespace
 
-void QVTransfer::populateDestinationFoldersList() {
+void QVTransferPrivate::populateDestinationFoldersList() {
     finishedPopulatingDestinationFolders = false;
     setCreateNewFolderLinkEnabled(false);
 
@@ -42,7 +42,7 @@ void QVTransfer::populateDestinationFoldersList() {
     }
 }
 
-void QVTransfer::selectDestinationForFileTransfer() {
+void QVTransferPrivate::selectDestinationForFileTransfer() {
     if (!removeFilesAfterUpload) {
         showDestinaionSharesToTransfer();
         return;
@@ -60,7 +60,7 @@ void QVTransfer::selectDestinationForFileTransfer() {
     view()->runModal(qvt::Dialog::ProtectedFiles);
 }
 
-void QVTransfer::cancelOrContinueUpload(int senderTag) {
+void QVTransferPrivate::cancelOrContinueUpload(int senderTag) {
     switch (senderTag) {
         case 1:
             view()->endModal(qvt::Dialog::ProtectedFiles, senderTag);
@@ -76,7 +76,7 @@ void QVTransfer::cancelOrContinueUpload(int senderTag) {
     }
 }
 
-void QVTransfer::showDestinaionSharesToTransfer() {
+void QVTransferPrivate::showDestinaionSharesToTransfer() {
     showScreen(qvt::Screen::Destination);
     view()->focus(kDestinationOutline, false);
 

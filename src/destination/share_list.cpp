@@ -12,7 +12,7 @@
 #include "device/mount_destination.h"
 #include "platform/dispatch.h"
 #include "platform/files.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/services.h"
 #include "session/view.h"
 
@@ -41,7 +41,7 @@ int compareKeys(const std::optional<std::string>& a, const std::optional<std::st
     return a->compare(*b) < 0 ? -1 : (a->compare(*b) > 0 ? 1 : 0);
 }
 
-void showLostConnection(QVTransfer& owner) {
+void showLostConnection(QVTransferPrivate& owner) {
     owner.dispatcher().mainSync([&owner] {
         owner.view()->setTag(kLostConnectionRetry, kRetrySharesTag);
         owner.view()->runModal(qvt::Dialog::LostConnection);
@@ -80,7 +80,7 @@ std::vector<std::string> leftoverMountPoints(const std::string& mountFolder) {
 
 }  // namespace qvt::destination
 
-void QVTransfer::populateNASDestinationFoldersList() {
+void QVTransferPrivate::populateNASDestinationFoldersList() {
     setUploadFilesButtonEnable(false);
 
     const Record info = deviceInfo();

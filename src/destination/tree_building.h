@@ -5,7 +5,7 @@
 
 #include "qvtransfer/Value.h"
 
-class QVTransfer;
+class QVTransferPrivate;
 
 namespace qvt::destination {
 
@@ -15,10 +15,10 @@ Record makeProbedNode(const std::string& name, const std::string& path, const st
                       const std::string& selectedImage = {});
 
 // Appends `node` to the controller's roots.
-void appendRoot(QVTransfer& owner, const Record& node);
+void appendRoot(QVTransferPrivate& owner, const Record& node);
 
 // The end of a successful root build: the tree is shown (posted, not waited for), the level
 // counts as loaded, and the new-folder link and the Upload button are enabled.
-void finishRootBuild(QVTransfer& owner);
+void finishRootBuild(QVTransferPrivate& owner);
 
 }  // namespace qvt::destination

@@ -8,7 +8,7 @@
 #include "destination/tree_building.h"
 #include "device/mount_destination.h"
 #include "platform/dispatch.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/view.h"
 
 using qvt::List;
@@ -24,7 +24,7 @@ constexpr const char* kUploadButton = "uploadFilesButton";
 constexpr const char* kNewFolderLink = "createNewFolderLink";
 
 // Runs `task` on the main thread: at once when already there, otherwise posted.
-void onMain(QVTransfer& owner, std::function<void()> task) {
+void onMain(QVTransferPrivate& owner, std::function<void()> task) {
     if (owner.dispatcher().onMainThread())
         task();
     else
@@ -33,7 +33,7 @@ void onMain(QVTransfer& owner, std::function<void()> task) {
 
 // Whether `ref` is the latest load of its folder's level. Loads are registered under the tree's
 // lock, so a caller holding that lock gets an answer that holds until it has written.
-bool isLatestLoad(const QVTransfer& owner, const QVTransfer::FolderNodeRef& ref) {
+bool isLatestLoad(const QVTransferPrivate& owner, const QVTransferPrivate::FolderNodeRef& ref) {
     return owner.destinationLevelLoads.with([&](const auto& loads) {
         for (const auto& [path, generation] : loads)
             if (path == ref.folderFullPath) return generation == ref.generation;
@@ -52,12 +52,12 @@ Record makeProbedNode(const std::string& name, const std::string& path, const st
     return node;
 }
 
-void appendRoot(QVTransfer& owner, const Record& node) {
+void appendRoot(QVTransferPrivate& owner, const Record& node) {
     const Value root(node);
     owner.destinationFoldersList.with([&](List& roots) { roots.push_back(root); });
 }
 
-void finishRootBuild(QVTransfer& owner) {
+void finishRootBuild(QVTransferPrivate& owner) {
     auto self = owner.shared_from_this();
     owner.dispatcher().mainAsync([self] { self->rearrangeDestFilesList(); });
     owner.finishedPopulatingDestinationFolders = true;
@@ -67,7 +67,7 @@ void finishRootBuild(QVTransfer& owner) {
 
 }  // namespace qvt::destination
 
-void QVTransfer::setUploadFilesButtonEnable(bool enable) {
+void QVTransferPrivate::setUploadFilesButtonEnable(bool enable) {
     uploadFilesButtonEnable = enable;
     auto self = shared_from_this();
     // The button shows the flag as it is when the main thread gets to it, so a quick sequence of
@@ -76,18 +76,18 @@ void QVTransfer::setUploadFilesButtonEnable(bool enable) {
            [self] { self->view()->setEnabled(kUploadButton, self->uploadFilesButtonEnable); });
 }
 
-void QVTransfer::setCreateNewFolderLinkEnabled(bool enabled) {
+void QVTransferPrivate::setCreateNewFolderLinkEnabled(bool enabled) {
     createNewFolderLinkEnabled = enabled;
     auto self = shared_from_this();
     onMain(*this,
            [self] { self->view()->setEnabled(kNewFolderLink, self->createNewFolderLinkEnabled); });
 }
 
-void QVTransfer::rearrangeDestFilesList() {
+void QVTransferPrivate::rearrangeDestFilesList() {
     view()->reload(kDestinationTree);
 }
 
-void QVTransfer::populateDASDestinationFoldersList() {
+void QVTransferPrivate::populateDASDestinationFoldersList() {
     setUploadFilesButtonEnable(false);
     const Record info = deviceInfo();
     const List volumes = info.list("volumeArray") ? *info.list("volumeArray") : List{};
@@ -110,7 +110,7 @@ void QVTransfer::populateDASDestinationFoldersList() {
     dst::finishRootBuild(*this);
 }
 
-void QVTransfer::outlineViewItemDidExpand(const Record& userInfo) {
+void QVTransferPrivate::outlineViewItemDidExpand(const Record& userInfo) {
     const Value* item = userInfo.find("NSObject");
     const List* indices = item ? item->asList() : nullptr;
     if (!indices) return;
@@ -168,9 +168,9 @@ void QVTransfer::outlineViewItemDidExpand(const Record& userInfo) {
     });
 }
 
-void QVTransfer::buildDestinationFilesTree(const std::string& folderName,
-                                           const std::string& folderFullPath,
-                                           const FolderNodeRef& folderDictOutlineView) {
+void QVTransferPrivate::buildDestinationFilesTree(const std::string& folderName,
+                                                  const std::string& folderFullPath,
+                                                  const FolderNodeRef& folderDictOutlineView) {
     // The probe reads the disk (or the share): done before the tree's lock is taken.
     const Value node(
         dst::makeProbedNode(folderName, folderFullPath, dst::fileIconFor(folderFullPath)));

@@ -6,10 +6,21 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "qvtransfer/Keychain.h"
 
 namespace qvt::keychain {
+
+// The service name of every item this library stores.
+inline constexpr const char* kServiceName = "QVTransfer";
+
+// The pair (user name, password) stored for the device, with the defaults "admin" and "".
+std::pair<std::string, std::string> getCredentials(const std::string& serialNumber);
+
+// Stores the pair for the device; the keychain's status, 0 on success.
+int32_t setCredentials(const std::string& serialNumber, const std::string& userName,
+                       const std::string& password);
 
 inline constexpr int32_t kSuccess = QVTransferKeychainSuccess;
 inline constexpr int32_t kParamError = QVTransferKeychainParamError;

@@ -1,20 +1,20 @@
 // The controller's side of the mount service: waiting for a volume, unmounting.
 #include "device/mount_destination.h"
 #include "platform/clock.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 
-bool QVTransfer::isVolumeMounted(const std::string& path) {
+bool QVTransferPrivate::isVolumeMounted(const std::string& path) {
     // A local volume's mount completes after the request returns; poll until it shows. The
     // short pause keeps the waiting thread from spinning a core.
     while (!qvt::QVTransferMountDestination::anyVolumePathContains(path)) clock().sleepFor(0.05);
     return true;
 }
 
-void QVTransfer::unmountSharesVolumes(const std::vector<std::string>& paths) {
+void QVTransferPrivate::unmountSharesVolumes(const std::vector<std::string>& paths) {
     qvt::QVTransferMountDestination::unmountPaths(paths);
 }
 
-void QVTransfer::unMountSharesNotInUse() {
+void QVTransferPrivate::unMountSharesNotInUse() {
     if (!mountObject) return;
     // The recorded list keeps every path; only the unmount list is filtered.
     const auto mounted = mountObject->mountedPathsArray.get();

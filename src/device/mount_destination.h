@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/guarded.h"
 #include "platform/version.h"
-#include "qvtransfer/Guarded.h"
 
 namespace qvt {
 

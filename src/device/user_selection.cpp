@@ -3,7 +3,7 @@
 
 #include "device/device_requests.h"
 #include "platform/format.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/services.h"
 #include "session/view.h"
 
@@ -23,7 +23,7 @@ std::string listDescription(const List& list) {
 
 }  // namespace
 
-void QVTransfer::selectNASUser() {
+void QVTransferPrivate::selectNASUser() {
     auto self = shared_from_this();
     dispatcher().async(QueuePriority::High, [self] {
         const std::string address = self->deviceInfo().string("ipAddress");
@@ -42,7 +42,7 @@ void QVTransfer::selectNASUser() {
     });
 }
 
-void QVTransfer::processUsersReply(long httpStatus, const List& users) {
+void QVTransferPrivate::processUsersReply(long httpStatus, const List& users) {
     List records;
     userPassword.set("");
     passwordPlaceholder = localePASSWORD_txt;
@@ -88,7 +88,7 @@ void QVTransfer::processUsersReply(long httpStatus, const List& users) {
     finishedfetchingUsers = true;
 }
 
-void QVTransfer::selectUser(int selectedIndex) {
+void QVTransferPrivate::selectUser(int selectedIndex) {
     const List users = usersArrayController.get();
     if (users.empty() || selectedIndex < 0 ||
         static_cast<std::size_t>(selectedIndex) >= users.size())
@@ -104,7 +104,7 @@ void QVTransfer::selectUser(int selectedIndex) {
     view()->reload(kNasUsersView);
 }
 
-void QVTransfer::verifyUserLoginAndSelectSourceFiles() {
+void QVTransferPrivate::verifyUserLoginAndSelectSourceFiles() {
     incorrectPassword = false;
     passwordFieldFocusRing = false;
     const std::string password = userPassword.get();
@@ -135,7 +135,7 @@ void QVTransfer::verifyUserLoginAndSelectSourceFiles() {
     view()->focus("passwordField", true);
 }
 
-void QVTransfer::retryDeviceConnection(int tag) {
+void QVTransferPrivate::retryDeviceConnection(int tag) {
     view()->endModal(qvt::Dialog::LostConnection, tag);
     switch (tag) {
         case 1: {
@@ -160,7 +160,7 @@ void QVTransfer::retryDeviceConnection(int tag) {
     }
 }
 
-void QVTransfer::discovereDevicesForTransfer(const Record& devices) {
+void QVTransferPrivate::discovereDevicesForTransfer(const Record& devices) {
     if (!reconnectingDevice) return;
     const std::string type = deviceType();
     if (type == "NAS") {

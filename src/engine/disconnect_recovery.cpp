@@ -7,10 +7,10 @@
 #include "platform/dispatch.h"
 #include "platform/format.h"
 #include "platform/log.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/view.h"
 
-void QVTransfer::resumeTransferAfterDisconnect() {
+void QVTransferPrivate::resumeTransferAfterDisconnect() {
     // Only the announcement exists so far: remounting the destination and releasing the paused
     // copy arrive with the disconnect handling of the copy engine.
     log().write("QVTransfer: resumeTransferAfterDisconnect");
@@ -20,7 +20,7 @@ namespace {
 
 // A pause of the copy and the estimator for a lost or full device: new semaphores of count 0
 // replace any earlier ones, then the flag goes up.
-void pauseForDevice(QVTransfer& c, const char* operation) {
+void pauseForDevice(QVTransferPrivate& c, const char* operation) {
     c.pausedstartDateTime.set(c.clock().now());
     c.transfer_semaphore.set(std::make_shared<qvt::PauseSemaphore>(0));
     c.timeRemaining_semaphore.set(std::make_shared<qvt::PauseSemaphore>(0));
@@ -31,7 +31,7 @@ void pauseForDevice(QVTransfer& c, const char* operation) {
 
 // Shows the status and the dialog on the main thread without holding up the copy thread, then
 // tells the host, with the warning line (the failures so far) added to the status.
-void showDeviceDialog(QVTransfer& c, qvt::Dialog dialog, bool resumeButton) {
+void showDeviceDialog(QVTransferPrivate& c, qvt::Dialog dialog, bool resumeButton) {
     auto self = c.shared_from_this();
     c.dispatcher().mainAsync([self, dialog, resumeButton] {
         if (resumeButton) self->view()->setTag("pauseResumeTransferButton", 4);
@@ -50,7 +50,7 @@ void showDeviceDialog(QVTransfer& c, qvt::Dialog dialog, bool resumeButton) {
 // on transfer_semaphore at its retry. The watchers that find the device again (or free space
 // on it) and resume the upload come with the recovery work; until then only the user's cancel
 // from the dialog ends the wait.
-void QVTransfer::displayDeviceDisconnect() {
+void QVTransferPrivate::displayDeviceDisconnect() {
     if (reconnectingDevice) return;
     reconnectingDevice = true;
     pauseForDevice(*this, "displayDeviceDisconnect");
@@ -70,7 +70,7 @@ void QVTransfer::displayDeviceDisconnect() {
     showDeviceDialog(*this, qvt::Dialog::LostConnection, false);
 }
 
-void QVTransfer::displayDeviceFullDialog() {
+void QVTransferPrivate::displayDeviceFullDialog() {
     // Never cleared after a resumption: a second full device in the same window retries at
     // once without a dialog.
     if (deviceFull) return;

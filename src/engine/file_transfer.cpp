@@ -11,7 +11,7 @@
 #include "platform/files.h"
 #include "platform/format.h"
 #include "platform/log.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 
 namespace fs = qvt::platform;
 using qvt::engine::appendingPathComponent;
@@ -24,7 +24,7 @@ namespace {
 
 // The copy thread's one blocking point for a pause: it waits for the resume (or the cancel)
 // of the pause in force, then drops that pause's semaphore.
-void waitWhilePaused(QVTransfer& c) {
+void waitWhilePaused(QVTransferPrivate& c) {
     if (!c.uploadPaused) return;
     c.log().write("QVTransfer: transferFile 1: transfer_semaphore");
     // Waited on outside the lock, so a resume can take the lock to signal it.
@@ -39,11 +39,11 @@ void waitWhilePaused(QVTransfer& c) {
 
 // Whether the destination's volume is gone: its remount identity is empty once the share's
 // connection is lost or the disk has been pulled.
-bool destinationVolumeLost(QVTransfer& c) {
+bool destinationVolumeLost(QVTransferPrivate& c) {
     return fs::files().volumeFacts(c.selectedDestinationShare.get()).remountURL.empty();
 }
 
-void reportLostDevice(QVTransfer& c) {
+void reportLostDevice(QVTransferPrivate& c) {
     if (!c.reconnectingDevice) c.displayDeviceDisconnect();
 }
 
@@ -53,7 +53,7 @@ qvt::TransferError transferError(int errnoValue) {
 
 // `destination` when nothing is there, otherwise the same folder with a free name that keeps
 // the extension.
-std::string clashFreeDestination(QVTransfer& c, const std::string& destination) {
+std::string clashFreeDestination(QVTransferPrivate& c, const std::string& destination) {
     if (!fs::files().exists(destination)) return destination;
     const std::string extension = pathExtension(destination);
     std::string name = c.getDuplicateFileName(deletingPathExtension(destination));
@@ -63,7 +63,7 @@ std::string clashFreeDestination(QVTransfer& c, const std::string& destination) 
 
 enum class Step { Done, Retry };
 
-Step transferOneFile(QVTransfer& c, const std::string& source, std::string& destination) {
+Step transferOneFile(QVTransferPrivate& c, const std::string& source, std::string& destination) {
     // After a restart, a file handled before it is not copied twice.
     if (c.resumedAfterRestart && c.inProcessSourceFilesArray.contains(destination))
         return Step::Done;
@@ -110,7 +110,7 @@ Step transferOneFile(QVTransfer& c, const std::string& source, std::string& dest
     return Step::Done;
 }
 
-Step transferFolder(QVTransfer& c, const std::string& source, const std::string& destination,
+Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::string& destination,
                     const std::string& destDir) {
     // An existing folder of that name is merged into; a folder never gets a new name.
     if (!fs::files().exists(destination)) {
@@ -149,8 +149,8 @@ Step transferFolder(QVTransfer& c, const std::string& source, const std::string&
 
 }  // namespace
 
-void QVTransfer::transferFile(const std::string& sourcePath, const std::string& destFilePath,
-                              const std::string& destDir) {
+void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::string& destFilePath,
+                                     const std::string& destDir) {
     // A retry runs this call again for the same source, with the name chosen by the attempt
     // before. It loops rather than calling itself, so a device that stays full (which retries
     // at once, again and again) never deepens the stack.
@@ -173,7 +173,7 @@ void QVTransfer::transferFile(const std::string& sourcePath, const std::string& 
     if (retriedFile) inProcessDestFilePath.set("");
 }
 
-std::string QVTransfer::getDuplicateFileName(const std::string& pathWithoutExtension) {
+std::string QVTransferPrivate::getDuplicateFileName(const std::string& pathWithoutExtension) {
     // A name counts as taken when any entry of the folder has it once its extension is
     // dropped: "report copy.pdf" takes "report copy" for every extension.
     const std::string folder = deletingLastPathComponent(pathWithoutExtension);

@@ -1,4 +1,4 @@
-#include "qvtransfer/HandledPaths.h"
+#include "engine/handled_paths.h"
 
 #include <fcntl.h>
 #include <stdlib.h>

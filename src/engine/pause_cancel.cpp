@@ -13,7 +13,7 @@
 #include "platform/files.h"
 #include "platform/format.h"
 #include "platform/log.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/view.h"
 
 namespace fmt = qvt::platform;
@@ -30,14 +30,14 @@ constexpr int kTagPause = 3;
 constexpr int kTagResume = 4;
 
 // Releases the one waiter of each pause semaphore that exists.
-void signalPauseSemaphores(QVTransfer& c) {
+void signalPauseSemaphores(QVTransferPrivate& c) {
     if (const auto s = c.transfer_semaphore.get()) s->release();
     if (const auto s = c.timeRemaining_semaphore.get()) s->release();
 }
 
 // The end of an upload by the user: the stop confirmation's stop button and the lost-connection
 // dialog's cancel button.
-void runCancelSteps(QVTransfer& c) {
+void runCancelSteps(QVTransferPrivate& c) {
     c.uploadCancelled = true;
     // A device-recovery watcher polls while this is set; a cancelled upload has nothing left to
     // recover.
@@ -67,7 +67,7 @@ void runCancelSteps(QVTransfer& c) {
 
 }  // namespace
 
-void QVTransfer::pauseTransfer() {
+void QVTransferPrivate::pauseTransfer() {
     if (uploadPaused) return;
     pausedstartDateTime.set(clock().now());
 
@@ -93,7 +93,7 @@ void QVTransfer::pauseTransfer() {
                        [self, message] { self->sendFileTransferStatusUpdate(message); });
 }
 
-void QVTransfer::resumeTransfer() {
+void QVTransferPrivate::resumeTransfer() {
     // A full device's pause ends only when the device has room again.
     if (!uploadPaused || deviceFull) return;
 
@@ -126,7 +126,7 @@ void QVTransfer::resumeTransfer() {
     }
 }
 
-void QVTransfer::cancelTransfer() {
+void QVTransferPrivate::cancelTransfer() {
     if (!uploadPaused) pauseTransfer();
     view()->setText("stopUploadPrompt", localeSTOP_UPLOAD_PROMPT_txt);
     view()->setText("keepUploadingButton", localeKEEP_UPLOADING_btn);
@@ -135,7 +135,7 @@ void QVTransfer::cancelTransfer() {
     view()->runModal(Dialog::CancelUploadConfirm);
 }
 
-void QVTransfer::cancelUploadFiles(int senderTag) {
+void QVTransferPrivate::cancelUploadFiles(int senderTag) {
     switch (senderTag) {
         case kTagStop:
             cancelTransfer();
@@ -164,12 +164,12 @@ void QVTransfer::cancelUploadFiles(int senderTag) {
     view()->reload("statusView");
 }
 
-void QVTransfer::cancelQVTransfer() {
+void QVTransferPrivate::cancelQVTransfer() {
     view()->endModal(Dialog::LostConnection, 0);
     runCancelSteps(*this);
 }
 
-void QVTransfer::terminateTransfer() {
+void QVTransferPrivate::terminateTransfer() {
     failedTransferArray.set({});
     isFileTransferFailed = false;
     uploadCancelled = true;

@@ -10,7 +10,7 @@
 #include "platform/files.h"
 #include "platform/format.h"
 #include "platform/log.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/view.h"
 
 namespace fmt = qvt::platform;
@@ -28,7 +28,7 @@ std::uint64_t wholeSecondsBetween(qvt::Date earlier, qvt::Date later) {
 
 }  // namespace
 
-void QVTransfer::calculateRemainingTime() {
+void QVTransferPrivate::calculateRemainingTime() {
     dispatcher().mainSync([this] {
         progressStatus.set(fmt::format(
             "%@\n%@", qvt::engine::filesProgressLine(*this),
@@ -122,7 +122,7 @@ void QVTransfer::calculateRemainingTime() {
     });
 }
 
-void QVTransfer::hideStatusWindow() {
+void QVTransferPrivate::hideStatusWindow() {
     isStatusWindowHidden = true;
     if (isFileTransferCompleted)
         view()->closeWindow();
@@ -130,7 +130,7 @@ void QVTransfer::hideStatusWindow() {
         view()->minimizeWindow();
 }
 
-void QVTransfer::showProgressStatus() {
+void QVTransferPrivate::showProgressStatus() {
     // The status text is kept as one string with a line break; the screen shows it as two
     // labels. A text without a break leaves the second label as it was.
     const std::string status = progressStatus.get();

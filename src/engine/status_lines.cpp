@@ -4,14 +4,14 @@
 
 namespace qvt::engine {
 
-std::string filesProgressLine(const QVTransfer& c) {
+std::string filesProgressLine(const QVTransferPrivate& c) {
     return platform::format(
         c.localeUPLOADING_MULTIPLE_FILES_txt,
         platform::format("%ld", static_cast<long long>(c.progressValue.load())),
         platform::format("%ld", static_cast<long long>(c.numberOfFilesCountForTransfer.load())));
 }
 
-std::string pausedStatusText(const QVTransfer& c) {
+std::string pausedStatusText(const QVTransferPrivate& c) {
     return platform::format("%@\n%@", filesProgressLine(c), c.localeUPLOAD_PAUSED_txt);
 }
 

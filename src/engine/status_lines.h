@@ -3,16 +3,16 @@
 
 #include <string>
 
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 
 namespace qvt::engine {
 
 // The files line: UPLOADING_MULTIPLE_FILES_txt filled with "%ld" of the files handled and "%ld"
 // of the files in all.
-std::string filesProgressLine(const QVTransfer& controller);
+std::string filesProgressLine(const QVTransferPrivate& controller);
 
 // The status text of a paused upload: the files line, a line break, UPLOAD_PAUSED_txt.
-std::string pausedStatusText(const QVTransfer& controller);
+std::string pausedStatusText(const QVTransferPrivate& controller);
 
 // The status text colours.
 inline constexpr Colour kNormalStatusColour{75, 90, 104, 1.0};

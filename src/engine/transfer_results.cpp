@@ -11,7 +11,7 @@
 #include "platform/format.h"
 #include "platform/latest_only_task.h"
 #include "platform/log.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/view.h"
 
 namespace fmt = qvt::platform;
@@ -25,7 +25,7 @@ constexpr const char* kUploadedFilesLabel = "uploadedFilesToLabel";
 constexpr const char* kUploadedFilesLink = "uploadedFilesLink";
 constexpr const char* kFailedRowImage = "warningImage.png";
 
-std::string logTime(const QVTransfer& c) {
+std::string logTime(const QVTransferPrivate& c) {
     return qvt::Value(c.clock().now()).toString();
 }
 
@@ -52,9 +52,9 @@ qvt::List failedListRows(const qvt::List& failures) {
 
 }  // namespace
 
-void QVTransfer::processFileTransferStatus(const std::string& sourcePath,
-                                           const std::string& destFilePath,
-                                           const std::optional<qvt::TransferError>& error) {
+void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
+                                                  const std::string& destFilePath,
+                                                  const std::optional<qvt::TransferError>& error) {
     if (error) {
         qvt::Record failure{{"sourceFilePath", sourcePath},
                             {"destFilePath", destFilePath},
@@ -108,7 +108,7 @@ void QVTransfer::processFileTransferStatus(const std::string& sourcePath,
     }
 }
 
-void QVTransfer::finishFileTransfer() {
+void QVTransferPrivate::finishFileTransfer() {
     isFileTransferCompleted = true;
     view()->setText("statusCloseButton", localeCLOSE_btn);
     const auto full = static_cast<std::int64_t>(totalSourceFilesSize.load());

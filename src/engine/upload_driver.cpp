@@ -12,7 +12,7 @@
 #include "platform/log.h"
 #include "platform/trash.h"
 #include "qvtransfer/Keychain.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/view.h"
 
 namespace fmt = qvt::platform;
@@ -21,29 +21,29 @@ using qvt::platform::QueuePriority;
 namespace {
 
 // The current date and time as the log lines show it.
-std::string logTime(const QVTransfer& c) {
+std::string logTime(const QVTransferPrivate& c) {
     return qvt::Value(c.clock().now()).toString();
 }
 
-std::size_t sourceCount(const QVTransfer& c) {
+std::size_t sourceCount(const QVTransferPrivate& c) {
     return c.sourceFilesArray.with([](const qvt::List& rows) { return rows.size(); });
 }
 
 // The entry at `index`, or nothing when the list has become shorter (a cancel empties it).
-std::optional<qvt::Value> sourceAt(const QVTransfer& c, std::size_t index) {
+std::optional<qvt::Value> sourceAt(const QVTransferPrivate& c, std::size_t index) {
     return c.sourceFilesArray.with([index](const qvt::List& rows) -> std::optional<qvt::Value> {
         if (index >= rows.size()) return std::nullopt;
         return rows[index];
     });
 }
 
-bool uploadStopped(const QVTransfer& c) {
+bool uploadStopped(const QVTransferPrivate& c) {
     return c.isFileTransferCompleted || c.uploadCancelled || c.uploadPaused;
 }
 
 }  // namespace
 
-void QVTransfer::uploadFiles() {
+void QVTransferPrivate::uploadFiles() {
     log().write("QVTransfer: uploadFiles \n");
 
     clearMainTransferView();
@@ -80,7 +80,7 @@ void QVTransfer::uploadFiles() {
     dispatcher().async(QueuePriority::High, [self] { self->copySourceFiles(); });
 }
 
-void QVTransfer::copySourceFiles(std::size_t firstIndex) {
+void QVTransferPrivate::copySourceFiles(std::size_t firstIndex) {
     // The count is read again after every entry: rows added while the upload runs are copied
     // too.
     std::size_t i = firstIndex;
@@ -152,7 +152,7 @@ void QVTransfer::copySourceFiles(std::size_t firstIndex) {
     processFileTransferStatus("", "", std::nullopt);
 }
 
-void QVTransfer::moveSourceToTrash(const std::string& sourcePath) {
+void QVTransferPrivate::moveSourceToTrash(const std::string& sourcePath) {
     // A file source was moved to the destination already, so it is not found here; a folder
     // source leaves its emptied tree for the Trash.
     if (!qvt::platform::moveToTrash(sourcePath))

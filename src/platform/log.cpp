@@ -64,35 +64,6 @@ void SysLog::writeLine(const std::string& line) {
     ::syslog(LOG_USER | LOG_NOTICE, "%s", line.c_str());
 }
 
-std::vector<std::string> CaptureLog::lines() const {
-    std::lock_guard lock(mutex_);
-    return lines_;
-}
-
-bool CaptureLog::contains(const std::string& fragment) const {
-    return count(fragment) > 0;
-}
-
-std::size_t CaptureLog::count(const std::string& fragment) const {
-    std::lock_guard lock(mutex_);
-    return static_cast<std::size_t>(std::count_if(
-        lines_.begin(), lines_.end(),
-        [&](const std::string& line) { return line.find(fragment) != std::string::npos; }));
-}
-
-void CaptureLog::clear() {
-    std::lock_guard lock(mutex_);
-    lines_.clear();
-}
-
-void CaptureLog::writeLine(const std::string& line) {
-    {
-        std::lock_guard lock(mutex_);
-        lines_.push_back(line);
-    }
-    if (forward_) forward_->write(line);
-}
-
 std::string redact(std::string text, const std::string& secret) {
     if (secret.empty()) return text;
     std::string out;

@@ -25,26 +25,6 @@ class SysLog : public Log {
     void writeLine(const std::string& line) override;
 };
 
-// Keeps every line in memory (tests), and optionally forwards to another log.
-class CaptureLog : public Log {
-  public:
-    explicit CaptureLog(Log* forward = nullptr) : forward_(forward) {}
-    std::vector<std::string> lines() const;
-    // Whether any line contains `fragment`.
-    bool contains(const std::string& fragment) const;
-    // How many lines contain `fragment`.
-    std::size_t count(const std::string& fragment) const;
-    void clear();
-
-  protected:
-    void writeLine(const std::string& line) override;
-
-  private:
-    Log* forward_;
-    mutable std::mutex mutex_;
-    std::vector<std::string> lines_;
-};
-
 // Replaces every occurrence of `secret` in `text` with "***" (an empty secret changes nothing).
 // The secret is also found when any of its bytes were percent-escaped ("%41" or "%4a" for a
 // byte) or its blanks written as "+", so a request URL carrying it is redacted as well.

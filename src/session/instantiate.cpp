@@ -1,10 +1,10 @@
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/resources.h"
 #include "session/services.h"
 
 namespace qvt {
 
-bool QVTransferInstantiate::initQVTransferForClass(QVTransfer& owner) {
+bool QVTransferInstantiate::initQVTransferForClass(QVTransferPrivate& owner) {
     // The interface definition ships inside the library; without it there is no window to
     // drive, and the controller is not created.
     const auto definition = readResource(owner.services().interfaceDefinitionPath);

@@ -8,7 +8,7 @@
 #include <mutex>
 
 #include "platform/format.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 
 namespace {
 
@@ -47,7 +47,7 @@ QString lookUp(const QTranslator* translator, const char* key) {
 
 }  // namespace
 
-std::string QVTransfer::localizedString(const std::string& key) const {
+std::string QVTransferPrivate::localizedString(const std::string& key) const {
     const auto& t = tables();
     QString text = lookUp(t.user.get(), key.c_str());
     if (text.isEmpty()) text = lookUp(t.english.get(), key.c_str());
@@ -55,7 +55,7 @@ std::string QVTransfer::localizedString(const std::string& key) const {
     return text.toStdString();
 }
 
-void QVTransfer::setupLocaleTexts() {
+void QVTransferPrivate::setupLocaleTexts() {
 #define QVT_LOAD_LOCALE_TEXT(property, key) \
     if (*key) locale##property = localizedString(key);
     QVT_LOCALE_TEXTS(QVT_LOAD_LOCALE_TEXT)

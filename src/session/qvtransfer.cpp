@@ -1,5 +1,5 @@
 // Construction, the delegate, the screens and their back navigation, and closing the window.
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 
 #include <optional>
 
@@ -18,17 +18,13 @@ using qvt::Record;
 using qvt::Screen;
 namespace fmt = qvt::platform;
 
-QVTransfer::QVTransfer(const qvt::Services& services)
+QVTransferPrivate::QVTransferPrivate(const qvt::Services& services)
     : perFileStatusUpdate(std::make_shared<qvt::platform::LatestOnlyTask>()),
       services_(std::make_unique<qvt::Services>(services)) {}
 
-std::shared_ptr<QVTransfer> QVTransfer::initWithDevice(const Record& device) {
-    return initWithDevice(device, qvt::Services::defaults());
-}
-
-std::shared_ptr<QVTransfer> QVTransfer::initWithDevice(const Record& device,
-                                                       const qvt::Services& services) {
-    std::shared_ptr<QVTransfer> self(new QVTransfer(services));
+std::shared_ptr<QVTransferPrivate> QVTransferPrivate::initWithDevice(
+    const Record& device, const qvt::Services& services) {
+    std::shared_ptr<QVTransferPrivate> self(new QVTransferPrivate(services));
     self->selectedDeviceDict.set(device);
     self->setupLocaleTexts();
 
@@ -47,7 +43,7 @@ std::shared_ptr<QVTransfer> QVTransfer::initWithDevice(const Record& device,
     return self;
 }
 
-QVTransfer::~QVTransfer() {
+QVTransferPrivate::~QVTransferPrivate() {
     if (services_ && services_->log) services_->log->write("QVTransfer: dealloc:");
     // The window belongs to the GUI thread; when the last reference goes away on a background
     // thread, hand the window over to be destroyed there.
@@ -57,28 +53,28 @@ QVTransfer::~QVTransfer() {
     }
 }
 
-qvt::platform::Log& QVTransfer::log() const {
+qvt::platform::Log& QVTransferPrivate::log() const {
     return *services_->log;
 }
-qvt::platform::Clock& QVTransfer::clock() const {
+qvt::platform::Clock& QVTransferPrivate::clock() const {
     return *services_->clock;
 }
-qvt::platform::Dispatcher& QVTransfer::dispatcher() const {
+qvt::platform::Dispatcher& QVTransferPrivate::dispatcher() const {
     return *services_->dispatch;
 }
 
-std::string QVTransfer::deviceType() const {
+std::string QVTransferPrivate::deviceType() const {
     return selectedDeviceDict.with([](const Record& r) { return r.string("deviceType"); });
 }
 
-Record QVTransfer::deviceInfo() const {
+Record QVTransferPrivate::deviceInfo() const {
     return selectedDeviceDict.with([](const Record& r) {
         const Record* info = r.record("deviceInfo");
         return info ? *info : Record{};
     });
 }
 
-bool QVTransfer::loadInterface(const std::string& interfaceDefinition) {
+bool QVTransferPrivate::loadInterface(const std::string& interfaceDefinition) {
     if (!services_->viewFactory) return false;
     view_ = services_->viewFactory(*this, interfaceDefinition);
     if (!view_) return false;
@@ -86,7 +82,7 @@ bool QVTransfer::loadInterface(const std::string& interfaceDefinition) {
     return true;
 }
 
-void QVTransfer::awakeFromInterface() {
+void QVTransferPrivate::awakeFromInterface() {
     const auto& folders = services_->folders;
     userHomeDirectory = folders.home;
     qvt::platform::createFolderWithParents(folders.transferDataFolder());
@@ -143,14 +139,14 @@ void QVTransfer::awakeFromInterface() {
     view_->setHidden("uploadedFilesLink", true);
 }
 
-void QVTransfer::populateDefaultsFolderArray() {
+void QVTransferPrivate::populateDefaultsFolderArray() {
     std::vector<std::string> folders;
     for (const std::string& entry : qvt::resourcePathList("DefaultsSourceFilesList"))
         folders.push_back(userHomeDirectory + "/" + entry);
     parseDefaultsSourceFilesList.set(std::move(folders));
 }
 
-void QVTransfer::setDelegate(const std::shared_ptr<QVTransferDelegate>& delegate) {
+void QVTransferPrivate::setDelegate(const std::shared_ptr<QVTransferDelegate>& delegate) {
     delegatedObject = delegate;
     bool responds = false;
     if (delegate) {
@@ -165,7 +161,7 @@ void QVTransfer::setDelegate(const std::shared_ptr<QVTransferDelegate>& delegate
                     responds ? 1 : 0));
 }
 
-void QVTransfer::sendFileTransferStatusUpdate(const std::string& progressStatusText) {
+void QVTransferPrivate::sendFileTransferStatusUpdate(const std::string& progressStatusText) {
     auto delegate = delegatedObject.lock();
     if (auto* d = dynamic_cast<QVTransferStatusDelegate*>(delegate.get())) {
         d->fileTransferStatusUpdate(isFileTransferCompleted, isFileTransferFailed, uploadCancelled,
@@ -174,18 +170,18 @@ void QVTransfer::sendFileTransferStatusUpdate(const std::string& progressStatusT
     }
 }
 
-void QVTransfer::sendBackToVantorFromQVTransfer() {
+void QVTransferPrivate::sendBackToVantorFromQVTransfer() {
     auto delegate = delegatedObject.lock();
     if (auto* d = dynamic_cast<QVTransferBackDelegate*>(delegate.get()))
         d->backToVantorFromQVTransfer();
 }
 
-void QVTransfer::sendCancelledQVTransfer() {
+void QVTransferPrivate::sendCancelledQVTransfer() {
     auto delegate = delegatedObject.lock();
     if (auto* d = dynamic_cast<QVTransferCancelDelegate*>(delegate.get())) d->cancelledQVTransfer();
 }
 
-void QVTransfer::startFileTransfer() {
+void QVTransferPrivate::startFileTransfer() {
     log().write(
         fmt::format("QVTransfer: startFileTransfer: %@", qvt::describe(selectedDeviceDict.get())));
     view_->bringToFront();
@@ -213,13 +209,13 @@ void QVTransfer::startFileTransfer() {
     view_->setText("zeroUploadWindowHeading", fmt::format(localeUPLOADING_FILES_TO_title, product));
 }
 
-void QVTransfer::resumeFileTransferAfterRestart() {
+void QVTransferPrivate::resumeFileTransferAfterRestart() {
     // Until the state file can be taken up again, the resume brings the window forward.
     log().write("QVTransfer: resumeFileTransferAfterRestart");
     view_->bringToFront();
 }
 
-void QVTransfer::clearMainTransferView() {
+void QVTransferPrivate::clearMainTransferView() {
     // Take the list once and remove its last element once per element: whatever is stacked
     // goes, topmost first.
     const std::size_t count = mainTransferView.size();
@@ -228,18 +224,18 @@ void QVTransfer::clearMainTransferView() {
     view_->showScreen(nullptr);
 }
 
-const Screen* QVTransfer::currentTransferView() const {
+const Screen* QVTransferPrivate::currentTransferView() const {
     return mainTransferView.empty() ? nullptr : &mainTransferView.back();
 }
 
-void QVTransfer::showScreen(Screen screen) {
+void QVTransferPrivate::showScreen(Screen screen) {
     clearMainTransferView();
     mainTransferView.push_back(screen);
     if (screen == Screen::Users) nasUsersViewDisplayed = true;
     view_->showScreen(&mainTransferView.back());
 }
 
-void QVTransfer::processBackScreens() {
+void QVTransferPrivate::processBackScreens() {
     const Screen* shown = currentTransferView();
     const std::optional<Screen> current = shown ? std::optional<Screen>(*shown) : std::nullopt;
     clearMainTransferView();
@@ -266,7 +262,7 @@ void QVTransfer::processBackScreens() {
     }
 }
 
-bool QVTransfer::windowShouldClose() {
+bool QVTransferPrivate::windowShouldClose() {
     view_->stopModal();
     transferWindowShouldClose = true;
     auto self = shared_from_this();
@@ -279,16 +275,16 @@ bool QVTransfer::windowShouldClose() {
     return transferWindowShouldClose;
 }
 
-void QVTransfer::windowWillClose() {
+void QVTransferPrivate::windowWillClose() {
     view_->stopModal();
 }
 
-void QVTransfer::quitTransferYES() {
+void QVTransferPrivate::quitTransferYES() {
     view_->endModal(qvt::Dialog::QuitConfirmation, 1);
     transferWindowShouldClose = true;
 }
 
-void QVTransfer::quitTransferNO() {
+void QVTransferPrivate::quitTransferNO() {
     view_->endModal(qvt::Dialog::QuitConfirmation, 0);
     transferWindowShouldClose = false;
 }

@@ -11,13 +11,13 @@
 #include "platform/dispatch.h"
 #include "platform/log.h"
 #include "platform/paths.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 
 namespace qvt {
 
 class QVTransferView;
 
-using ViewFactory = std::function<std::unique_ptr<QVTransferView>(QVTransfer& owner,
+using ViewFactory = std::function<std::unique_ptr<QVTransferView>(QVTransferPrivate& owner,
                                                                   const std::string& definition)>;
 
 struct Services {
@@ -38,7 +38,7 @@ struct Services {
 };
 
 // The Qt window factory; defined with the Qt front end.
-std::unique_ptr<QVTransferView> createQtTransferView(QVTransfer& owner,
+std::unique_ptr<QVTransferView> createQtTransferView(QVTransferPrivate& owner,
                                                      const std::string& definition);
 
 }  // namespace qvt

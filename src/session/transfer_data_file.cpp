@@ -14,7 +14,7 @@
 
 #include "platform/clock.h"
 #include "platform/plist_io.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/transfer_record.h"
 
 namespace {
@@ -33,7 +33,7 @@ const std::string& handledPathsMarker() {
 
 }  // namespace
 
-void QVTransfer::saveQVTransferDataToFile() {
+void QVTransferPrivate::saveQVTransferDataToFile() {
     const std::string serial = deviceInfo().string("serialNumber");
     const std::string uuid = selectedDASUUID.get();
     if (serial.empty() && uuid.empty()) return;
@@ -76,7 +76,7 @@ void QVTransfer::saveQVTransferDataToFile() {
                                            paths);
 }
 
-void QVTransfer::saveQVTransferDataToFileForEachFile() {
+void QVTransferPrivate::saveQVTransferDataToFileForEachFile() {
     if (uploadCancelled) return;
     while (!isFileTransferCompleted && !isFileTransferFailed) {
         saveQVTransferDataToFile();

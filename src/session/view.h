@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 
 namespace qvt {
 

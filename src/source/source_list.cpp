@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/dispatch.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/resources.h"
 #include "session/view.h"
 #include "source/source_entry.h"
@@ -33,7 +33,8 @@ std::optional<Record> rowAt(const qvt::Guarded<List>& rows, long long index) {
 }  // namespace
 
 // Hands the requests, in order, to one default-priority task.
-static void submitTotals(const std::shared_ptr<QVTransfer>& self, std::vector<Record> requests) {
+static void submitTotals(const std::shared_ptr<QVTransferPrivate>& self,
+                         std::vector<Record> requests) {
     self->dispatcher().async(QueuePriority::Default, [self, requests = std::move(requests)] {
         for (const Record& request : requests)
             self->calculateTotalNumberOfFilesFoldersAndSize(request);
@@ -42,7 +43,8 @@ static void submitTotals(const std::shared_ptr<QVTransfer>& self, std::vector<Re
 
 // Adds the paths not listed yet (exact string comparison with every row's path), then counts
 // them. `onMain` tells whether the caller is the main thread (a drop) or not (the chooser).
-static void addSourcePaths(QVTransfer& owner, const std::vector<std::string>& paths, bool onMain) {
+static void addSourcePaths(QVTransferPrivate& owner, const std::vector<std::string>& paths,
+                           bool onMain) {
     auto self = owner.shared_from_this();
     std::vector<Record> requests;
     for (const std::string& path : paths) {
@@ -68,7 +70,7 @@ static void addSourcePaths(QVTransfer& owner, const std::vector<std::string>& pa
     if (!onMain) owner.dispatcher().mainAsync([self] { self->view()->reload(kSourceTable); });
 }
 
-void QVTransfer::populateDefaultSourceFilesList() {
+void QVTransferPrivate::populateDefaultSourceFilesList() {
     std::vector<Record> requests;
     // Neither a duplicate nor an existence test here: every listed folder gets its row.
     for (const std::string& entry : qvt::resourcePathList("DefaultsSourceFilesList")) {
@@ -82,7 +84,7 @@ void QVTransfer::populateDefaultSourceFilesList() {
     submitTotals(self, std::move(requests));
 }
 
-void QVTransfer::chooseSourceFiles() {
+void QVTransferPrivate::chooseSourceFiles() {
     if (!sourceFilesOpenPanel) return;
     std::vector<std::string> chosen;
     if (sourceFilesOpenPanel(chosen) != 1) return;
@@ -90,15 +92,15 @@ void QVTransfer::chooseSourceFiles() {
     dispatcher().detach([self, chosen] { self->processOpenPanelSelectedSourceFiles(chosen); });
 }
 
-void QVTransfer::processOpenPanelSelectedSourceFiles(const std::vector<std::string>& paths) {
+void QVTransferPrivate::processOpenPanelSelectedSourceFiles(const std::vector<std::string>& paths) {
     addSourcePaths(*this, paths, false);
 }
 
-void QVTransfer::concludeDragOperation(const std::vector<std::string>& filenames) {
+void QVTransferPrivate::concludeDragOperation(const std::vector<std::string>& filenames) {
     addSourcePaths(*this, filenames, true);
 }
 
-void QVTransfer::processDeselectedFiles(int row) {
+void QVTransferPrivate::processDeselectedFiles(int row) {
     const std::optional<Record> entry = rowAt(sourceFilesArray, row);
     if (!entry) return;
     const Value* box = entry->find("filesSelectCheckbox");
@@ -111,13 +113,13 @@ void QVTransfer::processDeselectedFiles(int row) {
     dispatcher().detach([self] { self->checkIfFilesExistsInSourceList(); });
 }
 
-void QVTransfer::processDeleteFiles(int row) {
+void QVTransferPrivate::processDeleteFiles(int row) {
     auto self = shared_from_this();
     const Record fileIndex{{"fileIndex", row}};
     dispatcher().detach([self, fileIndex] { self->deleteSizeOfFiles(fileIndex); });
 }
 
-void QVTransfer::deleteSizeOfFiles(const Record& fileIndex) {
+void QVTransferPrivate::deleteSizeOfFiles(const Record& fileIndex) {
     const long long index = fileIndex.integer("fileIndex", -1);
     const std::optional<Record> entry = rowAt(sourceFilesArray, index);
     if (!entry) return;
@@ -145,7 +147,7 @@ void QVTransfer::deleteSizeOfFiles(const Record& fileIndex) {
     dispatcher().detach([self] { self->checkIfFilesExistsInSourceList(); });
 }
 
-void QVTransfer::checkIfFilesExistsInSourceList() {
+void QVTransferPrivate::checkIfFilesExistsInSourceList() {
     const bool any = sourceFilesArray.with([](const List& list) {
         for (const Value& value : list)
             if (const Record* row = value.asRecord())
@@ -157,24 +159,25 @@ void QVTransfer::checkIfFilesExistsInSourceList() {
     dispatcher().mainAsync([self, any] { self->view()->setEnabled(kNextButton, any); });
 }
 
-void QVTransfer::rearrangeSourceFilesList() {
+void QVTransferPrivate::rearrangeSourceFilesList() {
     view()->reload(kSourceTable);
 }
 
-void QVTransfer::removeTablevIewSubviewWithIDentifier(const std::string& identifier) {
+void QVTransferPrivate::removeTablevIewSubviewWithIDentifier(const std::string& identifier) {
     // The table draws a row's spinner for as long as the row waits for its count; reloading
     // the rows takes the spinner of `identifier` away once its count is written.
     (void)identifier;
     view()->reload(kSourceTable);
 }
 
-std::string QVTransfer::sourceFilesToolTip(const std::string& columnIdentifier, int row) const {
+std::string QVTransferPrivate::sourceFilesToolTip(const std::string& columnIdentifier,
+                                                  int row) const {
     if (columnIdentifier != "fullPathColumn") return {};
     const std::optional<Record> entry = rowAt(sourceFilesArray, row);
     return entry ? entry->string("fullFilePath") : std::string();
 }
 
-void QVTransfer::buildExcludeSourceFilesArray() {
+void QVTransferPrivate::buildExcludeSourceFilesArray() {
     excludeSourceFilesArray.set({});
     std::vector<std::string> fragments = qvt::resourcePathList("ExcludeSystemFilesList");
     fragments.push_back(userHomeDirectory + "/Library");

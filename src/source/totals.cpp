@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/dispatch.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/view.h"
 #include "source/source_entry.h"
 #include "source/tree_count.h"
@@ -51,7 +51,7 @@ bool anyRowTicked(const qvt::Guarded<qvt::List>& rows) {
 
 }  // namespace
 
-void QVTransfer::calculateTotalNumberOfFilesFoldersAndSize(const Record& totalsRequest) {
+void QVTransferPrivate::calculateTotalNumberOfFilesFoldersAndSize(const Record& totalsRequest) {
     const Record* given = totalsRequest.record("fileDict");
     const Record entry = given ? *given : Record{};
     const std::string mathType = totalsRequest.string("mathType");

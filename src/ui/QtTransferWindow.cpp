@@ -30,7 +30,7 @@
 
 namespace qvt {
 
-std::unique_ptr<QtTransferWindow> QtTransferWindow::create(QVTransfer& owner,
+std::unique_ptr<QtTransferWindow> QtTransferWindow::create(QVTransferPrivate& owner,
                                                            const std::string& definition) {
     // Widgets need a widget application on this thread.
     if (!qobject_cast<QApplication*>(QCoreApplication::instance())) return nullptr;
@@ -51,7 +51,7 @@ std::unique_ptr<QtTransferWindow> QtTransferWindow::create(QVTransfer& owner,
     return window;
 }
 
-QtTransferWindow::QtTransferWindow(QVTransfer& owner, QVTransferWindowWidget* root)
+QtTransferWindow::QtTransferWindow(QVTransferPrivate& owner, QVTransferWindowWidget* root)
     : owner_(owner), root_(root) {
     mainArea_ = root_->findChild<QStackedWidget*>(QStringLiteral("mainTransferView"));
 }

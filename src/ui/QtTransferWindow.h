@@ -31,7 +31,7 @@ class QtTransferWindow : public QObject, public QVTransferView {
     // Builds the window from `definition` (the text of a Qt Designer interface file). Nothing
     // when the text does not parse, does not describe the wizard's window, or there is no
     // widget application to show it in.
-    static std::unique_ptr<QtTransferWindow> create(QVTransfer& owner,
+    static std::unique_ptr<QtTransferWindow> create(QVTransferPrivate& owner,
                                                     const std::string& definition);
     ~QtTransferWindow() override;
 
@@ -107,7 +107,7 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void cancelUploadConfirmClicked();
 
   private:
-    QtTransferWindow(QVTransfer& owner, QVTransferWindowWidget* root);
+    QtTransferWindow(QVTransferPrivate& owner, QVTransferWindowWidget* root);
 
     // Set-up, once, from the loaded definition (window_setup.cpp).
     static bool describesWizard(const QWidget* root);
@@ -136,7 +136,7 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void onGui(std::function<void()> task);
     bool senderTag(int& tag) const;
 
-    QVTransfer& owner_;
+    QVTransferPrivate& owner_;
     std::unique_ptr<QVTransferWindowWidget> root_;
     QStackedWidget* mainArea_ = nullptr;
     QStandardItemModel* sourceModel_ = nullptr;

@@ -6,7 +6,7 @@
 #include <QStandardItemModel>
 #include <QTableView>
 
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "ui/QtTransferWindow.h"
 #include "ui/screen_roles.h"
 

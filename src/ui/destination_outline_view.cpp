@@ -5,7 +5,7 @@
 #include <QPalette>
 
 #include "destination/folder_node.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 
 namespace dst = qvt::destination;
 
@@ -65,7 +65,7 @@ void DestinationCellDelegate::initStyleOption(QStyleOptionViewItem* option,
     option->icon = model->iconForImage(style.image);
 }
 
-DestinationOutlineView::DestinationOutlineView(QVTransfer& controller, QWidget* parent)
+DestinationOutlineView::DestinationOutlineView(QVTransferPrivate& controller, QWidget* parent)
     : QTreeView(parent),
       controller_(controller),
       model_(new DestinationTreeModel(controller, this)) {

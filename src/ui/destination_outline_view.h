@@ -7,7 +7,7 @@
 
 #include "ui/destination_tree_model.h"
 
-class QVTransfer;
+class QVTransferPrivate;
 
 namespace qvt::ui {
 
@@ -28,7 +28,7 @@ class DestinationCellDelegate : public QStyledItemDelegate {
 class DestinationOutlineView : public QTreeView {
     Q_OBJECT
   public:
-    explicit DestinationOutlineView(QVTransfer& controller, QWidget* parent = nullptr);
+    explicit DestinationOutlineView(QVTransferPrivate& controller, QWidget* parent = nullptr);
 
     // Shows the controller's tree as it is now (the controller's rearrangeDestFilesList).
     void reloadFromController();
@@ -39,7 +39,7 @@ class DestinationOutlineView : public QTreeView {
   private:
     void onExpanded(const QModelIndex& index);
 
-    QVTransfer& controller_;
+    QVTransferPrivate& controller_;
     DestinationTreeModel* model_;
 };
 

@@ -6,7 +6,7 @@
 #include <QPixmap>
 
 #include "destination/folder_node.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "widgets/framework_images.h"
 
 namespace dst = qvt::destination;
@@ -47,7 +47,7 @@ const List& childList(const Record& node) {
 
 }  // namespace
 
-DestinationTreeModel::DestinationTreeModel(QVTransfer& controller, QObject* parent)
+DestinationTreeModel::DestinationTreeModel(QVTransferPrivate& controller, QObject* parent)
     : QAbstractItemModel(parent), controller_(controller), root_(std::make_unique<Item>()) {
     reload();
 }

@@ -16,7 +16,7 @@
 
 #include "qvtransfer/Value.h"
 
-class QVTransfer;
+class QVTransferPrivate;
 
 namespace qvt::ui {
 
@@ -33,7 +33,7 @@ class DestinationTreeModel : public QAbstractItemModel {
     static constexpr int kNameColumn = 0;
     static constexpr int kButtonColumn = 1;
 
-    explicit DestinationTreeModel(QVTransfer& controller, QObject* parent = nullptr);
+    explicit DestinationTreeModel(QVTransferPrivate& controller, QObject* parent = nullptr);
     ~DestinationTreeModel() override;
 
     // Brings the model up to the controller's tree.
@@ -63,7 +63,7 @@ class DestinationTreeModel : public QAbstractItemModel {
     void syncChildren(Item* parent, const List& source);
     std::unique_ptr<Item> buildItem(Item* parent, const Record& node, std::size_t sourceIndex);
 
-    QVTransfer& controller_;
+    QVTransferPrivate& controller_;
     std::unique_ptr<Item> root_;
     mutable std::map<std::string, QIcon> iconCache_;
     bool relayoutNeeded_ = false;

@@ -6,7 +6,7 @@
 
 namespace qvt {
 
-std::unique_ptr<QVTransferView> createQtTransferView(QVTransfer& owner,
+std::unique_ptr<QVTransferView> createQtTransferView(QVTransferPrivate& owner,
                                                      const std::string& definition) {
     return QtTransferWindow::create(owner, definition);
 }

@@ -7,12 +7,12 @@
 #include <string>
 #include <string_view>
 
-class QVTransfer;
+class QVTransferPrivate;
 
 namespace qvt::ui {
 
 // The text of the controller's property "locale" + `property`, or nothing when there is no
 // such property.
-std::optional<std::string> localeText(const QVTransfer& owner, std::string_view property);
+std::optional<std::string> localeText(const QVTransferPrivate& owner, std::string_view property);
 
 }  // namespace qvt::ui

@@ -11,7 +11,7 @@
 #include <QTableView>
 #include <QTreeView>
 
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "source/source_entry.h"
 #include "ui/QtTransferWindow.h"
 #include "ui/destination_outline_view.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 class QMimeData;
-class QVTransfer;
+class QVTransferPrivate;
 
 namespace qvt {
 
@@ -85,6 +85,6 @@ class QVTransferDragDropSourceView : public QWidget {
 
 // Makes the controller the delegate of the drop area named "dragDropSourceView" under `root`:
 // dropped file names go to its concludeDragOperation. Answers whether the area was found.
-bool installSourceDropTarget(QWidget* root, QVTransfer& owner);
+bool installSourceDropTarget(QWidget* root, QVTransferPrivate& owner);
 
 }  // namespace qvt

@@ -35,7 +35,7 @@ QWidget* makeOwnClass(const QString& className, QWidget* parent) {
 
 }  // namespace
 
-TransferUiLoader::TransferUiLoader(QVTransfer& owner, QObject* parent)
+TransferUiLoader::TransferUiLoader(QVTransferPrivate& owner, QObject* parent)
     : QUiLoader(parent), owner_(owner) {}
 
 QWidget* TransferUiLoader::createWidget(const QString& className, QWidget* parent,

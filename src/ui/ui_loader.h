@@ -4,7 +4,7 @@
 
 #include <QUiLoader>
 
-class QVTransfer;
+class QVTransferPrivate;
 
 namespace qvt::ui {
 
@@ -12,12 +12,12 @@ class TransferUiLoader : public QUiLoader {
     Q_OBJECT
   public:
     // Controls that work on the controller's state directly are made for `owner`.
-    explicit TransferUiLoader(QVTransfer& owner, QObject* parent = nullptr);
+    explicit TransferUiLoader(QVTransferPrivate& owner, QObject* parent = nullptr);
     QWidget* createWidget(const QString& className, QWidget* parent = nullptr,
                           const QString& name = QString()) override;
 
   private:
-    QVTransfer& owner_;
+    QVTransferPrivate& owner_;
 };
 
 }  // namespace qvt::ui

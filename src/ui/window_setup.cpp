@@ -11,7 +11,7 @@
 #include <QTableView>
 #include <QTreeView>
 
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "ui/QtTransferWindow.h"
 #include "ui/locale_binding.h"
 #include "ui/open_panel.h"

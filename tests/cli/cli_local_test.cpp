@@ -225,7 +225,7 @@ TEST_F(CliTest, MoveConfirmsOnTheCommandLineAndTheSourcesGo) {
     EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
     // The move warning was shown and taken as confirmed by --move.
     test::Harness h;
-    auto texts = QVTransfer::initWithDevice(test::dasDevice(), h.services);
+    auto texts = QVTransferPrivate::initWithDevice(test::dasDevice(), h.services);
     ASSERT_TRUE(texts);
     const std::string warning = texts->localizedString("MOVE_FILE_WARNING_txt");
     ASSERT_FALSE(warning.empty());

@@ -50,7 +50,7 @@ bool called(Harness& h, const std::string& call) {
 }
 
 // A controller on the source screen with the given rows.
-std::shared_ptr<QVTransfer> onSources(Harness& h, const List& rows) {
+std::shared_ptr<QVTransferPrivate> onSources(Harness& h, const List& rows) {
     auto c = makeController(h, test::dasDevice());
     if (!c) return c;
     c->showScreen(Screen::Sources);

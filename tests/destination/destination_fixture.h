@@ -113,8 +113,8 @@ inline Record dasDeviceWith(const List& volumes) {
     return device;
 }
 
-inline std::shared_ptr<QVTransfer> makeController(test::Harness& h, const Record& device) {
-    auto c = QVTransfer::initWithDevice(device, h.services);
+inline std::shared_ptr<QVTransferPrivate> makeController(test::Harness& h, const Record& device) {
+    auto c = QVTransferPrivate::initWithDevice(device, h.services);
     EXPECT_TRUE(c);
     return c;
 }
@@ -129,11 +129,11 @@ inline bool settle(test::Harness& h, double seconds = 20) {
     return test::waitFor([&] { return marker->load(); }, seconds) && idle;
 }
 
-inline List roots(QVTransfer& c) {
+inline List roots(QVTransferPrivate& c) {
     return c.destinationFoldersList.get();
 }
 
-inline Record nodeAt(QVTransfer& c, const std::vector<std::size_t>& indexPath) {
+inline Record nodeAt(QVTransferPrivate& c, const std::vector<std::size_t>& indexPath) {
     const List tree = roots(c);
     const Record* node = destination::nodeAt(tree, indexPath);
     return node ? *node : Record{};
@@ -166,7 +166,8 @@ inline bool hasOnlyPlaceholder(const Record& node) {
 }
 
 // Expands the node at `indexPath` as the outline view does and waits for its level.
-inline void expand(test::Harness& h, QVTransfer& c, const std::vector<std::size_t>& indexPath) {
+inline void expand(test::Harness& h, QVTransferPrivate& c,
+                   const std::vector<std::size_t>& indexPath) {
     List path;
     for (std::size_t i : indexPath) path.emplace_back(static_cast<long long>(i));
     c.outlineViewItemDidExpand(Record{{"NSObject", Value(path)}});

@@ -53,7 +53,7 @@ class DestinationScreen : public ::testing::Test {
     // A controller with the real window for a disk whose volumes are `volumes`.
     void open(const List& volumes) {
         h.services.viewFactory = &createQtTransferView;
-        c = QVTransfer::initWithDevice(dasDeviceWith(volumes), h.services);
+        c = QVTransferPrivate::initWithDevice(dasDeviceWith(volumes), h.services);
         ASSERT_TRUE(c);
         window = dynamic_cast<QtTransferWindow*>(c->view());
         ASSERT_NE(window, nullptr);
@@ -79,7 +79,7 @@ class DestinationScreen : public ::testing::Test {
 
     Harness h;
     TempDir t;
-    std::shared_ptr<QVTransfer> c;
+    std::shared_ptr<QVTransferPrivate> c;
     QtTransferWindow* window = nullptr;
     ui::DestinationOutlineView* tree = nullptr;
     QWidget* upload = nullptr;

@@ -95,7 +95,7 @@ class ShareList : public ::testing::Test {
     }
 
     // Starts the device with `shares` and makes a logged-in controller for it.
-    std::shared_ptr<QVTransfer> start(Harness& h, const std::vector<sim::SimShare>& shares) {
+    std::shared_ptr<QVTransferPrivate> start(Harness& h, const std::vector<sim::SimShare>& shares) {
         sim::DeviceConfig config;
         config.serialNumber = "SN-DEST";
         config.productName = "Test Cloud";

@@ -38,7 +38,7 @@ std::size_t reloadCount(Harness& h) {
 }
 
 // A controller whose tree holds one root for `folder`, as a built tree would.
-std::shared_ptr<QVTransfer> controllerWithRoot(Harness& h, const std::string& folder) {
+std::shared_ptr<QVTransferPrivate> controllerWithRoot(Harness& h, const std::string& folder) {
     auto c = makeController(h, test::dasDevice());
     Record root =
         dst::makeFolderNode(dst::displayNameAtPath(folder), folder, dst::fileIconFor(folder));

@@ -3,6 +3,7 @@
 
 #include <chrono>
 
+#include "capture_log.h"
 #include "device/device_requests.h"
 #include "device/rest_client.h"
 #include "device/xml_record.h"

@@ -30,7 +30,7 @@ struct Session {
     explicit Session(const DeviceConfig& config) {
         port = sim.start(config);
         EXPECT_GT(port, 0);
-        wizard = QVTransfer::initWithDevice(
+        wizard = QVTransferPrivate::initWithDevice(
             nasDevice(sim.address(), config.serialNumber, config.productName), h.services);
         EXPECT_TRUE(wizard);
         delegate = std::make_shared<RecordingFullDelegate>();
@@ -53,7 +53,7 @@ struct Session {
     Harness h{100.0};
     DeviceSimulator sim;
     int port = -1;
-    std::shared_ptr<QVTransfer> wizard;
+    std::shared_ptr<QVTransferPrivate> wizard;
     std::shared_ptr<RecordingFullDelegate> delegate;
 };
 
@@ -233,7 +233,7 @@ TEST(UserSelection, SilentDeviceShowsTheSheetAfterTheTimeOut) {
     Harness h{100.0};
     auto client = std::make_shared<ShortTimeoutClient>();
     h.services.http = client;
-    auto wizard = QVTransfer::initWithDevice(
+    auto wizard = QVTransferPrivate::initWithDevice(
         nasDevice(sim.address(), config.serialNumber, config.productName), h.services);
     ASSERT_TRUE(wizard);
     sim.setSilent(true);
@@ -251,7 +251,7 @@ TEST(UserSelection, SilentDeviceShowsTheSheetAfterTheTimeOut) {
 
 TEST(Discovery, NothingHappensUnlessReconnecting) {
     Harness h;
-    auto c = QVTransfer::initWithDevice(nasDevice("10.0.0.1", "SN1"), h.services);
+    auto c = QVTransferPrivate::initWithDevice(nasDevice("10.0.0.1", "SN1"), h.services);
     Record devices{{"NAS", List{Record{{"serialNumber", "SN1"}, {"ipAddress", "10.0.0.9"}}}},
                    {"DAS", List{}}};
     c->discovereDevicesForTransfer(devices);
@@ -261,7 +261,7 @@ TEST(Discovery, NothingHappensUnlessReconnecting) {
 
 TEST(Discovery, MatchingNetworkDeviceReplacesTheAddressAndResumes) {
     Harness h;
-    auto c = QVTransfer::initWithDevice(nasDevice("10.0.0.1", "SN1"), h.services);
+    auto c = QVTransferPrivate::initWithDevice(nasDevice("10.0.0.1", "SN1"), h.services);
     c->reconnectingDevice = true;
     Record devices{{"NAS", List{Record{{"serialNumber", "OTHER"}, {"ipAddress", "10.0.0.5"}},
                                 Record{{"serialNumber", "SN1"}, {"ipAddress", "10.0.0.9"}},
@@ -275,7 +275,7 @@ TEST(Discovery, MatchingNetworkDeviceReplacesTheAddressAndResumes) {
 
 TEST(Discovery, DirectlyAttachedVolumeHeldByTwoEntriesResumesTwice) {
     Harness h;
-    auto c = QVTransfer::initWithDevice(dasDevice(), h.services);
+    auto c = QVTransferPrivate::initWithDevice(dasDevice(), h.services);
     c->reconnectingDevice = true;
     c->selectedDASUUID.set("UUID-1");
     Record vol{{"uuid", "UUID-1"}};
@@ -288,7 +288,7 @@ TEST(Discovery, DirectlyAttachedVolumeHeldByTwoEntriesResumesTwice) {
 
 TEST(Discovery, MalformedDeviceListsChangeNothing) {
     Harness h;
-    auto c = QVTransfer::initWithDevice(nasDevice("10.0.0.1", "SN1"), h.services);
+    auto c = QVTransferPrivate::initWithDevice(nasDevice("10.0.0.1", "SN1"), h.services);
     c->reconnectingDevice = true;
     c->discovereDevicesForTransfer(Record{{"NAS", "not a list"}});
     c->discovereDevicesForTransfer(Record{{"NAS", List{1, "x", Record{}}}});

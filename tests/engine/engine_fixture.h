@@ -100,7 +100,7 @@ struct Session {
         dst = h.home.path() + "/dst";
         fs::create_directories(src);
         fs::create_directories(dst);
-        c = QVTransfer::initWithDevice(device, h.services);
+        c = QVTransferPrivate::initWithDevice(device, h.services);
         delegate = std::make_shared<KeepingDelegate>();
         if (!c) return;
         c->setDelegate(delegate);
@@ -163,7 +163,7 @@ struct Session {
 
     test::Harness h;
     std::string src, dst;
-    std::shared_ptr<QVTransfer> c;
+    std::shared_ptr<QVTransferPrivate> c;
     std::shared_ptr<KeepingDelegate> delegate;
     std::shared_ptr<std::atomic<bool>> finished = std::make_shared<std::atomic<bool>>(false);
 };

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "qvtransfer/HandledPaths.h"
+#include "engine/handled_paths.h"
 #include "support/support.h"
 
 namespace qvt {

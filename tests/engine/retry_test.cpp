@@ -45,7 +45,7 @@ FaultyFiles::Hook failCopies(std::shared_ptr<std::atomic<int>> attempts, int tim
 
 // What the recovery does once the device is back or has room: the flags go down and the
 // paused copy thread is released.
-void playRecovery(QVTransfer& c) {
+void playRecovery(QVTransferPrivate& c) {
     c.reconnectingDevice = false;
     c.deviceFull = false;
     c.uploadPaused = false;

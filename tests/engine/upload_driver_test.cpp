@@ -10,8 +10,8 @@
 #include <cstdlib>
 #include <regex>
 
-#include "device/keychain_fake.h"
 #include "engine_fixture.h"
+#include "keychain_fake.h"
 #include "platform/plist_io.h"
 
 using namespace qvt;
@@ -248,7 +248,7 @@ TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
     auto flushes = std::make_shared<std::vector<std::string>>();
     auto completedBefore = std::make_shared<std::vector<bool>>();
     auto flushMutex = std::make_shared<std::mutex>();
-    QVTransfer* c = s.c.get();
+    QVTransferPrivate* c = s.c.get();
     // The flush fails: the upload still completes, and the failure is only logged. The
     // completion does not wait for the disk: it is reported before the flush starts.
     layer.setHook(

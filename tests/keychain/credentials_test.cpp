@@ -2,11 +2,12 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 
 #include "device/keychain.h"
-#include "device/keychain_fake.h"
+#include "keychain_fake.h"
 #include "qvtransfer/Keychain.h"
 
 namespace qvt::keychain {
@@ -148,10 +149,22 @@ TEST(KeychainBackend, ScopedBackendRestoresThePreviousOne) {
 }
 
 TEST(KeychainExports, FunctionsAreFoundByTheirPlainNames) {
+    // A host finds them in the shared library by name, as a C caller would.
+    const char* build = std::getenv("QVT_BUILD_DIR");
+    ASSERT_NE(build, nullptr);
+    const std::string library = std::string(build) + "/libqvtransfer.so.1";
+    void* handle = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(handle, nullptr) << dlerror();
     for (const char* name : {"GetKeychainUsernameAndPasswordForNAS",
                              "SetKeychainUsernameAndPasswordForNAS", "QVTransferFreeString"}) {
-        EXPECT_NE(dlsym(RTLD_DEFAULT, name), nullptr) << name;
+        EXPECT_NE(dlsym(handle, name), nullptr) << name;
     }
+    // Internal functions stay inside the library.
+    EXPECT_EQ(dlsym(handle,
+                    "_ZN3qvt8keychain14getCredentialsERKNSt7__cxx1112basic_stringIcSt11char_"
+                    "traitsIcESaIcEEE"),
+              nullptr);
+    dlclose(handle);
 }
 
 }  // namespace

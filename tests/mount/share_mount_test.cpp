@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "capture_log.h"
 #include "device/mount_destination.h"
 #include "mount_test_support.h"
 #include "platform/log.h"

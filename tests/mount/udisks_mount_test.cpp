@@ -10,6 +10,7 @@
 #include <iostream>
 #include <thread>
 
+#include "capture_log.h"
 #include "device/mount_destination.h"
 #include "mount_test_support.h"
 #include "platform/log.h"

@@ -5,10 +5,11 @@
 #include <atomic>
 #include <thread>
 
+#include "capture_log.h"
 #include "device/mount_destination.h"
 #include "mount_test_support.h"
 #include "platform/log.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "support/support.h"
 
 namespace qvt::mounttest {
@@ -159,9 +160,9 @@ TEST_F(VolumeMountTest, HostileVolumeAndDeviceNamesMountNothing) {
 // A controller for the mount operations that live on it.
 struct ControllerFixture {
     test::Harness harness{100.0};
-    std::shared_ptr<QVTransfer> controller;
+    std::shared_ptr<QVTransferPrivate> controller;
     ControllerFixture() {
-        controller = QVTransfer::initWithDevice(test::dasDevice(), harness.services);
+        controller = QVTransferPrivate::initWithDevice(test::dasDevice(), harness.services);
     }
 };
 

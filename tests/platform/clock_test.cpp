@@ -4,6 +4,7 @@
 #include <thread>
 #include <vector>
 
+#include "manual_clock.h"
 #include "platform/clock.h"
 
 namespace qvt::platform {

@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "capture_log.h"
 #include "platform/log.h"
 
 namespace qvt::platform {

@@ -321,7 +321,7 @@ TEST(Estimator, AlreadyCancelledStopsAfterTheCalculatingText) {
 TEST(Estimator, RunsOnAScaledRealClock) {
     // The shipped clock, scaled: three passes of "3 seconds" take a few real milliseconds.
     Harness h(1000.0);
-    auto c = QVTransfer::initWithDevice(nasDevice(), h.services);
+    auto c = QVTransferPrivate::initWithDevice(nasDevice(), h.services);
     ASSERT_TRUE(c);
     auto delegate = std::make_shared<KeepingDelegate>();
     c->setDelegate(delegate);

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "keeping_delegate.h"
+#include "manual_clock.h"
 #include "platform/clock.h"
 #include "platform/dispatch.h"
 #include "platform/format.h"
@@ -27,7 +28,7 @@ struct ManualSession {
     explicit ManualSession(const Record& device = nasDevice()) {
         clock = std::make_shared<platform::ManualClock>();
         h.services.clock = clock;
-        c = QVTransfer::initWithDevice(device, h.services);
+        c = QVTransferPrivate::initWithDevice(device, h.services);
         delegate = std::make_shared<KeepingDelegate>();
         if (c) {
             c->setDelegate(delegate);
@@ -60,7 +61,7 @@ struct ManualSession {
 
     Harness h;
     std::shared_ptr<platform::ManualClock> clock;
-    std::shared_ptr<QVTransfer> c;
+    std::shared_ptr<QVTransferPrivate> c;
     std::shared_ptr<KeepingDelegate> delegate;
 };
 

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Installs the library into a temporary prefix and builds a small host against it, once with
-# find_package(QVTransfer) and once with pkg-config; checks the exported C symbols.
+# find_package(QVTransfer) and once with pkg-config; checks that the library exports exactly the
+# public API (tests/scripts/exported_symbols.txt) and that the README's embedding example
+# compiles against the installed headers as it stands.
 set -u
 build="$1"
 source_dir="$2"
@@ -24,6 +26,13 @@ check test -n "$lib"
 for sym in QVTransferFrameworkVersionString QVTransferFrameworkVersionNumber; do
     check bash -c "nm -D --defined-only '$lib' | grep -qw '$sym'"
 done
+# Every exported symbol, demangled, without address and kind: the public API and nothing else.
+nm -D --defined-only "$lib" | c++filt | awk '{$1=""; $2=""; sub(/^  /, ""); print}' | sort -u \
+    >"$work/exported.txt"
+check diff -u "$source_dir/tests/scripts/exported_symbols.txt" "$work/exported.txt"
+for header in "$work"/prefix/include/qvtransfer/*.h; do
+    check bash -c "grep -o '#include \"[^\"]*\"' '$header' | grep -v '\"qvtransfer/' && exit 1 || exit 0"
+done
 check bash -c "readelf -d '$lib' | grep -q 'SONAME.*libqvtransfer.so.1'"
 check cmake -S "$source_dir/tests/consumer" -B "$work/consumer" -G Ninja \
     -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_FLAGS="$san_flags" \
@@ -34,6 +43,25 @@ pc_dir=$(dirname "$(ls "$work"/prefix/lib*/pkgconfig/qvtransfer.pc | head -1)")
 check bash -c "PKG_CONFIG_PATH='$pc_dir' pkg-config --exists qvtransfer"
 check bash -c "PKG_CONFIG_PATH='$pc_dir' c++ -std=c++20 $san_flags -o '$work/pc-consumer' \
     '$source_dir/tests/consumer/consumer.cpp' \$(PKG_CONFIG_PATH='$pc_dir' pkg-config --cflags --libs qvtransfer)"
+
+# The README's example: the declarations up to the delegate class at file scope, the statements
+# after it in a function. It must compile and link against the installed library unchanged.
+readme_example() {
+    awk '/^```cpp$/ {on = 1; next} /^```$/ {on = 0} on' "$source_dir/README.md" >"$work/example.txt"
+    local split
+    split=$(grep -n '^};' "$work/example.txt" | head -1 | cut -d: -f1)
+    [ -n "$split" ] || return 1
+    {
+        head -n "$split" "$work/example.txt"
+        echo "void embed() {"
+        tail -n +"$((split + 1))" "$work/example.txt"
+        echo "}"
+        echo "int main() { return 0; }"
+    } >"$work/example.cpp"
+    PKG_CONFIG_PATH="$pc_dir" c++ -std=c++20 -Wall -Werror $san_flags -o "$work/example" \
+        "$work/example.cpp" $(PKG_CONFIG_PATH="$pc_dir" pkg-config --cflags --libs qvtransfer)
+}
+check readme_example
 
 echo "$passed passed, $failures failed"
 [ "$failures" -eq 0 ]

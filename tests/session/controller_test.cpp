@@ -12,8 +12,8 @@ using namespace qvt::test;
 
 namespace {
 
-std::shared_ptr<QVTransfer> make(Harness& h, const Record& device) {
-    auto c = QVTransfer::initWithDevice(device, h.services);
+std::shared_ptr<QVTransferPrivate> make(Harness& h, const Record& device) {
+    auto c = QVTransferPrivate::initWithDevice(device, h.services);
     EXPECT_TRUE(c);
     return c;
 }
@@ -62,17 +62,17 @@ TEST(Controller, DefaultFolderListIsBuiltFromTheResourceList) {
 TEST(Controller, MissingInterfaceDefinitionYieldsNothing) {
     Harness h;
     h.services.interfaceDefinitionPath = ":/qvtransfer/ui/NoSuchDefinition.ui";
-    auto c = QVTransfer::initWithDevice(dasDevice(), h.services);
+    auto c = QVTransferPrivate::initWithDevice(dasDevice(), h.services);
     EXPECT_FALSE(c);
     EXPECT_TRUE(h.log->contains("QVTransfer: QVTransfer nib loaded: 0"));
 }
 
 TEST(Controller, ViewFactoryFailureYieldsNothing) {
     Harness h;
-    h.services.viewFactory = [](QVTransfer&, const std::string&) {
+    h.services.viewFactory = [](QVTransferPrivate&, const std::string&) {
         return std::unique_ptr<QVTransferView>();
     };
-    EXPECT_FALSE(QVTransfer::initWithDevice(dasDevice(), h.services));
+    EXPECT_FALSE(QVTransferPrivate::initWithDevice(dasDevice(), h.services));
     EXPECT_TRUE(h.log->contains("QVTransfer: QVTransfer nib loaded: 0"));
 }
 
@@ -317,7 +317,7 @@ TEST(BadRecords, BehaveLikeAnUnknownDeviceType) {
     records.push_back(Record{{"deviceType", List{}}, {"isZeroState", 3.5}});
     for (const Record& r : records) {
         Harness h;
-        auto c = QVTransfer::initWithDevice(r, h.services);
+        auto c = QVTransferPrivate::initWithDevice(r, h.services);
         ASSERT_TRUE(c);
         const std::string type = c->deviceType();
         if (type == "NAS" || type == "DAS") continue;  // covered by the other tests
@@ -335,7 +335,7 @@ TEST(BadRecords, WrongTypesInsideAKnownDeviceDoNotCrash) {
         {"isZeroState", true},
         {"deviceInfo",
          Record{{"productName", 12}, {"volumeArray", "none"}, {"deviceImage", "not an image"}}}};
-    auto c = QVTransfer::initWithDevice(device, h.services);
+    auto c = QVTransferPrivate::initWithDevice(device, h.services);
     ASSERT_TRUE(c);
     EXPECT_TRUE(c->deviceImage.empty());
     c->startFileTransfer();

@@ -17,8 +17,9 @@ struct LocaleGuard {
     QLocale saved;
 };
 
-std::shared_ptr<QVTransfer> make(Harness& h, const std::string& product = "Cloud Box") {
-    auto c = QVTransfer::initWithDevice(nasDevice("127.0.0.1:1", "SN1", product), h.services);
+std::shared_ptr<QVTransferPrivate> make(Harness& h, const std::string& product = "Cloud Box") {
+    auto c =
+        QVTransferPrivate::initWithDevice(nasDevice("127.0.0.1:1", "SN1", product), h.services);
     EXPECT_TRUE(c);
     return c;
 }

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "support/support.h"
 
 namespace qvt::test {
@@ -21,7 +21,7 @@ class SourceFixture : public ::testing::Test {
         // The scripted view does not read the interface definition; any non-empty one loads.
         writeFile(harness.home / "interface.ui", "<ui version=\"4.0\"/>");
         harness.services.interfaceDefinitionPath = harness.home / "interface.ui";
-        controller = QVTransfer::initWithDevice(dasDevice(), harness.services);
+        controller = QVTransferPrivate::initWithDevice(dasDevice(), harness.services);
         ASSERT_TRUE(controller);
         home = controller->userHomeDirectory;
         ASSERT_FALSE(home.empty());
@@ -103,7 +103,7 @@ class SourceFixture : public ::testing::Test {
     }
 
     Harness harness;
-    std::shared_ptr<QVTransfer> controller;
+    std::shared_ptr<QVTransferPrivate> controller;
     std::string home;
 };
 

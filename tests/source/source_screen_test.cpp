@@ -45,7 +45,7 @@ class SourceScreen : public ::testing::Test {
   protected:
     void SetUp() override {
         harness.services.viewFactory = &createQtTransferView;
-        controller = QVTransfer::initWithDevice(dasDevice(), harness.services);
+        controller = QVTransferPrivate::initWithDevice(dasDevice(), harness.services);
         ASSERT_TRUE(controller);
         home = controller->userHomeDirectory;
         window = dynamic_cast<QtTransferWindow*>(controller->view());
@@ -127,7 +127,7 @@ class SourceScreen : public ::testing::Test {
     }
 
     Harness harness;
-    std::shared_ptr<QVTransfer> controller;
+    std::shared_ptr<QVTransferPrivate> controller;
     QtTransferWindow* window = nullptr;
     QTableView* table = nullptr;
     QLabel* totals = nullptr;

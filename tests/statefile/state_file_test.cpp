@@ -8,6 +8,7 @@
 #include <semaphore>
 #include <thread>
 
+#include "manual_clock.h"
 #include "platform/clock.h"
 #include "platform/plist_io.h"
 #include "support.h"
@@ -23,7 +24,7 @@ struct Session {
         : h(shared ? shared : &own) {
         clock = std::make_shared<platform::ManualClock>();
         h->services.clock = clock;
-        c = QVTransfer::initWithDevice(device, h->services);
+        c = QVTransferPrivate::initWithDevice(device, h->services);
     }
     ~Session() {
         if (c) h->services.dispatch->waitIdle(10);
@@ -41,7 +42,7 @@ struct Session {
     Harness own;
     Harness* h;
     std::shared_ptr<platform::ManualClock> clock;
-    std::shared_ptr<QVTransfer> c;
+    std::shared_ptr<QVTransferPrivate> c;
 };
 
 Record entry(const std::string& path) {
@@ -450,7 +451,7 @@ TEST(PeriodicStateFile, AlreadyCancelledWritesNothing) {
 
 TEST(PeriodicStateFile, RunsOnAScaledRealClock) {
     Harness h(1000.0);
-    auto c = QVTransfer::initWithDevice(nasDevice(), h.services);
+    auto c = QVTransferPrivate::initWithDevice(nasDevice(), h.services);
     ASSERT_TRUE(c);
     c->uploadPaused = true;
     std::atomic<bool> done{false};

@@ -190,7 +190,7 @@ Harness::Harness(double timeScale)
     services.folders.applicationSupport = home.path() + "/home/.local/share";
     std::filesystem::create_directories(services.folders.home);
     auto state = view;
-    services.viewFactory = [state](QVTransfer&, const std::string&) {
+    services.viewFactory = [state](QVTransferPrivate&, const std::string&) {
         return std::make_unique<ScriptedView>(state);
     };
 }

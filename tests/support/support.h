@@ -9,9 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "capture_log.h"
 #include "platform/clock.h"
 #include "platform/log.h"
-#include "qvtransfer/QVTransfer.h"
+#include "session/qvtransfer_private.h"
 #include "session/services.h"
 #include "session/view.h"
 

@@ -28,14 +28,14 @@ class WindowTest : public ::testing::Test {
 
     // Builds the controller for `device` with the real window.
     void make(const Record& device) {
-        wizard = QVTransfer::initWithDevice(device, harness.services);
+        wizard = QVTransferPrivate::initWithDevice(device, harness.services);
         ASSERT_TRUE(wizard);
         window = dynamic_cast<QtTransferWindow*>(wizard->view());
         ASSERT_NE(window, nullptr);
     }
 
     Harness harness;
-    std::shared_ptr<QVTransfer> wizard;
+    std::shared_ptr<QVTransferPrivate> wizard;
     QtTransferWindow* window = nullptr;
 };
 

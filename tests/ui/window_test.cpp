@@ -58,7 +58,7 @@ TEST_F(WindowTest, ControllerIsNotCreatedFromABrokenDefinition) {
     const std::string broken = harness.home / "broken.ui";
     writeFile(broken, "<ui version=\"4.0\"><widget class=\"QWidget\"");
     harness.services.interfaceDefinitionPath = broken;
-    EXPECT_EQ(QVTransfer::initWithDevice(dasDevice(), harness.services), nullptr);
+    EXPECT_EQ(QVTransferPrivate::initWithDevice(dasDevice(), harness.services), nullptr);
 }
 
 TEST_F(WindowTest, WindowChrome) {

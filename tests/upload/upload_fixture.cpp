@@ -259,7 +259,7 @@ Record dasDeviceFor(const Ext4Volume& volume) {
 
 UploadSession::UploadSession(const Record& device)
     : h_(kTimeScale), delegate_(std::make_shared<test::RecordingFullDelegate>()) {
-    controller_ = QVTransfer::initWithDevice(device, h_.services);
+    controller_ = QVTransferPrivate::initWithDevice(device, h_.services);
     if (!controller_) return;
     controller_->setDelegate(delegate_);
     home_ = controller_->userHomeDirectory;
@@ -306,7 +306,7 @@ bool UploadSession::toDestination(bool moveFiles) {
     {
         std::lock_guard lock(h_.view->mutex);
         // Weak: the view's state must not keep the controller alive.
-        std::weak_ptr<QVTransfer> weak = controller_;
+        std::weak_ptr<QVTransferPrivate> weak = controller_;
         h_.view->modalHooks[Dialog::ProtectedFiles] = [weak] {
             if (auto c = weak.lock()) c->cancelOrContinueUpload(2);
         };

@@ -145,8 +145,8 @@ class UploadSession {
     UploadSession(const UploadSession&) = delete;
     UploadSession& operator=(const UploadSession&) = delete;
 
-    QVTransfer& c() { return *controller_; }
-    std::shared_ptr<QVTransfer> controllerPtr() { return controller_; }
+    QVTransferPrivate& c() { return *controller_; }
+    std::shared_ptr<QVTransferPrivate> controllerPtr() { return controller_; }
     test::Harness& harness() { return h_; }
     const std::string& home() const { return home_; }
     test::RecordingFullDelegate& delegate() { return *delegate_; }
@@ -177,7 +177,7 @@ class UploadSession {
   private:
     test::Harness h_;
     std::string home_;
-    std::shared_ptr<QVTransfer> controller_;
+    std::shared_ptr<QVTransferPrivate> controller_;
     std::shared_ptr<test::RecordingFullDelegate> delegate_;
 };
 

@@ -1,4 +1,4 @@
-#include "device/keychain_fake.h"
+#include "keychain_fake.h"
 
 #include <algorithm>
 

@@ -1,0 +1,361 @@
+// The wizard's controller behind the public QVTransfer: the whole state of one wizard session
+// and its operations, grouped by subsystem in the library's sources. Methods run on the main
+// (GUI) thread unless noted. Hosts never see this class; the front ends and the tests do.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/handled_paths.h"
+#include "platform/guarded.h"
+#include "qvtransfer/QVTransfer.h"
+#include "qvtransfer/QVTransferDelegate.h"
+#include "qvtransfer/Value.h"
+#include "session/locale_texts.h"
+#include "session/wizard_types.h"
+
+namespace qvt {
+class QVTransferView;
+class QVTransferMountDestination;
+struct Services;
+namespace platform {
+class Log;
+class Clock;
+class Dispatcher;
+class LatestOnlyTask;
+}  // namespace platform
+}  // namespace qvt
+
+class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate> {
+  public:
+    // Creates the controller for `device` with the platform services given (the shipped ones,
+    // or a test's clocks, views and fakes), or nothing when its interface cannot be loaded.
+    static std::shared_ptr<QVTransferPrivate> initWithDevice(const qvt::Record& device,
+                                                             const qvt::Services& services);
+    ~QVTransferPrivate();
+    QVTransferPrivate(const QVTransferPrivate&) = delete;
+    QVTransferPrivate& operator=(const QVTransferPrivate&) = delete;
+
+    // ---- Host interface ----
+    void setDelegate(const std::shared_ptr<QVTransferDelegate>& delegate);
+    void startFileTransfer();
+    void resumeFileTransferAfterRestart();
+    void discovereDevicesForTransfer(const qvt::Record& devices);
+
+    // ---- Localised texts ----
+    void setupLocaleTexts();
+    // Looks `key` up in the library's own string table; a missing key yields the key itself.
+    std::string localizedString(const std::string& key) const;
+
+    // ---- Screens, back navigation and closing ----
+    void clearMainTransferView();
+    // The screen now shown, or nothing when the area is empty.
+    const qvt::Screen* currentTransferView() const;
+    void showScreen(qvt::Screen screen);
+    void processBackScreens();
+    void populateDefaultsFolderArray();
+    bool windowShouldClose();
+    void windowWillClose();
+    void quitTransferYES();
+    void quitTransferNO();
+
+    // ---- Delegate messages (sent through these so every sender checks the same way) ----
+    void sendFileTransferStatusUpdate(const std::string& progressStatusText);
+    void sendBackToVantorFromQVTransfer();
+    void sendCancelledQVTransfer();
+
+    // ---- Device access ----
+    void selectNASUser();
+    // Handles the users reply on the main thread: fills the popup, shows or skips the users
+    // screen.
+    void processUsersReply(long httpStatus, const qvt::List& users);
+    // The users popup's action, with the popup's selected index.
+    void selectUser(int selectedIndex);
+    void verifyUserLoginAndSelectSourceFiles();
+    // The lost-connection sheet's retry button: 1 users request, 2 login, 3 shares.
+    void retryDeviceConnection(int tag);
+    // Part of the disconnect recovery: called when the lost device has been found again.
+    void resumeTransferAfterDisconnect();
+    // The users behind the popup (UserRecords: "username", "is_password"), in popup order.
+    qvt::Guarded<qvt::List> usersArrayController;
+    std::atomic<int> usersPopupSelectedIndex{0};
+    // Whether the password field draws the default focus ring.
+    std::atomic<bool> passwordFieldFocusRing{true};
+
+    // ---- Source list ----
+    // Lists the default folders under the home folder and counts them (a detached thread).
+    void populateDefaultSourceFilesList();
+    // The chooser link's action: runs `sourceFilesOpenPanel` and adds what was chosen.
+    void chooseSourceFiles();
+    // Adds chosen absolute paths not yet listed (a detached thread).
+    void processOpenPanelSelectedSourceFiles(const std::vector<std::string>& paths);
+    // The drop area's delegate message: adds the dropped absolute paths not yet listed (main).
+    void concludeDragOperation(const std::vector<std::string>& filenames);
+    // The check-box column's action, after the table has toggled the row's check box (main).
+    void processDeselectedFiles(int row);
+    // The delete column's action: takes the row off the totals and the list (main).
+    void processDeleteFiles(int row);
+    // The delete itself, with a record {"fileIndex": row} (a detached thread).
+    void deleteSizeOfFiles(const qvt::Record& fileIndex);
+    // Enables the source screen's Next button while any row is ticked (any thread).
+    void checkIfFilesExistsInSourceList();
+    void rearrangeSourceFilesList();
+    // A row's count has ended: its spinner goes (main).
+    void removeTablevIewSubviewWithIDentifier(const std::string& identifier);
+    // The tool tip of a cell of the source table: the row's path in "fullPathColumn", else "".
+    std::string sourceFilesToolTip(const std::string& columnIdentifier, int row) const;
+    // Fills excludeSystemFilesList and excludeSourceFilesArray: the listed paths that contain a
+    // system-location fragment, once per matching fragment.
+    void buildExcludeSourceFilesArray();
+    // Counts one TotalsRequest {"fileDict": SourceEntry, "mathType": "add" | "subtract"} into
+    // the running totals and the summary line (never on the main thread).
+    void calculateTotalNumberOfFilesFoldersAndSize(const qvt::Record& totalsRequest);
+    // The file chooser the window installs: fills the chosen paths and answers 1 (OK) or 0.
+    std::function<int(std::vector<std::string>&)> sourceFilesOpenPanel;
+
+    // ---- Destination ----
+    // Prepares the mount folder and starts filling the destination tree for the device type.
+    void populateDestinationFoldersList();
+    // The shares of a network device, each mounted, as the tree's roots (a detached thread).
+    void populateNASDestinationFoldersList();
+    // The mountable volumes of a directly attached device as the tree's roots (a detached
+    // thread).
+    void populateDASDestinationFoldersList();
+    // One node of the destination tree: its child indices from the roots down, the folder it
+    // stands for (checked on every access, so a rebuilt tree is never written into the wrong
+    // node) and the load of its level that a writer belongs to.
+    struct FolderNodeRef {
+        std::vector<std::size_t> indexPath;
+        std::string folderFullPath;
+        std::uint64_t generation = 0;
+    };
+    // The outline view's expansion notification: `userInfo` holds the expanded item under
+    // "NSObject" as its index path (a list of integers). Reloads that node's level on the
+    // high-priority queue (main).
+    void outlineViewItemDidExpand(const qvt::Record& userInfo);
+    // Appends the FolderNode of one sub-folder to the children of `folderDictOutlineView`, then
+    // re-arranges the tree on the main thread (expansion worker).
+    void buildDestinationFilesTree(const std::string& folderName, const std::string& folderFullPath,
+                                   const FolderNodeRef& folderDictOutlineView);
+    // The source screen's Next button (main).
+    void selectDestinationForFileTransfer();
+    // The protected-files dialog's buttons by tag: 1 stays on the sources, 2 goes on (main).
+    void cancelOrContinueUpload(int senderTag);
+    // Shows the destination screen and resets the transfer state for a new upload (main).
+    void showDestinaionSharesToTransfer();
+    // Shows the destination tree's current state (main).
+    void rearrangeDestFilesList();
+    // Set from any thread; the Upload button and the new-folder link follow on the main thread.
+    void setUploadFilesButtonEnable(bool enable);
+    void setCreateNewFolderLinkEnabled(bool enabled);
+    std::atomic<bool> createNewFolderLinkEnabled{false};
+    // The latest load of each expanded folder's level, by path: children found by an older load
+    // are dropped, so two quick expansions of one node never leave duplicates.
+    qvt::Guarded<std::vector<std::pair<std::string, std::uint64_t>>> destinationLevelLoads;
+    std::atomic<std::uint64_t> destinationLevelLoadCounter{0};
+
+    // ---- Mount service ----
+    // Returns once some mounted volume's path contains `path`; it waits as long as it takes, so
+    // call it only right after a mount request. Runs on a background thread.
+    bool isVolumeMounted(const std::string& path);
+    // Forced unmount of each path, then removal of its mount point folder; errors are ignored.
+    void unmountSharesVolumes(const std::vector<std::string>& paths);
+    // Unmounts the recorded mount points that the chosen destination does not lie in.
+    void unMountSharesNotInUse();
+
+    // ---- Upload ----
+    // The Upload button: takes the destination from the outline's selected row, shows the
+    // status screen and starts the upload's four concurrent tasks (main).
+    void uploadFiles();
+    // The copy loop over sourceFilesArray from entry `firstIndex`; the upload's own thread. The
+    // resume and retry paths run it over their own lists.
+    void copySourceFiles(std::size_t firstIndex = 0);
+    // Copies one source, a file or a folder with everything below it, to `destFilePath`;
+    // returns when all of it has been handled (upload thread).
+    void transferFile(const std::string& sourcePath, const std::string& destFilePath,
+                      const std::string& destDir);
+    // Records the outcome of one handled file; two empty paths and no error end the upload
+    // (upload thread).
+    void processFileTransferStatus(const std::string& sourcePath, const std::string& destFilePath,
+                                   const std::optional<qvt::TransferError>& error);
+    // The clash-free name (no folder, no extension) for a path given without its extension.
+    std::string getDuplicateFileName(const std::string& pathWithoutExtension);
+    // The end-of-upload step: final texts, bars, failed list, messages and the last save (main).
+    void finishFileTransfer();
+    // Moves one uploaded source to the Trash; failures are logged only.
+    void moveSourceToTrash(const std::string& sourcePath);
+    // Entry points of the disconnect and device-full recovery: each pauses the upload and shows
+    // its dialog.
+    void displayDeviceDisconnect();
+    void displayDeviceFullDialog();
+
+    // ---- Progress and remaining time ----
+    // The estimator: samples the bytes at the destination every 3 seconds until the upload ends.
+    void calculateRemainingTime();
+    // The status screen's hide/close button.
+    void hideStatusWindow();
+    // Splits progressStatus at its line break into progressStatusMsg1 and progressStatusMsg2 and
+    // redraws the status screen (main).
+    void showProgressStatus();
+
+    // ---- Pause, resume and cancel ----
+    void pauseTransfer();
+    void resumeTransfer();
+    void cancelTransfer();
+    // Every status-screen button and the stop confirmation's buttons, told apart by tag.
+    void cancelUploadFiles(int senderTag);
+    // The lost-connection dialog's cancel button.
+    void cancelQVTransfer();
+    // Closing the status after an upload with errors.
+    void terminateTransfer();
+
+    // ---- Transfer data file ----
+    // Builds and writes the state file once.
+    void saveQVTransferDataToFile();
+    // Rewrites the state file every 3 seconds until the upload ends (its own thread).
+    void saveQVTransferDataToFileForEachFile();
+
+    // ---- Properties ----
+    // Host link
+    std::weak_ptr<QVTransferDelegate> delegatedObject;
+    std::atomic<bool> delegateRespondsToFileTransferStatusUpdate{false};
+
+    // Device
+    qvt::Guarded<qvt::Record> selectedDeviceDict;
+    qvt::Data deviceImage;
+    qvt::Guarded<std::string> selectedDASUUID;
+    qvt::Guarded<std::string> selectedDestinationShare;
+    std::string mountDir;
+    std::unique_ptr<qvt::QVTransferMountDestination> mountObject;
+    qvt::Guarded<std::string> userName;
+    qvt::Guarded<std::string> userPassword;
+    std::atomic<bool> showPasswordField{false};
+    std::atomic<bool> incorrectPassword{false};
+    std::atomic<bool> finishedfetchingUsers{false};
+
+    // Paths
+    std::string userHomeDirectory;
+    std::string transferDataFilePath;
+    qvt::Guarded<std::string> inProcessDestFilePath;
+
+    // Mode flags
+    std::atomic<bool> isZeroState{false};
+    std::atomic<bool> filesAddedAtZeroState{true};
+    std::atomic<bool> removeFilesAfterUpload{false};
+    std::atomic<bool> uploadCancelled{false};
+    std::atomic<bool> uploadPaused{false};
+    // Set when a pause ended the copy loop between two top-level sources; the resume that takes
+    // it starts the loop again at copyLoopNextIndex.
+    std::atomic<bool> copyLoopEndedByPause{false};
+    std::atomic<std::size_t> copyLoopNextIndex{0};
+    std::atomic<bool> resumedAfterRestart{false};
+    std::atomic<bool> finishedPopulatingDestinationFolders{false};
+    std::atomic<bool> isStatusWindowHidden{false};
+    std::atomic<bool> isFileTransferFailed{false};
+    std::atomic<bool> isFileTransferCompleted{false};
+    std::atomic<bool> nasUsersViewDisplayed{false};
+    std::atomic<bool> uploadFilesButtonEnable{false};
+    std::atomic<bool> reconnectingDevice{false};
+    std::atomic<bool> deviceFull{false};
+    std::atomic<bool> transferWindowShouldClose{true};
+    std::atomic<bool> excludeFile{false};
+
+    // Counters
+    std::atomic<std::uint64_t> totalSourceFilesSize{0};
+    std::atomic<std::uint64_t> totalTransferredFilesSize{0};
+    std::atomic<std::int64_t> totalNumberOfSourceFolders{0};
+    std::atomic<std::int64_t> totalNumberOfSourceFiles{0};
+    std::atomic<std::int64_t> numberOfFilesCountForTransfer{0};
+    std::atomic<std::int64_t> minorOSVersion{0};
+    std::atomic<std::int64_t> progressMaxValue{100};
+    std::atomic<std::int64_t> progressMaxValue2{100};
+    std::atomic<std::int64_t> progressValue{1};
+    std::atomic<std::int64_t> transferProgressValue{5};
+    std::atomic<std::int64_t> transferProgressValue2{5};
+
+    // Status texts
+    qvt::Guarded<std::string> progressStatus;
+    qvt::Guarded<std::string> subProgressStatus;
+    qvt::Guarded<std::string> progressStatusMsg1;
+    qvt::Guarded<std::string> progressStatusMsg2;
+    qvt::Guarded<std::string> uploadErrorString;
+    qvt::Guarded<std::string> numberOfFilesAndFolders;
+    qvt::Guarded<qvt::Colour> statusTextColor;
+
+    // Pauses: absent (nothing) when no pause is in force; a new pause replaces both.
+    qvt::Guarded<std::shared_ptr<qvt::PauseSemaphore>> transfer_semaphore;
+    qvt::Guarded<std::shared_ptr<qvt::PauseSemaphore>> timeRemaining_semaphore;
+    // Held for every build-and-write of the state file, so two writes never overlap.
+    std::mutex transferDataFileLock;
+    // The delegate's message after each copied file: one send at a time, the newest state.
+    std::shared_ptr<qvt::platform::LatestOnlyTask> perFileStatusUpdate;
+
+    // Timing
+    qvt::Guarded<qvt::Date> uploadstartDateTime;
+    qvt::Guarded<qvt::Date> pausedstartDateTime;
+
+    // Lists (SourceEntry, FolderNode and FailedTransferRecord entries are records)
+    qvt::Guarded<qvt::List> sourceFilesArray;
+    qvt::Guarded<qvt::List> transferredSourceFilesArray;
+    qvt::HandledPaths inProcessSourceFilesArray;
+    qvt::Guarded<std::vector<std::string>> excludeSourceFilesArray;
+    qvt::Guarded<std::vector<std::string>> excludeSystemFilesList;
+    qvt::Guarded<std::vector<std::string>> parseDefaultsSourceFilesList;
+    qvt::Guarded<qvt::List> destinationFoldersList;
+    qvt::Guarded<qvt::List> createFolderParentChildArray;
+    qvt::Guarded<qvt::List> failedTransferArray;
+    qvt::Guarded<qvt::List> failedFilesListTreeControllerArray;
+    qvt::Guarded<qvt::Record> transferredFileSizeDitionary;
+
+    // Screens: the stack of the main area (the last element is the screen shown).
+    std::vector<qvt::Screen> mainTransferView;
+    double failedListRowHeight = 37;
+    std::string passwordPlaceholder;
+    bool uploadedFilesLinkHidden = true;
+
+    // Localised texts: one property per key, e.g. localeCANCEL_btn.
+#define QVT_DECLARE_LOCALE_PROPERTY(property, key) std::string locale##property;
+    QVT_LOCALE_TEXTS(QVT_DECLARE_LOCALE_PROPERTY)
+#undef QVT_DECLARE_LOCALE_PROPERTY
+
+    // ---- Wiring ----
+    qvt::QVTransferView* view() const {
+        return view_.get();
+    }
+    const qvt::Services& services() const {
+        return *services_;
+    }
+    qvt::platform::Log& log() const;
+    qvt::platform::Clock& clock() const;
+    qvt::platform::Dispatcher& dispatcher() const;
+    // The device record's "deviceType", "deviceInfo" values.
+    std::string deviceType() const;
+    qvt::Record deviceInfo() const;
+
+    // Builds the view from the loaded interface definition; used by the interface loader.
+    bool loadInterface(const std::string& interfaceDefinition);
+    // Interface set-up and initial state, run once when the interface is loaded.
+    void awakeFromInterface();
+
+  private:
+    explicit QVTransferPrivate(const qvt::Services& services);
+
+    std::unique_ptr<qvt::Services> services_;
+    std::unique_ptr<qvt::QVTransferView> view_;
+};
+
+namespace qvt {
+// Loads the interface definition named "QVTransfer" from the library's own resources with the
+// controller as its owner.
+class QVTransferInstantiate {
+  public:
+    static bool initQVTransferForClass(QVTransferPrivate& owner);
+};
+}  // namespace qvt

@@ -1,0 +1,31 @@
+// The host's handle on the wizard: each operation goes to the controller behind it.
+#include "qvtransfer/QVTransfer.h"
+
+#include "session/qvtransfer_private.h"
+#include "session/services.h"
+
+QVTransfer::QVTransfer(std::shared_ptr<QVTransferPrivate> d) : d(std::move(d)) {}
+
+QVTransfer::~QVTransfer() = default;
+
+std::shared_ptr<QVTransfer> QVTransfer::initWithDevice(const qvt::Record& device) {
+    auto controller = QVTransferPrivate::initWithDevice(device, qvt::Services::defaults());
+    if (!controller) return nullptr;
+    return std::shared_ptr<QVTransfer>(new QVTransfer(std::move(controller)));
+}
+
+void QVTransfer::setDelegate(const std::shared_ptr<QVTransferDelegate>& delegate) {
+    d->setDelegate(delegate);
+}
+
+void QVTransfer::startFileTransfer() {
+    d->startFileTransfer();
+}
+
+void QVTransfer::resumeFileTransferAfterRestart() {
+    d->resumeFileTransferAfterRestart();
+}
+
+void QVTransfer::discovereDevicesForTransfer(const qvt::Record& devices) {
+    d->discovereDevicesForTransfer(devices);
+}
