@@ -228,7 +228,7 @@ Upload uploadOnce(const std::string& work, const std::vector<std::string>& sourc
 
     const double start = now();
     c->uploadFiles();
-    const bool done = main->waitUntil([&] { return c->isFileTransferCompleted.load(); }, 3600);
+    const bool done = main->waitUntil([&] { return c->isFileTransferCompleted(); }, 3600);
     result.seconds = now() - start;
     result.ok = done && c->failedTransferArray.get().empty();
     result.peakKiB = peakRssKiB();

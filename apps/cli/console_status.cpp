@@ -58,18 +58,18 @@ void ConsoleSession::showProgress(bool force) {
     if (!force && now - lastDraw_ < kRedrawEvery) return;
     if (view_.modalOpen()) return;  // a question is on the line
     lastDraw_ = now;
-    const long long files = wizard_->progressValue.load();
-    const long long total = wizard_->numberOfFilesCountForTransfer.load();
+    const long long files = wizard_->job().progressValue.load();
+    const long long total = wizard_->job().numberOfFilesCountForTransfer.load();
     // The bars hold bytes once the estimator has sized them to the upload; before its first
     // pass they hold their never-empty start values, which are no byte counts.
     const std::uint64_t size = wizard_->totalSourceFilesSize.load();
     const bool sized = static_cast<std::uint64_t>(wizard_->progressMaxValue.load()) == size;
     const std::uint64_t bytes = sized ? static_cast<std::uint64_t>(std::max<std::int64_t>(
                                             0, wizard_->transferProgressValue.load()))
-                                      : wizard_->totalTransferredFilesSize.load();
+                                      : wizard_->job().totalTransferredFilesSize.load();
     const std::string first = wizard_->progressStatusMsg1.get();
     const std::string second = wizard_->progressStatusMsg2.get();
-    const bool paused = wizard_->uploadPaused;
+    const bool paused = wizard_->uploadPaused();
 
     char counts[160];
     std::snprintf(counts, sizeof counts, "Files %lld of %lld | %s of %s", files, total,
@@ -93,7 +93,7 @@ void ConsoleSession::showProgress(bool force) {
 }
 
 void ConsoleSession::showPauseChange() {
-    const bool paused = wizard_->uploadPaused;
+    const bool paused = wizard_->uploadPaused();
     if (paused == pausedShown_) return;
     pausedShown_ = paused;
     clearProgressLine();
@@ -127,7 +127,7 @@ void ConsoleSession::onKey(char key) {
         }
         return;
     }
-    if (wizard_->isFileTransferCompleted || wizard_->uploadCancelled) return;
+    if (wizard_->isFileTransferCompleted() || wizard_->uploadCancelled()) return;
     const int tag = view_.tag(kPauseResumeButton, kTagPause);
     switch (key) {
         case 'p':
@@ -171,18 +171,18 @@ void ConsoleSession::onStopSignal() {
         }
         return;
     }
-    if (wizard_->isFileTransferCompleted) return;  // the end is being printed
+    if (wizard_->isFileTransferCompleted()) return;  // the end is being printed
     stopWithoutAsking_ = true;
     QTimer::singleShot(0, this, [this] { wizard_->cancelUploadFiles(kTagStop); });
 }
 
 void ConsoleSession::checkEnd() {
-    if (delegate_->cancelled || wizard_->uploadCancelled) {
+    if (delegate_->cancelled || wizard_->uploadCancelled()) {
         if (view_.modalOpen()) return;  // the stop is still unwinding
         return finish(kExitStopped,
                       "Stopped. Files uploaded before the stop stay at the destination.");
     }
-    if (!wizard_->isFileTransferCompleted) return;
+    if (!wizard_->isFileTransferCompleted()) return;
     const auto now = Clock::now();
     if (!completedSince_) completedSince_ = now;
     const bool endStepDone = view_.text("statusCloseButton") == wizard_->localeCLOSE_btn;

@@ -251,7 +251,7 @@ void ConsoleSession::chooseDestination() {
 void ConsoleSession::startUpload() {
     const Record info = wizard_->deviceInfo();
     std::printf("Uploading %lld files to %s on %s\n",
-                static_cast<long long>(wizard_->numberOfFilesCountForTransfer.load()),
+                static_cast<long long>(wizard_->job().numberOfFilesCountForTransfer.load()),
                 destinationShown_.c_str(), info.string("productName").c_str());
     std::fflush(stdout);
     stage_ = Stage::Uploading;

@@ -81,14 +81,12 @@ void QVTransferPrivate::showDestinaionSharesToTransfer() {
     view()->focus(kDestinationOutline, false);
 
     isStatusWindowHidden = false;
-    isFileTransferFailed = false;
-    isFileTransferCompleted = false;
-    uploadCancelled = false;
-    uploadPaused = false;
+    // Not failed, completed, cancelled or paused: a new upload is being set up.
+    job().reset();
     statusTextColor.set(qvt::Colour{75, 90, 104, 1.0});
     failedTransferArray.set({});
     inProcessSourceFilesArray.set({});
-    numberOfFilesCountForTransfer = totalNumberOfSourceFiles.load();
+    job().numberOfFilesCountForTransfer = totalNumberOfSourceFiles.load();
 
     // Only the ticked rows go on to the upload; the unticked ones are gone from here on.
     sourceFilesArray.with([](List& rows) {

@@ -161,7 +161,7 @@ void QVTransferPrivate::retryDeviceConnection(int tag) {
 }
 
 void QVTransferPrivate::discovereDevicesForTransfer(const Record& devices) {
-    if (!reconnectingDevice) return;
+    if (!reconnectingDevice()) return;
     const std::string type = deviceType();
     if (type == "NAS") {
         const std::string serial = deviceInfo().string("serialNumber");

@@ -18,15 +18,13 @@ void QVTransferPrivate::resumeTransferAfterDisconnect() {
 
 namespace {
 
-// A pause of the copy and the estimator for a lost or full device: new semaphores of count 0
-// replace any earlier ones, then the flag goes up.
-void pauseForDevice(QVTransferPrivate& c, const char* operation) {
-    c.pausedstartDateTime.set(c.clock().now());
-    c.transfer_semaphore.set(std::make_shared<qvt::PauseSemaphore>(0));
-    c.timeRemaining_semaphore.set(std::make_shared<qvt::PauseSemaphore>(0));
+// A pause of the copy and the estimator for a lost or full device. It joins a pause of the
+// user's that is in force; the copy thread and the estimator wait until every reason has
+// ended.
+void pauseForDevice(QVTransferPrivate& c, qvt::engine::PauseReason reason, const char* operation) {
+    c.job().pause(reason);
     c.log().write(qvt::platform::format("QVTransfer: %@: transfer_semaphore", operation));
     c.log().write(qvt::platform::format("QVTransfer: %@: timeRemaining_semaphore", operation));
-    c.uploadPaused = true;
 }
 
 // Shows the status and the dialog on the main thread without holding up the copy thread, then
@@ -47,13 +45,12 @@ void showDeviceDialog(QVTransferPrivate& c, qvt::Dialog dialog, bool resumeButto
 }  // namespace
 
 // Both entry points below pause the upload and show their dialog; the copy thread then waits
-// on transfer_semaphore at its retry. The watchers that find the device again (or free space
+// for the pause to end at its retry. The watchers that find the device again (or free space
 // on it) and resume the upload come with the recovery work; until then only the user's cancel
 // from the dialog ends the wait.
 void QVTransferPrivate::displayDeviceDisconnect() {
-    if (reconnectingDevice) return;
-    reconnectingDevice = true;
-    pauseForDevice(*this, "displayDeviceDisconnect");
+    if (reconnectingDevice() || uploadCancelled()) return;
+    pauseForDevice(*this, qvt::engine::PauseReason::DeviceMissing, "displayDeviceDisconnect");
     statusTextColor.set(qvt::engine::kPausedStatusColour);
 
     const std::string lost =
@@ -71,11 +68,10 @@ void QVTransferPrivate::displayDeviceDisconnect() {
 }
 
 void QVTransferPrivate::displayDeviceFullDialog() {
-    // Never cleared after a resumption: a second full device in the same window retries at
-    // once without a dialog.
-    if (deviceFull) return;
-    pauseForDevice(*this, "displayDeviceFullDialog");
-    deviceFull = true;
+    // Shown once per window: a second full device in the same window retries at once without
+    // a dialog.
+    if (uploadCancelled() || !job().noteDeviceFullShown()) return;
+    pauseForDevice(*this, qvt::engine::PauseReason::DeviceFull, "displayDeviceFullDialog");
     statusTextColor.set(qvt::engine::kPausedStatusColour);
 
     const std::string outOfSpace = localizedString("OUT_OF_SPACE_MSG_2_txt");

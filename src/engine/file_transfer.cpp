@@ -22,19 +22,13 @@ using qvt::engine::pathExtension;
 
 namespace {
 
-// The copy thread's one blocking point for a pause: it waits for the resume (or the cancel)
-// of the pause in force, then drops that pause's semaphore.
+// The copy thread's blocking point for a pause inside a source: it waits until the upload
+// goes on or ends.
 void waitWhilePaused(QVTransferPrivate& c) {
-    if (!c.uploadPaused) return;
+    if (!c.uploadPaused()) return;
     c.log().write("QVTransfer: transferFile 1: transfer_semaphore");
-    // Waited on outside the lock, so a resume can take the lock to signal it.
-    const auto semaphore = c.transfer_semaphore.get();
-    if (semaphore) semaphore->acquire();
+    c.job().waitWhilePaused();
     c.log().write("QVTransfer: transferFile 2: transfer_semaphore");
-    // A semaphore that a newer pause put in place meanwhile belongs to that pause and stays.
-    c.transfer_semaphore.with([&](std::shared_ptr<qvt::PauseSemaphore>& current) {
-        if (current == semaphore) current.reset();
-    });
 }
 
 // Whether the destination's volume is gone: its remount identity is empty once the share's
@@ -44,7 +38,7 @@ bool destinationVolumeLost(QVTransferPrivate& c) {
 }
 
 void reportLostDevice(QVTransferPrivate& c) {
-    if (!c.reconnectingDevice) c.displayDeviceDisconnect();
+    if (!c.reconnectingDevice()) c.displayDeviceDisconnect();
 }
 
 qvt::TransferError transferError(int errnoValue) {
@@ -63,27 +57,29 @@ std::string clashFreeDestination(QVTransferPrivate& c, const std::string& destin
 
 enum class Step { Done, Retry };
 
-Step transferOneFile(QVTransferPrivate& c, const std::string& source, std::string& destination) {
+Step transferOneFile(QVTransferPrivate& c, const std::string& source, std::string& destination,
+                     bool excludeFile) {
+    qvt::engine::UploadJob& upload = c.job();
     // After a restart, a file handled before it is not copied twice.
-    if (c.resumedAfterRestart && c.inProcessSourceFilesArray.contains(destination))
+    if (upload.resumedAfterRestart && c.inProcessSourceFilesArray.contains(destination))
         return Step::Done;
 
     // The copy is tried under the name asked for first: it never replaces anything there, and
     // a clash (EEXIST) is what sends it to the clash-free name. On a share this saves asking
     // the server whether the name is taken before every file.
     std::string target = destination;
-    const bool move = c.removeFilesAfterUpload && !c.excludeFile;
+    const bool move = c.removeFilesAfterUpload && !excludeFile;
     // With the move option a source leaves its place, unless it is protected.
     auto transfer = [&] {
-        c.inProcessDestFilePath.set(target);
+        upload.inProcessDestFilePath.set(target);
         return move ? fs::files().moveItem(source, target) : fs::files().copyItem(source, target);
     };
     int rc = transfer();
-    if (rc == EEXIST && !c.uploadCancelled) {
+    if (rc == EEXIST && !upload.cancelled()) {
         target = clashFreeDestination(c, destination);
         rc = transfer();
     }
-    if (c.uploadCancelled) return Step::Done;
+    if (upload.cancelled()) return Step::Done;
 
     std::optional<qvt::TransferError> error;
     if (rc != 0) {
@@ -106,12 +102,12 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source, std::strin
 
     c.inProcessSourceFilesArray.append(target);
     c.processFileTransferStatus(source, target, error);
-    c.inProcessDestFilePath.set("");
+    upload.inProcessDestFilePath.set("");
     return Step::Done;
 }
 
 Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::string& destination,
-                    const std::string& destDir) {
+                    const std::string& destDir, bool excludeFile) {
     // An existing folder of that name is merged into; a folder never gets a new name.
     if (!fs::files().exists(destination)) {
         if (const int rc = fs::files().createFolder(destination, true)) {
@@ -142,7 +138,7 @@ Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::
                 fs::format("QVTransfer: transferFile: link to a folder not followed: %@\n", entry));
             continue;
         }
-        c.transferFile(entry, appendingPathComponent(destination, name), destDir);
+        c.transferFile(entry, appendingPathComponent(destination, name), destDir, excludeFile);
     }
     return Step::Done;
 }
@@ -150,7 +146,7 @@ Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::
 }  // namespace
 
 void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::string& destFilePath,
-                                     const std::string& destDir) {
+                                     const std::string& destDir, bool excludeFile) {
     // A retry runs this call again for the same source, with the name chosen by the attempt
     // before. It loops rather than calling itself, so a device that stays full (which retries
     // at once, again and again) never deepens the stack.
@@ -158,19 +154,20 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
     bool retriedFile = false;
     while (true) {
         waitWhilePaused(*this);
-        if (isFileTransferCompleted || uploadCancelled) break;
+        if (job().ended()) break;
 
         bool isFolder = false;
         if (!fs::files().exists(sourcePath, &isFolder)) break;
 
-        const Step step = isFolder ? transferFolder(*this, sourcePath, destination, destDir)
-                                   : transferOneFile(*this, sourcePath, destination);
+        const Step step = isFolder
+                              ? transferFolder(*this, sourcePath, destination, destDir, excludeFile)
+                              : transferOneFile(*this, sourcePath, destination, excludeFile);
         if (step == Step::Done) break;
         if (!isFolder) retriedFile = true;
     }
     // A file that was retried is no longer in hand, however the retry ended (a cancel during
     // the wait included).
-    if (retriedFile) inProcessDestFilePath.set("");
+    if (retriedFile) job().inProcessDestFilePath.set("");
 }
 
 std::string QVTransferPrivate::getDuplicateFileName(const std::string& pathWithoutExtension) {

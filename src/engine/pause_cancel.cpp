@@ -1,9 +1,9 @@
 // Pausing, resuming and cancelling an upload.
 //
-// A pause creates two counting semaphores of count 0: the copy thread waits on
-// transfer_semaphore at its next file, the estimator on timeRemaining_semaphore at its next
-// pass. Resuming or cancelling signals each one that still exists once, which releases its one
-// waiter (or leaves a count of 1 that the next pause replaces).
+// A pause puts the upload's state into "paused": the copy thread stops at its next file, the
+// estimator at its next pass. Resuming or cancelling changes the state again, which wakes both.
+// The log lines keep the names the two waits have always had in the log: transfer_semaphore for
+// the copy thread, timeRemaining_semaphore for the estimator.
 #include <memory>
 
 #include "device/mount_destination.h"
@@ -29,19 +29,12 @@ constexpr int kTagStopUpload = 2;
 constexpr int kTagPause = 3;
 constexpr int kTagResume = 4;
 
-// Releases the one waiter of each pause semaphore that exists.
-void signalPauseSemaphores(QVTransferPrivate& c) {
-    if (const auto s = c.transfer_semaphore.get()) s->release();
-    if (const auto s = c.timeRemaining_semaphore.get()) s->release();
-}
-
 // The end of an upload by the user: the stop confirmation's stop button and the lost-connection
 // dialog's cancel button.
 void runCancelSteps(QVTransferPrivate& c) {
-    c.uploadCancelled = true;
-    // A device-recovery watcher polls while this is set; a cancelled upload has nothing left to
-    // recover.
-    c.reconnectingDevice = false;
+    // Final: a paused copy thread and estimator wake up, see it and end, and a device-recovery
+    // watcher stops looking.
+    c.job().cancel();
     c.sourceFilesArray.set({});
     c.failedTransferArray.set({});
     c.view()->closeWindow();
@@ -54,11 +47,8 @@ void runCancelSteps(QVTransferPrivate& c) {
     c.dispatcher().async(QueuePriority::Low, [self] { self->saveQVTransferDataToFile(); });
 
     // The file in mid-copy is incomplete: remove it. Files finished earlier stay.
-    const std::string inProcess = c.inProcessDestFilePath.get();
+    const std::string inProcess = c.job().inProcessDestFilePath.get();
     if (!inProcess.empty()) fmt::files().removeItem(inProcess);
-
-    // Wake a paused copy thread and estimator; they see the cancel flag and end.
-    signalPauseSemaphores(c);
 
     if (c.mountObject) c.unmountSharesVolumes(c.mountObject->mountedPathsArray.get());
     c.sendCancelledQVTransfer();
@@ -68,14 +58,11 @@ void runCancelSteps(QVTransferPrivate& c) {
 }  // namespace
 
 void QVTransferPrivate::pauseTransfer() {
-    if (uploadPaused) return;
-    pausedstartDateTime.set(clock().now());
-
-    transfer_semaphore.set(std::make_shared<qvt::PauseSemaphore>(0));
+    // A second press while paused changes nothing: the pause keeps the time it began.
+    if (uploadPaused()) return;
+    if (!job().pause(qvt::engine::PauseReason::User)) return;
     log().write("QVTransfer: pauseTransfer: transfer_semaphore");
-    timeRemaining_semaphore.set(std::make_shared<qvt::PauseSemaphore>(0));
     log().write("QVTransfer: pauseTransfer: timeRemaining_semaphore");
-    uploadPaused = true;
 
     view()->setTag(kPauseResumeButton, kTagResume);
     statusTextColor.set(qvt::engine::kPausedStatusColour);
@@ -94,40 +81,25 @@ void QVTransferPrivate::pauseTransfer() {
 }
 
 void QVTransferPrivate::resumeTransfer() {
-    // A full device's pause ends only when the device has room again.
-    if (!uploadPaused || deviceFull) return;
+    // Only the user's own pause ends here: a lost or full device's pause ends when the device
+    // is back or has room again.
+    if (!job().pausedFor(qvt::engine::PauseReason::User) || reconnectingDevice() || deviceFull())
+        return;
 
     view()->setTag(kPauseResumeButton, kTagPause);
     statusTextColor.set(qvt::engine::kNormalStatusColour);
     view()->reload("statusView");
 
-    // The paused time is not upload time: move the start forward by the pause's length, so the
-    // estimate's average rate ignores it.
-    const qvt::Date now = clock().now();
-    const qvt::Date pausedAt = pausedstartDateTime.get();
-    uploadstartDateTime.with([&](qvt::Date& start) { start += now - pausedAt; });
-
-    // The flag goes down before the signals, so a woken thread never finds the pause still
-    // set; the semaphores signalled are the ones of the pause being ended.
-    const auto copyThread = transfer_semaphore.get();
-    const auto estimator = timeRemaining_semaphore.get();
+    // The paused time is not upload time: the state moves the start forward by the pause's
+    // length, so the estimate's average rate ignores it, and wakes the copy thread and the
+    // estimator.
     log().write("QVTransfer: resumeTransfer: transfer_semaphore");
     log().write("QVTransfer: resumeTransfer: timeRemaining_semaphore");
-    uploadPaused = false;
-    if (copyThread) copyThread->release();
-    if (estimator) estimator->release();
-
-    // A pause between two top-level sources ended the copy loop: start it again where it
-    // stopped, or the upload would sit still with nothing left to copy its remaining sources.
-    if (copyLoopEndedByPause.exchange(false) && !uploadCancelled) {
-        auto self = shared_from_this();
-        const std::size_t next = copyLoopNextIndex;
-        dispatcher().async(QueuePriority::High, [self, next] { self->copySourceFiles(next); });
-    }
+    job().resume(qvt::engine::PauseReason::User);
 }
 
 void QVTransferPrivate::cancelTransfer() {
-    if (!uploadPaused) pauseTransfer();
+    if (!uploadPaused()) pauseTransfer();
     view()->setText("stopUploadPrompt", localeSTOP_UPLOAD_PROMPT_txt);
     view()->setText("keepUploadingButton", localeKEEP_UPLOADING_btn);
     view()->setText("stopUploadButton", localeSTOP_UPLOAD_btn);
@@ -143,7 +115,7 @@ void QVTransferPrivate::cancelUploadFiles(int senderTag) {
         case kTagContinue:
             view()->endModal(Dialog::CancelUploadConfirm, kTagContinue);
             // A pause for a lost or full device belongs to its recovery and ends only there.
-            if (!reconnectingDevice && !deviceFull) resumeTransfer();
+            if (!reconnectingDevice() && !deviceFull()) resumeTransfer();
             break;
         case kTagStopUpload:
             view()->endModal(Dialog::CancelUploadConfirm, kTagStopUpload);
@@ -156,7 +128,7 @@ void QVTransferPrivate::cancelUploadFiles(int senderTag) {
         case kTagResume:
             resumeTransfer();
             // A refused resume (full device) leaves the button showing "resume".
-            if (!uploadPaused) view()->setTag(kPauseResumeButton, kTagPause);
+            if (!uploadPaused()) view()->setTag(kPauseResumeButton, kTagPause);
             break;
         default:
             break;
@@ -171,8 +143,8 @@ void QVTransferPrivate::cancelQVTransfer() {
 
 void QVTransferPrivate::terminateTransfer() {
     failedTransferArray.set({});
-    isFileTransferFailed = false;
-    uploadCancelled = true;
+    job().setFailed(false);
+    job().cancel();
     view()->endModal(Dialog::UploadErrors, 0);
     sourceFilesArray.set({});
     failedTransferArray.set({});

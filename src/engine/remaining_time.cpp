@@ -35,44 +35,39 @@ void QVTransferPrivate::calculateRemainingTime() {
             fmt::format("%@%@", localeESTIMATED_TIME_REMAINING_txt, localeCALCULATING_txt)));
         showProgressStatus();
     });
-    if (uploadCancelled) return;
+    qvt::engine::UploadJob& upload = job();
+    if (upload.cancelled()) return;
 
     const qvt::engine::TimeUnitTexts units{localeSECOND_txt,  localeSECONDS_txt, localeMINUTE_txt,
                                            localeMINUTES_txt, localeHOUR_txt,    localeHOURS_txt};
     const std::string aboutFormat = localizedString("TIME_REMAINING_ABOUT_TEXT");
 
-    while (!isFileTransferCompleted && !isFileTransferFailed) {
+    while (!upload.completed() && !upload.failed()) {
         // The bytes at the destination: the handled files, plus what has been written of the
         // file in mid-copy. Reading that size may be slow on a network share, and the time it
         // takes is not upload time.
         const qvt::Date sampleStart = clock().now();
-        std::uint64_t done = totalTransferredFilesSize;
-        const std::string inProcess = inProcessDestFilePath.get();
+        std::uint64_t done = upload.totalTransferredFilesSize;
+        const std::string inProcess = upload.inProcessDestFilePath.get();
         if (!inProcess.empty()) {
             if (const auto size = fmt::files().totalSize(inProcess)) done += *size;
         }
         const std::uint64_t sampleSeconds = wholeSecondsBetween(sampleStart, clock().now());
 
-        if (uploadPaused) {
+        if (upload.paused()) {
             log().write("QVTransfer: calculateRemainingTime 1: timeRemaining_semaphore");
-            const auto semaphore = timeRemaining_semaphore.get();
-            if (semaphore) semaphore->acquire();
+            upload.waitWhilePaused();
             log().write("QVTransfer: calculateRemainingTime 2: timeRemaining_semaphore");
-            // Discard the semaphore just waited on; one that a newer pause put in its place
-            // belongs to that pause and stays.
-            timeRemaining_semaphore.with([&](std::shared_ptr<qvt::PauseSemaphore>& current) {
-                if (current == semaphore) current.reset();
-            });
         }
 
-        std::uint64_t elapsed = wholeSecondsBetween(uploadstartDateTime.get(), clock().now());
+        std::uint64_t elapsed = wholeSecondsBetween(upload.startedAt(), clock().now());
         if (elapsed > sampleSeconds) elapsed -= sampleSeconds;
 
         const std::uint64_t total = totalSourceFilesSize;
         if (total != 0 && total != done) {
             const std::uint64_t remaining =
                 qvt::engine::estimateRemainingSeconds(total, done, elapsed);
-            if (!uploadCancelled && qvt::engine::remainingTimeRefreshesText(remaining)) {
+            if (!upload.cancelled() && qvt::engine::remainingTimeRefreshesText(remaining)) {
                 const std::string timeText = qvt::engine::remainingTimeText(remaining, units);
                 progressStatus.set(
                     fmt::format("%@\n%@", qvt::engine::filesProgressLine(*this),
@@ -80,7 +75,7 @@ void QVTransferPrivate::calculateRemainingTime() {
                                             fmt::format(aboutFormat, timeText))));
             }
         }
-        if (uploadPaused) progressStatus.set(qvt::engine::pausedStatusText(*this));
+        if (upload.paused()) progressStatus.set(qvt::engine::pausedStatusText(*this));
 
         dispatcher().mainSync([this, total, done] {
             progressMaxValue = static_cast<std::int64_t>(total);
@@ -91,25 +86,26 @@ void QVTransferPrivate::calculateRemainingTime() {
         });
         sendFileTransferStatusUpdate(progressStatus.get());
 
-        clock().sleepFor(3);
-        if (uploadCancelled) return;
+        // The next pass in 3 seconds; the end of the upload ends the wait at once.
+        upload.waitUnlessEnded(3);
+        if (upload.cancelled()) return;
     }
 
-    dispatcher().mainSync([this] {
+    dispatcher().mainSync([this, &upload] {
         const std::size_t failures = failedTransferArray.get().size();
         if (failures != 0) {
             // The count of files that arrived is shown unsigned, as the device's other texts do.
             const std::uint64_t arrived =
-                static_cast<std::uint64_t>(progressValue.load()) - failures;
+                static_cast<std::uint64_t>(upload.progressValue.load()) - failures;
             const std::string text = fmt::format(
                 localeSOME_FILES_SUCCESSFULLY_UPLOADED_txt,
                 fmt::format("%lu", static_cast<unsigned long long>(arrived)),
-                fmt::format("%ld", static_cast<long long>(numberOfFilesCountForTransfer)));
+                fmt::format("%ld", static_cast<long long>(upload.numberOfFilesCountForTransfer)));
             progressStatus.set(text);
             progressStatusMsg1.set(text);
         } else {
-            isFileTransferFailed = false;
-            if (isFileTransferCompleted) {
+            upload.setFailed(false);
+            if (upload.completed()) {
                 progressStatus.set(localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
                 progressStatusMsg1.set(localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
                 const auto total = static_cast<std::int64_t>(totalSourceFilesSize.load());
@@ -117,14 +113,14 @@ void QVTransferPrivate::calculateRemainingTime() {
                 transferProgressValue2 = total;
             }
         }
-        if (uploadPaused) progressStatus.set(qvt::engine::pausedStatusText(*this));
+        if (upload.paused()) progressStatus.set(qvt::engine::pausedStatusText(*this));
         showProgressStatus();
     });
 }
 
 void QVTransferPrivate::hideStatusWindow() {
     isStatusWindowHidden = true;
-    if (isFileTransferCompleted)
+    if (isFileTransferCompleted())
         view()->closeWindow();
     else
         view()->minimizeWindow();

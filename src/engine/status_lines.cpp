@@ -7,8 +7,9 @@ namespace qvt::engine {
 std::string filesProgressLine(const QVTransferPrivate& c) {
     return platform::format(
         c.localeUPLOADING_MULTIPLE_FILES_txt,
-        platform::format("%ld", static_cast<long long>(c.progressValue.load())),
-        platform::format("%ld", static_cast<long long>(c.numberOfFilesCountForTransfer.load())));
+        platform::format("%ld", static_cast<long long>(c.job().progressValue.load())),
+        platform::format("%ld",
+                         static_cast<long long>(c.job().numberOfFilesCountForTransfer.load())));
 }
 
 std::string pausedStatusText(const QVTransferPrivate& c) {

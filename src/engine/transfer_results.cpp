@@ -65,17 +65,18 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
             sourcePath, selectedDestinationShare.get(), logTime(*this), describeError(*error)));
     }
 
+    qvt::engine::UploadJob& upload = job();
     // What is at the destination counts as transferred, a partial file after a failure too.
     if (!destFilePath.empty()) {
         if (const auto size = fmt::files().totalSize(destFilePath))
-            totalTransferredFilesSize += *size;
+            upload.totalTransferredFilesSize += *size;
     }
 
     // While the device is lost or full, results are kept but not counted.
-    if (reconnectingDevice || deviceFull) return;
+    if (reconnectingDevice() || deviceFull()) return;
 
-    if (!isFileTransferCompleted && progressValue != numberOfFilesCountForTransfer) {
-        ++progressValue;
+    if (!upload.completed() && upload.progressValue != upload.numberOfFilesCountForTransfer) {
+        ++upload.progressValue;
         subProgressStatus.set("");
         auto self = shared_from_this();
         perFileStatusUpdate->post(dispatcher(), QueuePriority::High, [self] {
@@ -92,8 +93,8 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
         "QVTransfer: processFileTransferStatus: setIsFileTransferCompleted: YES Time: %@\n",
         logTime(*this)));
     log().write(fmt::format("QVTransfer: progressValue:%ld numberOfFilesCountForTransfer:%ld\n",
-                            static_cast<long long>(progressValue.load()),
-                            static_cast<long long>(numberOfFilesCountForTransfer.load())));
+                            static_cast<long long>(upload.progressValue.load()),
+                            static_cast<long long>(upload.numberOfFilesCountForTransfer.load())));
     auto self = shared_from_this();
     dispatcher().mainSync([self] { self->finishFileTransfer(); });
 
@@ -109,7 +110,7 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
 }
 
 void QVTransferPrivate::finishFileTransfer() {
-    isFileTransferCompleted = true;
+    qvt::engine::UploadJob& upload = job();
     view()->setText("statusCloseButton", localeCLOSE_btn);
     const auto full = static_cast<std::int64_t>(totalSourceFilesSize.load());
     transferProgressValue = full;
@@ -118,13 +119,17 @@ void QVTransferPrivate::finishFileTransfer() {
     const qvt::List failures = failedTransferArray.get();
     const std::uint64_t failed = failures.size();
     std::string warning;
+    // The failed flag goes with the completion, so whoever sees the upload ended sees it too.
+    upload.setFailed(failed != 0);
+    upload.complete();
     if (failed != 0) {
-        isFileTransferFailed = true;
         // Also when every file failed: "0 of n" in the some-files text, not a text of its own.
-        const std::uint64_t arrived = static_cast<std::uint64_t>(progressValue.load()) - failed;
+        const std::uint64_t arrived =
+            static_cast<std::uint64_t>(upload.progressValue.load()) - failed;
         const std::string status = fmt::format(
             localeSOME_FILES_SUCCESSFULLY_UPLOADED_txt, unsignedText(arrived),
-            fmt::format("%ld", static_cast<long long>(numberOfFilesCountForTransfer.load())));
+            fmt::format("%ld",
+                        static_cast<long long>(upload.numberOfFilesCountForTransfer.load())));
         progressStatus.set(status);
         progressStatusMsg1.set(status);
 
@@ -139,7 +144,6 @@ void QVTransferPrivate::finishFileTransfer() {
         failedFilesListTreeControllerArray.set(failedListRows(failures));
         view()->reload("failedListOutlineView");
     } else {
-        isFileTransferFailed = false;
         progressStatus.set(localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
         progressStatusMsg1.set(localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
     }

@@ -37,10 +37,6 @@ std::optional<qvt::Value> sourceAt(const QVTransferPrivate& c, std::size_t index
     });
 }
 
-bool uploadStopped(const QVTransferPrivate& c) {
-    return c.isFileTransferCompleted || c.uploadCancelled || c.uploadPaused;
-}
-
 }  // namespace
 
 void QVTransferPrivate::uploadFiles() {
@@ -69,33 +65,26 @@ void QVTransferPrivate::uploadFiles() {
     // The status screen shows before any work begins.
     view()->reload("statusView");
 
+    // The upload is under way from here: the estimator and the state-file loop find it
+    // copying, with its start time now.
+    job().begin();
     auto self = shared_from_this();
     dispatcher().async(QueuePriority::High, [self] { self->unMountSharesNotInUse(); });
-    dispatcher().async(QueuePriority::High, [self] {
-        self->uploadstartDateTime.set(self->clock().now());
-        self->calculateRemainingTime();
-    });
+    dispatcher().async(QueuePriority::High, [self] { self->calculateRemainingTime(); });
     dispatcher().async(QueuePriority::High,
                        [self] { self->saveQVTransferDataToFileForEachFile(); });
     dispatcher().async(QueuePriority::High, [self] { self->copySourceFiles(); });
 }
 
-void QVTransferPrivate::copySourceFiles(std::size_t firstIndex) {
+void QVTransferPrivate::copySourceFiles() {
+    qvt::engine::UploadJob& upload = job();
     // The count is read again after every entry: rows added while the upload runs are copied
     // too.
-    std::size_t i = firstIndex;
-    if (firstIndex > 0) {
-        // A walk taken up again after a pause: the entry before was copied in full while the
-        // pause was in force, which kept it out of the transferred list; it is no longer
-        // pending.
-        if (const std::optional<qvt::Value> previous = sourceAt(*this, firstIndex - 1))
-            transferredSourceFilesArray.with([&](qvt::List& done) {
-                if (std::find(done.begin(), done.end(), *previous) == done.end())
-                    done.push_back(*previous);
-            });
-    }
-    for (; i < sourceCount(*this); ++i) {
-        if (uploadStopped(*this)) break;
+    for (std::size_t i = 0; i < sourceCount(*this); ++i) {
+        // A pause between two sources holds the walk here until the upload goes on, and the
+        // walk then takes up the next source.
+        upload.waitWhilePaused();
+        if (upload.ended()) break;
         const std::optional<qvt::Value> entry = sourceAt(*this, i);
         if (!entry) break;
         const qvt::Record* row = entry->asRecord();
@@ -109,46 +98,41 @@ void QVTransferPrivate::copySourceFiles(std::size_t firstIndex) {
                                 qvt::engine::lastPathComponent(share), logTime(*this)));
 
         // A source under a protected location is copied, never moved.
+        bool excludeFile = false;
         if (removeFilesAfterUpload) {
             const auto excluded = excludeSourceFilesArray.get();
-            if (std::any_of(excluded.begin(), excluded.end(), [&](const std::string& fragment) {
+            excludeFile =
+                std::any_of(excluded.begin(), excluded.end(), [&](const std::string& fragment) {
                     return source.find(fragment) != std::string::npos;
-                }))
-                excludeFile = true;
+                });
         }
 
-        transferFile(source, destination, share);
+        transferFile(source, destination, share, excludeFile);
 
-        if (!uploadStopped(*this))
+        // An entry whose copy ended while a pause was in force was copied in full all the same
+        // (a pause stops at the next file): it joins the transferred list once the pause ends,
+        // so that the state file meanwhile keeps it among the sources still to copy.
+        upload.waitWhilePaused();
+        if (upload.cancelled()) break;
+        // The upload completes at its last file, inside the last entry; that entry stays out of
+        // the transferred list (the state file then has nothing pending anyway).
+        if (!upload.completed())
             transferredSourceFilesArray.with([&](qvt::List& done) { done.push_back(*entry); });
 
         // One failure anywhere in the upload keeps every later source where it is. Only an
         // exact listing among the protected paths keeps a source out of the Trash here, unlike
         // the fragment test above: a source matched only by a fragment was copied, and still
         // goes to the Trash.
-        if (removeFilesAfterUpload && !uploadCancelled && !uploadPaused && !isFileTransferFailed &&
+        if (removeFilesAfterUpload && !isFileTransferFailed() &&
             failedTransferArray.with([](const qvt::List& l) { return l.empty(); })) {
             const auto excluded = excludeSourceFilesArray.get();
             if (std::find(excluded.begin(), excluded.end(), source) == excluded.end())
                 moveSourceToTrash(source);
         }
-        excludeFile = false;
     }
 
-    if (isFileTransferCompleted || uploadCancelled) return;
-    if (uploadPaused) {
-        // A pause between two top-level sources ends the walk here; the resume starts it again
-        // at the first source it had not begun (an entry whose copy ended during the pause was
-        // copied in full and is not copied twice). A resume that came in after the loop saw
-        // the pause finds the flag not yet set, so the loop checks once more and goes on by
-        // itself: exactly one of the two takes the flag.
-        copyLoopNextIndex = i;
-        copyLoopEndedByPause = true;
-        if (uploadPaused || !copyLoopEndedByPause.exchange(false)) return;
-        copySourceFiles(i);
-        return;
-    }
-    isFileTransferCompleted = true;
+    if (upload.ended()) return;
+    upload.complete();
     processFileTransferStatus("", "", std::nullopt);
 }
 

@@ -44,4 +44,11 @@ void SystemClock::sleepFor(double seconds) {
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds / scale_));
 }
 
+bool SystemClock::waitFor(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
+                          double seconds, const std::function<bool()>& done) {
+    seconds = clampSeconds(seconds);
+    if (seconds <= 0) return done();
+    return condition.wait_for(lock, std::chrono::duration<double>(seconds / scale_), done);
+}
+
 }  // namespace qvt::platform

@@ -2,11 +2,9 @@
 // 30-second rhythms faster while the shipped build uses real time.
 #pragma once
 
-#include <atomic>
 #include <chrono>
-#include <cstdint>
+#include <condition_variable>
 #include <functional>
-#include <memory>
 #include <mutex>
 
 #include "qvtransfer/Value.h"
@@ -20,6 +18,11 @@ class Clock {
     virtual Date now() const = 0;
     // Sleeps for the given number of product seconds.
     virtual void sleepFor(double seconds) = 0;
+    // Waits on `condition`, whose mutex `lock` holds, until `done()` answers true or `seconds`
+    // product seconds have passed; answers done(). Every notification of `condition` makes it
+    // ask `done()` again at once, so a change that ends the wait is seen without delay.
+    virtual bool waitFor(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
+                         double seconds, const std::function<bool()>& done) = 0;
     // Seconds from `earlier` to `later` as the product measures them.
     static double secondsBetween(Date earlier, Date later) {
         return std::chrono::duration<double>(later - earlier).count();
@@ -33,6 +36,8 @@ class SystemClock : public Clock {
     explicit SystemClock(double scale = 1.0);
     Date now() const override;
     void sleepFor(double seconds) override;
+    bool waitFor(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
+                 double seconds, const std::function<bool()>& done) override;
     double scale() const { return scale_; }
 
   private:

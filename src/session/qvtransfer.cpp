@@ -20,7 +20,27 @@ namespace fmt = qvt::platform;
 
 QVTransferPrivate::QVTransferPrivate(const qvt::Services& services)
     : perFileStatusUpdate(std::make_shared<qvt::platform::LatestOnlyTask>()),
-      services_(std::make_unique<qvt::Services>(services)) {}
+      services_(std::make_unique<qvt::Services>(services)),
+      job_(std::make_unique<qvt::engine::UploadJob>(services_->clock)) {}
+
+bool QVTransferPrivate::uploadPaused() const {
+    return job_->paused();
+}
+bool QVTransferPrivate::uploadCancelled() const {
+    return job_->cancelled();
+}
+bool QVTransferPrivate::isFileTransferCompleted() const {
+    return job_->completed();
+}
+bool QVTransferPrivate::isFileTransferFailed() const {
+    return job_->failed();
+}
+bool QVTransferPrivate::reconnectingDevice() const {
+    return job_->pausedFor(qvt::engine::PauseReason::DeviceMissing);
+}
+bool QVTransferPrivate::deviceFull() const {
+    return job_->pausedFor(qvt::engine::PauseReason::DeviceFull);
+}
 
 std::shared_ptr<QVTransferPrivate> QVTransferPrivate::initWithDevice(
     const Record& device, const qvt::Services& services) {
@@ -105,16 +125,12 @@ void QVTransferPrivate::awakeFromInterface() {
     transferredSourceFilesArray.set({});
     createFolderParentChildArray.set({});
     totalSourceFilesSize = 0;
-    totalTransferredFilesSize = 0;
     totalNumberOfSourceFolders = 0;
     totalNumberOfSourceFiles = 0;
-    for (auto* flag :
-         {&removeFilesAfterUpload, &uploadCancelled, &uploadPaused, &resumedAfterRestart,
-          &isStatusWindowHidden, &isFileTransferFailed, &nasUsersViewDisplayed, &reconnectingDevice,
-          &deviceFull, &finishedfetchingUsers, &excludeFile})
+    for (auto* flag : {&removeFilesAfterUpload, &isStatusWindowHidden, &nasUsersViewDisplayed,
+                       &finishedfetchingUsers})
         *flag = false;
     transferWindowShouldClose = true;
-    progressValue = 1;
     progressMaxValue = 100;
     progressMaxValue2 = 100;
     // The bars never start empty.
@@ -124,7 +140,6 @@ void QVTransferPrivate::awakeFromInterface() {
     subProgressStatus.set("");
     progressStatusMsg1.set("");
     progressStatusMsg2.set("");
-    inProcessDestFilePath.set("");
     selectedDestinationShare.set("NONE");
     statusTextColor.set(qvt::Colour{75, 90, 104, 1.0});
     mountObject = std::make_unique<qvt::QVTransferMountDestination>(services_->log);
@@ -164,9 +179,9 @@ void QVTransferPrivate::setDelegate(const std::shared_ptr<QVTransferDelegate>& d
 void QVTransferPrivate::sendFileTransferStatusUpdate(const std::string& progressStatusText) {
     auto delegate = delegatedObject.lock();
     if (auto* d = dynamic_cast<QVTransferStatusDelegate*>(delegate.get())) {
-        d->fileTransferStatusUpdate(isFileTransferCompleted, isFileTransferFailed, uploadCancelled,
-                                    uploadPaused, !reconnectingDevice, progressStatusText,
-                                    subProgressStatus.get());
+        d->fileTransferStatusUpdate(isFileTransferCompleted(), isFileTransferFailed(),
+                                    uploadCancelled(), uploadPaused(), !reconnectingDevice(),
+                                    progressStatusText, subProgressStatus.get());
     }
 }
 

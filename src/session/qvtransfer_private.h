@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "engine/handled_paths.h"
+#include "engine/upload_job.h"
 #include "platform/guarded.h"
 #include "qvtransfer/QVTransfer.h"
 #include "qvtransfer/QVTransferDelegate.h"
@@ -174,13 +175,14 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // The Upload button: takes the destination from the outline's selected row, shows the
     // status screen and starts the upload's four concurrent tasks (main).
     void uploadFiles();
-    // The copy loop over sourceFilesArray from entry `firstIndex`; the upload's own thread. The
-    // resume and retry paths run it over their own lists.
-    void copySourceFiles(std::size_t firstIndex = 0);
+    // The copy loop over sourceFilesArray; the upload's own thread. The resume and retry paths
+    // run it over their own lists.
+    void copySourceFiles();
     // Copies one source, a file or a folder with everything below it, to `destFilePath`;
-    // returns when all of it has been handled (upload thread).
+    // returns when all of it has been handled (upload thread). With the move option its files
+    // are moved, unless `excludeFile` says the source is protected: then they are copied.
     void transferFile(const std::string& sourcePath, const std::string& destFilePath,
-                      const std::string& destDir);
+                      const std::string& destDir, bool excludeFile = false);
     // Records the outcome of one handled file; two empty paths and no error end the upload
     // (upload thread).
     void processFileTransferStatus(const std::string& sourcePath, const std::string& destFilePath,
@@ -222,6 +224,17 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // Rewrites the state file every 3 seconds until the upload ends (its own thread).
     void saveQVTransferDataToFileForEachFile();
 
+    // ---- The upload ----
+    // Its run-time state (state, pause reasons, counters, the file in hand), in one object.
+    qvt::engine::UploadJob& job() const { return *job_; }
+    // The upload's flags, read from that state.
+    bool uploadPaused() const;
+    bool uploadCancelled() const;
+    bool isFileTransferCompleted() const;
+    bool isFileTransferFailed() const;
+    bool reconnectingDevice() const;
+    bool deviceFull() const;
+
     // ---- Properties ----
     // Host link
     std::weak_ptr<QVTransferDelegate> delegatedObject;
@@ -243,40 +256,24 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // Paths
     std::string userHomeDirectory;
     std::string transferDataFilePath;
-    qvt::Guarded<std::string> inProcessDestFilePath;
 
     // Mode flags
     std::atomic<bool> isZeroState{false};
     std::atomic<bool> filesAddedAtZeroState{true};
     std::atomic<bool> removeFilesAfterUpload{false};
-    std::atomic<bool> uploadCancelled{false};
-    std::atomic<bool> uploadPaused{false};
-    // Set when a pause ended the copy loop between two top-level sources; the resume that takes
-    // it starts the loop again at copyLoopNextIndex.
-    std::atomic<bool> copyLoopEndedByPause{false};
-    std::atomic<std::size_t> copyLoopNextIndex{0};
-    std::atomic<bool> resumedAfterRestart{false};
     std::atomic<bool> finishedPopulatingDestinationFolders{false};
     std::atomic<bool> isStatusWindowHidden{false};
-    std::atomic<bool> isFileTransferFailed{false};
-    std::atomic<bool> isFileTransferCompleted{false};
     std::atomic<bool> nasUsersViewDisplayed{false};
     std::atomic<bool> uploadFilesButtonEnable{false};
-    std::atomic<bool> reconnectingDevice{false};
-    std::atomic<bool> deviceFull{false};
     std::atomic<bool> transferWindowShouldClose{true};
-    std::atomic<bool> excludeFile{false};
 
     // Counters
     std::atomic<std::uint64_t> totalSourceFilesSize{0};
-    std::atomic<std::uint64_t> totalTransferredFilesSize{0};
     std::atomic<std::int64_t> totalNumberOfSourceFolders{0};
     std::atomic<std::int64_t> totalNumberOfSourceFiles{0};
-    std::atomic<std::int64_t> numberOfFilesCountForTransfer{0};
     std::atomic<std::int64_t> minorOSVersion{0};
     std::atomic<std::int64_t> progressMaxValue{100};
     std::atomic<std::int64_t> progressMaxValue2{100};
-    std::atomic<std::int64_t> progressValue{1};
     std::atomic<std::int64_t> transferProgressValue{5};
     std::atomic<std::int64_t> transferProgressValue2{5};
 
@@ -289,17 +286,10 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     qvt::Guarded<std::string> numberOfFilesAndFolders;
     qvt::Guarded<qvt::Colour> statusTextColor;
 
-    // Pauses: absent (nothing) when no pause is in force; a new pause replaces both.
-    qvt::Guarded<std::shared_ptr<qvt::PauseSemaphore>> transfer_semaphore;
-    qvt::Guarded<std::shared_ptr<qvt::PauseSemaphore>> timeRemaining_semaphore;
     // Held for every build-and-write of the state file, so two writes never overlap.
     std::mutex transferDataFileLock;
     // The delegate's message after each copied file: one send at a time, the newest state.
     std::shared_ptr<qvt::platform::LatestOnlyTask> perFileStatusUpdate;
-
-    // Timing
-    qvt::Guarded<qvt::Date> uploadstartDateTime;
-    qvt::Guarded<qvt::Date> pausedstartDateTime;
 
     // Lists (SourceEntry, FolderNode and FailedTransferRecord entries are records)
     qvt::Guarded<qvt::List> sourceFilesArray;
@@ -349,6 +339,7 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
 
     std::unique_ptr<qvt::Services> services_;
     std::unique_ptr<qvt::QVTransferView> view_;
+    std::unique_ptr<qvt::engine::UploadJob> job_;
 };
 
 namespace qvt {

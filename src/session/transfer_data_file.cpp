@@ -43,13 +43,13 @@ void QVTransferPrivate::saveQVTransferDataToFile() {
     // The handled-files list can be long: it is written into the file straight from where it
     // is kept, in the place of a marker in the record, and is never copied whole.
     std::optional<qvt::HandledPaths::Snapshot> handled;
-    if (!uploadCancelled) {
+    if (!uploadCancelled()) {
         qvt::session::TransferState state;
-        state.isFileTransferCompleted = isFileTransferCompleted;
-        state.isFileTransferFailed = isFileTransferFailed;
-        state.isFileTransferCancelled = uploadCancelled;
-        state.isFileTransferPaused = uploadPaused;
-        state.isDeviceReachable = !reconnectingDevice;
+        state.isFileTransferCompleted = isFileTransferCompleted();
+        state.isFileTransferFailed = isFileTransferFailed();
+        state.isFileTransferCancelled = uploadCancelled();
+        state.isFileTransferPaused = uploadPaused();
+        state.isDeviceReachable = !reconnectingDevice();
         state.deviceType = deviceType();
         state.selectedDestinationShare = selectedDestinationShare.get();
         state.progressStatus = progressStatus.get();
@@ -77,11 +77,12 @@ void QVTransferPrivate::saveQVTransferDataToFile() {
 }
 
 void QVTransferPrivate::saveQVTransferDataToFileForEachFile() {
-    if (uploadCancelled) return;
-    while (!isFileTransferCompleted && !isFileTransferFailed) {
+    qvt::engine::UploadJob& upload = job();
+    if (upload.cancelled()) return;
+    while (!upload.completed() && !upload.failed()) {
         saveQVTransferDataToFile();
-        clock().sleepFor(3);
-        // A cancel during the sleep writes its own (empty) record.
-        if (uploadCancelled) return;
+        // The end of the upload ends the wait at once: a cancel writes its own (empty) record,
+        // the completion its final one.
+        if (upload.waitUnlessEnded(3)) return;
     }
 }

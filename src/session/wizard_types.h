@@ -2,7 +2,6 @@
 // a file's copy error and a status colour.
 #pragma once
 
-#include <semaphore>
 #include <string>
 
 namespace qvt {
@@ -30,9 +29,6 @@ struct TransferError {
     int code = 0;
     std::string localizedDescription;
 };
-
-// A pause of the upload: the copy thread and the estimator each wait on one of these.
-using PauseSemaphore = std::counting_semaphore<16>;
 
 // An RGB colour of 8-bit channels with an alpha fraction.
 struct Colour {

@@ -199,7 +199,7 @@ void QtTransferWindow::reloadStatus() {
         line->setText(qs(owner_.progressStatusMsg1.get()));
     // Once the upload has ended the estimate line has nothing left to say, and pausing or
     // stopping has nothing left to act on: the line is emptied and the two buttons go.
-    const bool ended = owner_.isFileTransferCompleted || owner_.uploadCancelled;
+    const bool ended = owner_.isFileTransferCompleted() || owner_.uploadCancelled();
     if (auto* line = control<QLabel>(QStringLiteral("progressStatusMsg2")))
         line->setText(ended ? QString() : qs(owner_.progressStatusMsg2.get()));
     for (const char* name : {"pauseResumeTransferButton", "stopTransferButton"})

@@ -103,7 +103,7 @@ TEST_F(StatusWindow, PauseButtonPausesAndResumesAndTheEndReadsWell) {
     EXPECT_GT(colourCount(running), 8);
 
     pause->click();
-    EXPECT_TRUE(wizard->uploadPaused);
+    EXPECT_TRUE(wizard->uploadPaused());
     ASSERT_TRUE(waitFor([&] { return pause->tag() == 4; }));
     EXPECT_EQ(pause->currentImageName(), QStringLiteral("icn_resume_up.png"));
     ASSERT_TRUE(
@@ -115,7 +115,7 @@ TEST_F(StatusWindow, PauseButtonPausesAndResumesAndTheEndReadsWell) {
     EXPECT_GT(colourCount(paused), 8);
 
     pause->click();
-    EXPECT_FALSE(wizard->uploadPaused);
+    EXPECT_FALSE(wizard->uploadPaused());
     ASSERT_TRUE(waitFor([&] { return pause->tag() == 3; }));
     EXPECT_EQ(pause->currentImageName(), QStringLiteral("icn_pause_up.png"));
     EXPECT_NE(line1->styleSheet().indexOf(QStringLiteral("rgba(75, 90, 104")), -1);
@@ -124,7 +124,7 @@ TEST_F(StatusWindow, PauseButtonPausesAndResumesAndTheEndReadsWell) {
     auto* close = window->control<QAbstractButton>(QStringLiteral("statusCloseButton"));
     ASSERT_TRUE(waitFor(
         [&] {
-            return wizard->isFileTransferCompleted &&
+            return wizard->isFileTransferCompleted() &&
                    close->text().toStdString() == wizard->localeCLOSE_btn;
         },
         30));
@@ -166,7 +166,7 @@ TEST_F(StatusWindow, StopButtonAsksAndStopEndsTheSession) {
     QTimer::singleShot(0, [&] {
         waitFor([&] { return confirm->isVisible(); });
         sawDialog = confirm->isVisible();
-        pausedWhileAsking = wizard->uploadPaused;
+        pausedWhileAsking = wizard->uploadPaused();
         savePicture(confirm->grab().toImage(), "status_stop_question");
         if (auto* yes = window->control<QAbstractButton>(QStringLiteral("stopUploadButton")))
             yes->click();
@@ -174,7 +174,7 @@ TEST_F(StatusWindow, StopButtonAsksAndStopEndsTheSession) {
     stop->click();
     EXPECT_TRUE(sawDialog);
     EXPECT_TRUE(pausedWhileAsking);
-    EXPECT_TRUE(wizard->uploadCancelled);
+    EXPECT_TRUE(wizard->uploadCancelled());
     EXPECT_FALSE(confirm->isVisible());
     EXPECT_TRUE(waitFor([&] { return delegate->cancelCount.load() == 1; }));
     EXPECT_TRUE(waitFor([&] { return !window->window()->isVisible(); }));
@@ -196,8 +196,8 @@ TEST_F(StatusWindow, KeepUploadingResumesAndHideMinimises) {
             keep->click();
     });
     stop->click();
-    EXPECT_FALSE(wizard->uploadPaused);
-    EXPECT_FALSE(wizard->uploadCancelled);
+    EXPECT_FALSE(wizard->uploadPaused());
+    EXPECT_FALSE(wizard->uploadCancelled());
     auto* pause =
         window->control<QVTransferPausedAndStopButton>(QStringLiteral("pauseResumeTransferButton"));
     EXPECT_TRUE(waitFor([&] { return pause->tag() == 3; }));
@@ -207,7 +207,7 @@ TEST_F(StatusWindow, KeepUploadingResumesAndHideMinimises) {
     EXPECT_TRUE(wizard->isStatusWindowHidden);
     EXPECT_TRUE(waitFor([&] { return window->window()->isMinimized(); }));
     writer->release();
-    EXPECT_TRUE(waitFor([&] { return wizard->isFileTransferCompleted.load(); }, 30));
+    EXPECT_TRUE(waitFor([&] { return wizard->isFileTransferCompleted(); }, 30));
     EXPECT_EQ(delegate->cancelCount.load(), 0);
 }
 
@@ -225,6 +225,6 @@ TEST_F(StatusWindow, LostConnectionCancelEndsTheSession) {
     });
     window->runModal(Dialog::LostConnection);
     EXPECT_FALSE(lost->isVisible());
-    EXPECT_TRUE(wizard->uploadCancelled);
+    EXPECT_TRUE(wizard->uploadCancelled());
     EXPECT_TRUE(waitFor([&] { return delegate->cancelCount.load() == 1; }));
 }

@@ -199,28 +199,29 @@ TEST(DestinationChoice, EnteringTheDestinationKeepsOnlyTickedRowsAndResetsTheUpl
     auto c = onSources(h, List{row(home + "/A", 1), row(home + "/B", 0), row(home + "/C", true),
                                row(home + "/D", false), row(home + "/E", 1)});
     ASSERT_TRUE(c);
-    for (auto* flag : {&c->isStatusWindowHidden, &c->isFileTransferFailed,
-                       &c->isFileTransferCompleted, &c->uploadCancelled, &c->uploadPaused})
-        *flag = true;
+    c->isStatusWindowHidden = true;
+    c->job().pause(engine::PauseReason::User);
+    c->job().setFailed(true);
+    c->job().complete();
     c->statusTextColor.set(Colour{1, 2, 3, 0.5});
     c->failedTransferArray.set(List{Record{{"sourceFilePath", "/x"}}});
     c->inProcessSourceFilesArray.set({"/y"});
     c->totalNumberOfSourceFiles = 42;
-    c->numberOfFilesCountForTransfer = 7;
+    c->job().numberOfFilesCountForTransfer = 7;
 
     c->selectDestinationForFileTransfer();
     EXPECT_EQ(shown(h), "destinationFilesView");
     EXPECT_EQ(paths(c->sourceFilesArray.get()),
               (std::vector<std::string>{home + "/A", home + "/C", home + "/E"}));
     EXPECT_FALSE(c->isStatusWindowHidden);
-    EXPECT_FALSE(c->isFileTransferFailed);
-    EXPECT_FALSE(c->isFileTransferCompleted);
-    EXPECT_FALSE(c->uploadCancelled);
-    EXPECT_FALSE(c->uploadPaused);
+    EXPECT_FALSE(c->isFileTransferFailed());
+    EXPECT_FALSE(c->isFileTransferCompleted());
+    EXPECT_FALSE(c->uploadCancelled());
+    EXPECT_FALSE(c->uploadPaused());
     EXPECT_EQ(c->statusTextColor.get(), (Colour{75, 90, 104, 1.0}));
     EXPECT_TRUE(c->failedTransferArray.get().empty());
     EXPECT_TRUE(c->inProcessSourceFilesArray.get().empty());
-    EXPECT_EQ(c->numberOfFilesCountForTransfer, 42);
+    EXPECT_EQ(c->job().numberOfFilesCountForTransfer, 42);
 
     // Back on the sources, the unticked rows are gone for good.
     c->processBackScreens();

@@ -262,7 +262,7 @@ TEST(Discovery, NothingHappensUnlessReconnecting) {
 TEST(Discovery, MatchingNetworkDeviceReplacesTheAddressAndResumes) {
     Harness h;
     auto c = QVTransferPrivate::initWithDevice(nasDevice("10.0.0.1", "SN1"), h.services);
-    c->reconnectingDevice = true;
+    c->job().pause(qvt::engine::PauseReason::DeviceMissing);
     Record devices{{"NAS", List{Record{{"serialNumber", "OTHER"}, {"ipAddress", "10.0.0.5"}},
                                 Record{{"serialNumber", "SN1"}, {"ipAddress", "10.0.0.9"}},
                                 Record{{"serialNumber", "SN1"}, {"ipAddress", "10.0.0.7"}}}}};
@@ -276,7 +276,7 @@ TEST(Discovery, MatchingNetworkDeviceReplacesTheAddressAndResumes) {
 TEST(Discovery, DirectlyAttachedVolumeHeldByTwoEntriesResumesTwice) {
     Harness h;
     auto c = QVTransferPrivate::initWithDevice(dasDevice(), h.services);
-    c->reconnectingDevice = true;
+    c->job().pause(qvt::engine::PauseReason::DeviceMissing);
     c->selectedDASUUID.set("UUID-1");
     Record vol{{"uuid", "UUID-1"}};
     Record devices{
@@ -289,7 +289,7 @@ TEST(Discovery, DirectlyAttachedVolumeHeldByTwoEntriesResumesTwice) {
 TEST(Discovery, MalformedDeviceListsChangeNothing) {
     Harness h;
     auto c = QVTransferPrivate::initWithDevice(nasDevice("10.0.0.1", "SN1"), h.services);
-    c->reconnectingDevice = true;
+    c->job().pause(qvt::engine::PauseReason::DeviceMissing);
     c->discovereDevicesForTransfer(Record{{"NAS", "not a list"}});
     c->discovereDevicesForTransfer(Record{{"NAS", List{1, "x", Record{}}}});
     c->discovereDevicesForTransfer(Record{});

@@ -29,7 +29,7 @@ std::size_t failureCount(const Session& s) {
 TEST(TransferFile, CopiesAFileAndCountsIt) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 10;
+    s.c->job().numberOfFilesCountForTransfer = 10;
     test::writeFile(s.from("a.txt"), "hello");
 
     s.c->transferFile(s.from("a.txt"), s.at("a.txt"), s.dst);
@@ -37,11 +37,11 @@ TEST(TransferFile, CopiesAFileAndCountsIt) {
     EXPECT_EQ(test::readFile(s.at("a.txt")), "hello");
     EXPECT_TRUE(fs::exists(s.from("a.txt")));  // copied, not moved
     EXPECT_EQ(handled(s), std::vector<std::string>{s.at("a.txt")});
-    EXPECT_EQ(s.c->progressValue, 2);
-    EXPECT_EQ(s.c->totalTransferredFilesSize, 5u);
-    EXPECT_EQ(s.c->inProcessDestFilePath.get(), "");
+    EXPECT_EQ(s.c->job().progressValue, 2);
+    EXPECT_EQ(s.c->job().totalTransferredFilesSize, 5u);
+    EXPECT_EQ(s.c->job().inProcessDestFilePath.get(), "");
     EXPECT_EQ(failureCount(s), 0u);
-    EXPECT_FALSE(s.c->isFileTransferCompleted);
+    EXPECT_FALSE(s.c->isFileTransferCompleted());
 
     // The host hears of the file from a background queue.
     ASSERT_TRUE(test::waitFor([&] { return s.delegate->messageCount() == 1; }));
@@ -55,10 +55,10 @@ TEST(TransferFile, CopiesAFileAndCountsIt) {
 TEST(TransferFile, AMissingSourceIsSkippedSilently) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 10;
+    s.c->job().numberOfFilesCountForTransfer = 10;
     s.c->transferFile(s.from("gone.txt"), s.at("gone.txt"), s.dst);
     EXPECT_TRUE(handled(s).empty());
-    EXPECT_EQ(s.c->progressValue, 1);
+    EXPECT_EQ(s.c->job().progressValue, 1);
     EXPECT_EQ(failureCount(s), 0u);
     EXPECT_FALSE(fs::exists(s.at("gone.txt")));
 }
@@ -66,7 +66,7 @@ TEST(TransferFile, AMissingSourceIsSkippedSilently) {
 TEST(TransferFile, AClashingFileGetsTheNextCopyName) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 10;
+    s.c->job().numberOfFilesCountForTransfer = 10;
     test::writeFile(s.from("notes.txt"), "new");
     test::writeFile(s.at("notes.txt"), "old");
 
@@ -93,7 +93,7 @@ TEST(TransferFile, AClashingFileGetsTheNextCopyName) {
 TEST(TransferFile, FoldersAreMergedAndWalkedFileByFile) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     test::writeFile(s.from("album/photo.jpg"), "new photo");
     test::writeFile(s.from("album/new.jpg"), "another");
     test::writeFile(s.from("album/sub/deep.txt"), "deep");
@@ -113,7 +113,7 @@ TEST(TransferFile, FoldersAreMergedAndWalkedFileByFile) {
     EXPECT_EQ(test::readFile(s.at("album/keep.txt")), "kept");
     // Each file was reported on its own; the folders were not.
     EXPECT_EQ(handled(s).size(), 4u);
-    EXPECT_EQ(s.c->progressValue, 5);
+    EXPECT_EQ(s.c->job().progressValue, 5);
 
     // The same folder again: the clashing file goes on to "copy 2", new ones clash too.
     s.c->transferFile(s.from("album"), s.at("album"), s.dst);
@@ -125,7 +125,7 @@ TEST(TransferFile, FoldersAreMergedAndWalkedFileByFile) {
 TEST(TransferFile, AFolderThatIsNotThereIsCreatedWithItsParents) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     test::writeFile(s.from("tree/a/b/c.txt"), "c");
     fs::create_directories(s.from("tree/empty"));
     s.c->transferFile(s.from("tree"), s.at("deeper/tree"), s.dst);
@@ -136,11 +136,11 @@ TEST(TransferFile, AFolderThatIsNotThereIsCreatedWithItsParents) {
 TEST(TransferFile, AfterARestartAHandledPathIsSkippedWithoutACounterStep) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     test::writeFile(s.from("docs/done.txt"), "done");
     test::writeFile(s.from("docs/todo.txt"), "todo");
     test::writeFile(s.at("docs/done.txt"), "done");  // copied before the restart
-    s.c->resumedAfterRestart = true;
+    s.c->job().resumedAfterRestart = true;
     s.c->inProcessSourceFilesArray.set({s.at("docs/done.txt")});
 
     s.c->transferFile(s.from("docs"), s.at("docs"), s.dst);
@@ -148,10 +148,10 @@ TEST(TransferFile, AfterARestartAHandledPathIsSkippedWithoutACounterStep) {
     EXPECT_FALSE(fs::exists(s.at("docs/done copy.txt")));
     EXPECT_EQ(test::readFile(s.at("docs/todo.txt")), "todo");
     EXPECT_EQ(handled(s), (std::vector<std::string>{s.at("docs/done.txt"), s.at("docs/todo.txt")}));
-    EXPECT_EQ(s.c->progressValue, 2);  // one step, for todo.txt only
+    EXPECT_EQ(s.c->job().progressValue, 2);  // one step, for todo.txt only
 
     // Without the restart flag the same path is a clash like any other.
-    s.c->resumedAfterRestart = false;
+    s.c->job().resumedAfterRestart = false;
     s.c->transferFile(s.from("docs/done.txt"), s.at("docs/done.txt"), s.dst);
     EXPECT_TRUE(fs::exists(s.at("docs/done copy.txt")));
 }
@@ -159,7 +159,7 @@ TEST(TransferFile, AfterARestartAHandledPathIsSkippedWithoutACounterStep) {
 TEST(TransferFile, TheMoveOptionMovesUnlessTheSourceIsExcluded) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     s.c->removeFilesAfterUpload = true;
     test::writeFile(s.from("moved.txt"), "m");
     test::writeFile(s.from("kept.txt"), "k");
@@ -168,8 +168,7 @@ TEST(TransferFile, TheMoveOptionMovesUnlessTheSourceIsExcluded) {
     EXPECT_FALSE(fs::exists(s.from("moved.txt")));
     EXPECT_EQ(test::readFile(s.at("moved.txt")), "m");
 
-    s.c->excludeFile = true;
-    s.c->transferFile(s.from("kept.txt"), s.at("kept.txt"), s.dst);
+    s.c->transferFile(s.from("kept.txt"), s.at("kept.txt"), s.dst, /*excludeFile=*/true);
     EXPECT_TRUE(fs::exists(s.from("kept.txt")));
     EXPECT_EQ(test::readFile(s.at("kept.txt")), "k");
 }
@@ -177,7 +176,7 @@ TEST(TransferFile, TheMoveOptionMovesUnlessTheSourceIsExcluded) {
 TEST(TransferFile, AnUnreadableFileIsListedAsFailedAndTheCopyGoesOn) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     layer.setHook([&](const std::string& op, const std::string& from,
@@ -212,15 +211,15 @@ TEST(TransferFile, AnUnreadableFileIsListedAsFailedAndTheCopyGoesOn) {
     // The other file arrived, and both count as handled.
     EXPECT_EQ(test::readFile(s.at("box/open.txt")), "open");
     EXPECT_EQ(handled(s).size(), 2u);
-    EXPECT_EQ(s.c->progressValue, 3);
-    EXPECT_FALSE(s.c->reconnectingDevice);
-    EXPECT_FALSE(s.c->deviceFull);
+    EXPECT_EQ(s.c->job().progressValue, 3);
+    EXPECT_FALSE(s.c->reconnectingDevice());
+    EXPECT_FALSE(s.c->deviceFull());
 }
 
 TEST(TransferFile, AnUnknownWriteErrorOnAnAliasCountsAsSuccess) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     // The destination turns out to be a link, and writing reports an I/O error.
@@ -236,16 +235,16 @@ TEST(TransferFile, AnUnknownWriteErrorOnAnAliasCountsAsSuccess) {
 
     EXPECT_EQ(failureCount(s), 0u);
     EXPECT_EQ(handled(s), std::vector<std::string>{s.at("linked.txt")});
-    EXPECT_EQ(s.c->progressValue, 2);
-    EXPECT_FALSE(s.c->reconnectingDevice);
-    EXPECT_FALSE(s.c->uploadPaused);
+    EXPECT_EQ(s.c->job().progressValue, 2);
+    EXPECT_FALSE(s.c->reconnectingDevice());
+    EXPECT_FALSE(s.c->uploadPaused());
     EXPECT_FALSE(s.h.log->contains("displayDeviceDisconnect"));
 }
 
 TEST(TransferFile, AnyOtherErrorCodeOfAnAliasIsAFailure) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     layer.setHook([&](const std::string& op, const std::string&,
@@ -264,7 +263,7 @@ TEST(TransferFile, AnyOtherErrorCodeOfAnAliasIsAFailure) {
 TEST(TransferFile, AFailedFolderCreationIsReportedOnceForTheFolder) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     layer.setHook(
@@ -283,18 +282,18 @@ TEST(TransferFile, AFailedFolderCreationIsReportedOnceForTheFolder) {
     EXPECT_EQ(failures[0].asRecord()->string("destFilePath"), s.at("set"));
     EXPECT_FALSE(fs::exists(s.at("set")));
     EXPECT_TRUE(handled(s).empty());
-    EXPECT_EQ(s.c->progressValue, 2);
+    EXPECT_EQ(s.c->job().progressValue, 2);
 }
 
 TEST(TransferFile, ACancelDuringTheCopyLeavesNoRecord) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     layer.setHook(
         [&](const std::string& op, const std::string&, const std::string&) -> std::optional<int> {
-            if (op == "copy") s.c->uploadCancelled = true;
+            if (op == "copy") s.c->job().cancel();
             return std::nullopt;  // the copy itself runs
         });
     test::writeFile(s.from("c.txt"), "c");
@@ -303,7 +302,7 @@ TEST(TransferFile, ACancelDuringTheCopyLeavesNoRecord) {
     s.c->transferFile(s.from("c.txt"), s.at("c.txt"), s.dst);
     EXPECT_TRUE(fs::exists(s.at("c.txt")));
     EXPECT_TRUE(handled(s).empty());
-    EXPECT_EQ(s.c->progressValue, 1);
+    EXPECT_EQ(s.c->job().progressValue, 1);
     EXPECT_EQ(failureCount(s), 0u);
 
     // Once cancelled, nothing more is copied.
@@ -314,7 +313,7 @@ TEST(TransferFile, ACancelDuringTheCopyLeavesNoRecord) {
 TEST(TransferFile, AFileIsNotCopiedOnceTheUploadHasCompleted) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->isFileTransferCompleted = true;
+    s.c->job().complete();
     test::writeFile(s.from("late.txt"), "l");
     s.c->transferFile(s.from("late.txt"), s.at("late.txt"), s.dst);
     EXPECT_FALSE(fs::exists(s.at("late.txt")));
@@ -346,13 +345,13 @@ TEST(TransferFile, ALinkToAFolderInsideASourceIsNotFollowed) {
     const source::TreeCount count = source::countItem(s.from("album"));
     ASSERT_EQ(count.files, static_cast<std::int64_t>(files.size()));
     s.setSources({s.from("album")});
-    s.c->numberOfFilesCountForTransfer = count.files;
+    s.c->job().numberOfFilesCountForTransfer = count.files;
 
     s.startCopyLoop();
     ASSERT_TRUE(s.waitCopyLoop());
     ASSERT_TRUE(s.settle());
 
-    EXPECT_TRUE(s.c->isFileTransferCompleted);
+    EXPECT_TRUE(s.c->isFileTransferCompleted());
     std::vector<std::string> arrived;
     for (const auto& e : fs::directory_iterator(s.at("album")))
         arrived.push_back(e.path().filename().string());

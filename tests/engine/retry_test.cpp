@@ -43,14 +43,11 @@ FaultyFiles::Hook failCopies(std::shared_ptr<std::atomic<int>> attempts, int tim
     };
 }
 
-// What the recovery does once the device is back or has room: the flags go down and the
-// paused copy thread is released.
+// What the recovery does once the device is back or has room: the device's pause ends, which
+// releases the paused copy thread.
 void playRecovery(QVTransferPrivate& c) {
-    c.reconnectingDevice = false;
-    c.deviceFull = false;
-    c.uploadPaused = false;
-    if (auto semaphore = c.transfer_semaphore.get()) semaphore->release();
-    if (auto semaphore = c.timeRemaining_semaphore.get()) semaphore->release();
+    c.job().resume(engine::PauseReason::DeviceMissing);
+    c.job().resume(engine::PauseReason::DeviceFull);
 }
 
 }  // namespace
@@ -58,8 +55,8 @@ void playRecovery(QVTransferPrivate& c) {
 TEST(Retry, AFullDeviceShowsItsDialogAndTheFileIsRetriedAfterTheRecovery) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
-    s.c->progressValue = 3;
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    s.c->job().progressValue = 3;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     auto attempts = std::make_shared<std::atomic<int>>(0);
@@ -72,9 +69,9 @@ TEST(Retry, AFullDeviceShowsItsDialogAndTheFileIsRetriedAfterTheRecovery) {
     ASSERT_TRUE(test::waitFor(
         [&] { return s.h.log->contains("QVTransfer: transferFile 1: transfer_semaphore"); }));
     ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceFullDialog"); }));
-    EXPECT_TRUE(s.c->deviceFull);
-    EXPECT_TRUE(s.c->uploadPaused);
-    EXPECT_FALSE(s.c->reconnectingDevice);
+    EXPECT_TRUE(s.c->deviceFull());
+    EXPECT_TRUE(s.c->uploadPaused());
+    EXPECT_FALSE(s.c->reconnectingDevice());
     EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceFullDialog: transfer_semaphore"));
     EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceFullDialog: timeRemaining_semaphore"));
     EXPECT_EQ(s.c->statusTextColor.get(), (Colour{196, 196, 196, 1.0}));
@@ -102,17 +99,18 @@ TEST(Retry, AFullDeviceShowsItsDialogAndTheFileIsRetriedAfterTheRecovery) {
     // A full device is not a failure: no record, one handled entry, one counter step.
     EXPECT_TRUE(s.c->failedTransferArray.get().empty());
     EXPECT_EQ(s.c->inProcessSourceFilesArray.get(), std::vector<std::string>{s.at("big.bin")});
-    EXPECT_EQ(s.c->progressValue, 4);
-    EXPECT_EQ(s.c->inProcessDestFilePath.get(), "");
-    // The semaphore waited on is gone.
-    EXPECT_FALSE(s.c->transfer_semaphore.get());
+    EXPECT_EQ(s.c->job().progressValue, 4);
+    EXPECT_EQ(s.c->job().inProcessDestFilePath.get(), "");
+    // Nothing waits any more.
+    EXPECT_EQ(s.c->job().waiters(), 0);
 }
 
 TEST(Retry, AFullDeviceThatStaysMarkedRetriesAtOnceWithoutADialog) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
-    s.c->deviceFull = true;  // the first full device of this window was already shown
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    // The first full device of this window was already shown.
+    s.c->job().noteDeviceFullShown();
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     auto attempts = std::make_shared<std::atomic<int>>(0);
@@ -125,15 +123,16 @@ TEST(Retry, AFullDeviceThatStaysMarkedRetriesAtOnceWithoutADialog) {
     EXPECT_EQ(test::readFile(s.at("f.bin")), "f");
     EXPECT_FALSE(s.h.view->called("runModal deviceFullDialog"));
     EXPECT_FALSE(s.h.log->contains("displayDeviceFullDialog"));
-    // While the device is marked full the result is kept but not counted.
+    // Nothing paused the upload this time: the file counts once it has arrived.
+    EXPECT_FALSE(s.c->uploadPaused());
     EXPECT_EQ(s.c->inProcessSourceFilesArray.get().size(), 1u);
-    EXPECT_EQ(s.c->progressValue, 1);
+    EXPECT_EQ(s.c->job().progressValue, 2);
 }
 
 TEST(Retry, AnUnknownWriteErrorOnAPlainFileIsALostDevice) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     auto attempts = std::make_shared<std::atomic<int>>(0);
@@ -144,9 +143,9 @@ TEST(Retry, AnUnknownWriteErrorOnAPlainFileIsALostDevice) {
     ASSERT_TRUE(test::waitFor(
         [&] { return s.h.log->contains("QVTransfer: transferFile 1: transfer_semaphore"); }));
     ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal lostConnectionDialog"); }));
-    EXPECT_TRUE(s.c->reconnectingDevice);
-    EXPECT_TRUE(s.c->uploadPaused);
-    EXPECT_FALSE(s.c->deviceFull);
+    EXPECT_TRUE(s.c->reconnectingDevice());
+    EXPECT_TRUE(s.c->uploadPaused());
+    EXPECT_FALSE(s.c->deviceFull());
     EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceDisconnect: transfer_semaphore"));
     EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceDisconnect: timeRemaining_semaphore"));
     EXPECT_EQ(s.c->progressStatus.get(), "Uploading file 1 of 100\nTest Cloud is not connected");
@@ -161,13 +160,13 @@ TEST(Retry, AnUnknownWriteErrorOnAPlainFileIsALostDevice) {
     ASSERT_TRUE(copy.waitFinished());
     EXPECT_EQ(test::readFile(s.at("doc.txt")), "doc");
     EXPECT_TRUE(s.c->failedTransferArray.get().empty());
-    EXPECT_EQ(s.c->progressValue, 2);
+    EXPECT_EQ(s.c->job().progressValue, 2);
 }
 
 TEST(Retry, ALostVolumeMakesAnyErrorADisconnect) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     auto attempts = std::make_shared<std::atomic<int>>(0);
@@ -179,7 +178,7 @@ TEST(Retry, ALostVolumeMakesAnyErrorADisconnect) {
     ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal lostConnectionDialog"); }));
     ASSERT_TRUE(test::waitFor(
         [&] { return s.h.log->contains("QVTransfer: transferFile 1: transfer_semaphore"); }));
-    EXPECT_TRUE(s.c->reconnectingDevice);
+    EXPECT_TRUE(s.c->reconnectingDevice());
     EXPECT_GT(layer.volumeQueries.load(), 0);
 
     layer.volumeLost = false;
@@ -189,31 +188,34 @@ TEST(Retry, ALostVolumeMakesAnyErrorADisconnect) {
     EXPECT_TRUE(s.c->failedTransferArray.get().empty());
 }
 
-TEST(Retry, NoSecondDisconnectDialogWhileReconnecting) {
+TEST(Retry, NothingIsTriedWhileTheDeviceIsBeingReconnected) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
-    s.c->reconnectingDevice = true;
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    s.c->job().pause(qvt::engine::PauseReason::DeviceMissing);
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     auto attempts = std::make_shared<std::atomic<int>>(0);
-    layer.setHook(failCopies(attempts, 2, EIO));
+    layer.setHook(failCopies(attempts, 0, EIO));
     test::writeFile(s.from("x.txt"), "x");
 
-    s.c->transferFile(s.from("x.txt"), s.at("x.txt"), s.dst);
+    CopyThread copy(s, s.from("x.txt"), s.at("x.txt"));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->job().waiters() == 1; }));
+    EXPECT_EQ(attempts->load(), 0);
+    EXPECT_FALSE(copy.finished());
 
-    EXPECT_EQ(attempts->load(), 3);
+    playRecovery(*s.c);
+    ASSERT_TRUE(copy.waitFinished());
+    EXPECT_EQ(attempts->load(), 1);
     EXPECT_FALSE(s.h.view->called("runModal lostConnectionDialog"));
-    EXPECT_FALSE(s.h.log->contains("displayDeviceDisconnect"));
     EXPECT_EQ(test::readFile(s.at("x.txt")), "x");
-    // Not counted while the device is being reconnected.
-    EXPECT_EQ(s.c->progressValue, 1);
+    EXPECT_EQ(s.c->job().progressValue, 2);
 }
 
 TEST(Retry, AFullDeviceWhileCreatingAFolderRetriesTheWholeFolder) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     auto attempts = std::make_shared<std::atomic<int>>(0);
@@ -239,7 +241,7 @@ TEST(Retry, AFullDeviceWhileCreatingAFolderRetriesTheWholeFolder) {
 TEST(Retry, ACancelReleasesTheWaitingCopyWithoutARecord) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     auto attempts = std::make_shared<std::atomic<int>>(0);
@@ -256,14 +258,14 @@ TEST(Retry, ACancelReleasesTheWaitingCopyWithoutARecord) {
     EXPECT_EQ(attempts->load(), 1);
     EXPECT_FALSE(fs::exists(s.at("big.bin")));
     EXPECT_TRUE(s.c->inProcessSourceFilesArray.get().empty());
-    EXPECT_EQ(s.c->inProcessDestFilePath.get(), "");
+    EXPECT_EQ(s.c->job().inProcessDestFilePath.get(), "");
     EXPECT_EQ(s.delegate->cancelCount.load(), 1);
 }
 
 TEST(Retry, APauseInsideAFolderHoldsTheNextFileUntilResumed) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     auto dispatch = s.h.services.dispatch;
@@ -299,19 +301,15 @@ TEST(Retry, EachDeviceDialogIsShownOnceWhileItsFlagIsSet) {
     Session s;
     ASSERT_TRUE(s.c);
     s.c->displayDeviceDisconnect();
-    const auto copySemaphore = s.c->transfer_semaphore.get();
-    const auto estimatorSemaphore = s.c->timeRemaining_semaphore.get();
-    ASSERT_TRUE(copySemaphore);
-    ASSERT_TRUE(estimatorSemaphore);
-    EXPECT_NE(copySemaphore, estimatorSemaphore);
+    EXPECT_TRUE(s.c->job().pausedFor(engine::PauseReason::DeviceMissing));
+    const Date pausedAt = s.c->job().pausedAt();
     s.c->displayDeviceDisconnect();
-    EXPECT_EQ(s.c->transfer_semaphore.get(), copySemaphore);
 
+    // A full device joins the pause in force; the pause keeps the time it began.
     s.c->displayDeviceFullDialog();
-    const auto fullSemaphore = s.c->transfer_semaphore.get();
-    EXPECT_NE(fullSemaphore, copySemaphore);  // a new pause replaces the semaphores
+    EXPECT_TRUE(s.c->job().pausedFor(engine::PauseReason::DeviceFull));
     s.c->displayDeviceFullDialog();
-    EXPECT_EQ(s.c->transfer_semaphore.get(), fullSemaphore);
+    EXPECT_EQ(s.c->job().pausedAt(), pausedAt);
 
     ASSERT_TRUE(s.settle());
     EXPECT_EQ(s.h.log->count("QVTransfer: displayDeviceDisconnect: transfer_semaphore"), 1u);
@@ -323,7 +321,7 @@ TEST(Retry, EachDeviceDialogIsShownOnceWhileItsFlagIsSet) {
     }
     EXPECT_EQ(std::count(calls.begin(), calls.end(), "runModal lostConnectionDialog"), 1);
     EXPECT_EQ(std::count(calls.begin(), calls.end(), "runModal deviceFullDialog"), 1);
-    EXPECT_TRUE(s.c->uploadPaused);
-    EXPECT_TRUE(s.c->reconnectingDevice);
-    EXPECT_TRUE(s.c->deviceFull);
+    EXPECT_TRUE(s.c->uploadPaused());
+    EXPECT_TRUE(s.c->reconnectingDevice());
+    EXPECT_TRUE(s.c->deviceFull());
 }

@@ -61,15 +61,15 @@ std::optional<StatusMessage> completionMessage(const Session& s, const std::stri
 TEST(Results, EachFileStepsTheCounterAndTellsTheHost) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 4;
+    s.c->job().numberOfFilesCountForTransfer = 4;
     s.c->progressStatus.set("Uploading file 1 of 4");
     s.c->subProgressStatus.set("stale");
     test::writeFile(s.at("done.bin"), "12345678");
 
     s.c->processFileTransferStatus(s.from("done.bin"), s.at("done.bin"), std::nullopt);
 
-    EXPECT_EQ(s.c->progressValue, 2);
-    EXPECT_EQ(s.c->totalTransferredFilesSize, 8u);
+    EXPECT_EQ(s.c->job().progressValue, 2);
+    EXPECT_EQ(s.c->job().totalTransferredFilesSize, 8u);
     EXPECT_EQ(s.c->subProgressStatus.get(), "");
     EXPECT_TRUE(s.c->failedTransferArray.get().empty());
     ASSERT_TRUE(test::waitFor([&] { return s.delegate->messageCount() == 1; }));
@@ -78,7 +78,7 @@ TEST(Results, EachFileStepsTheCounterAndTellsTheHost) {
     EXPECT_EQ(m.subStatus, "");
     EXPECT_FALSE(m.completed);
     EXPECT_NE(m.thread, std::this_thread::get_id());
-    EXPECT_FALSE(s.c->isFileTransferCompleted);
+    EXPECT_FALSE(s.c->isFileTransferCompleted());
 }
 
 // A host that is slower than the copy (it hands each message to its own GUI thread, say) must
@@ -115,7 +115,7 @@ TEST(Results, AHostSlowerThanTheCopyGetsTheNewestStatusWithoutAThreadPerFile) {
     ASSERT_TRUE(s.c);
     auto slow = std::make_shared<SlowDelegate>();
     s.c->setDelegate(slow);
-    s.c->numberOfFilesCountForTransfer = 1000;
+    s.c->job().numberOfFilesCountForTransfer = 1000;
     test::writeFile(s.at("done.bin"), "1");
 
     s.c->progressStatus.set("Uploading file 1 of 1000");
@@ -125,7 +125,7 @@ TEST(Results, AHostSlowerThanTheCopyGetsTheNewestStatusWithoutAThreadPerFile) {
         s.c->progressStatus.set("Uploading file " + std::to_string(file) + " of 1000");
         s.c->processFileTransferStatus(s.from("done.bin"), s.at("done.bin"), std::nullopt);
     }
-    EXPECT_EQ(s.c->progressValue, 201);
+    EXPECT_EQ(s.c->job().progressValue, 201);
     EXPECT_EQ(s.h.services.dispatch->running(), 1);
 
     slow->release();
@@ -139,7 +139,7 @@ TEST(Results, AHostSlowerThanTheCopyGetsTheNewestStatusWithoutAThreadPerFile) {
 TEST(Results, AFailureIsRecordedAndItsPartialFileCounted) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 4;
+    s.c->job().numberOfFilesCountForTransfer = 4;
     test::writeFile(s.at("partial.bin"), "abc");
 
     s.c->processFileTransferStatus(s.from("partial.bin"), s.at("partial.bin"),
@@ -150,8 +150,8 @@ TEST(Results, AFailureIsRecordedAndItsPartialFileCounted) {
     EXPECT_EQ(*failures[0].asRecord(), (Record{{"sourceFilePath", s.from("partial.bin")},
                                                {"destFilePath", s.at("partial.bin")},
                                                {"localizedError", "No space left on device"}}));
-    EXPECT_EQ(s.c->totalTransferredFilesSize, 3u);
-    EXPECT_EQ(s.c->progressValue, 2);
+    EXPECT_EQ(s.c->job().totalTransferredFilesSize, 3u);
+    EXPECT_EQ(s.c->job().progressValue, 2);
     EXPECT_TRUE(s.h.log->contains("QVTransfer: processFileTransferStatus of file/folder " +
                                   s.from("partial.bin") + " to " + s.dst + " Time: "));
     EXPECT_TRUE(s.h.log->contains(" Error: No space left on device"));
@@ -160,19 +160,19 @@ TEST(Results, AFailureIsRecordedAndItsPartialFileCounted) {
 TEST(Results, NothingIsCountedWhileTheDeviceIsLostOrFull) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 4;
+    s.c->job().numberOfFilesCountForTransfer = 4;
     test::writeFile(s.at("x.bin"), "xx");
 
-    s.c->reconnectingDevice = true;
+    s.c->job().pause(qvt::engine::PauseReason::DeviceMissing);
     s.c->processFileTransferStatus(s.from("x.bin"), s.at("x.bin"), TransferError{13, "denied"});
-    s.c->reconnectingDevice = false;
-    s.c->deviceFull = true;
+    s.c->job().pause(qvt::engine::PauseReason::DeviceFull);
+    s.c->job().resume(qvt::engine::PauseReason::DeviceMissing);
     s.c->processFileTransferStatus(s.from("x.bin"), s.at("x.bin"), std::nullopt);
 
     // Recorded, sizes added, but no step and no message.
     EXPECT_EQ(s.c->failedTransferArray.get().size(), 1u);
-    EXPECT_EQ(s.c->totalTransferredFilesSize, 4u);
-    EXPECT_EQ(s.c->progressValue, 1);
+    EXPECT_EQ(s.c->job().totalTransferredFilesSize, 4u);
+    EXPECT_EQ(s.c->job().progressValue, 1);
     ASSERT_TRUE(s.settle());
     EXPECT_EQ(s.delegate->messageCount(), 0u);
 }
@@ -189,17 +189,17 @@ TEST(Results, AllFilesArrivedEndsWithTheAllFilesTextAndReleasesTheMounts) {
     test::writeFile(s.from("a.txt"), "aa");
     test::writeFile(s.from("b.txt"), "bbb");
     s.setSources({s.from("a.txt"), s.from("b.txt")});
-    s.c->numberOfFilesCountForTransfer = 2;
+    s.c->job().numberOfFilesCountForTransfer = 2;
     s.c->totalSourceFilesSize = 5;
-    s.c->isFileTransferFailed = true;  // left from an earlier upload
+    s.c->job().setFailed(true);  // left from an earlier upload
     s.c->subProgressStatus.set("old");
 
     s.startCopyLoop();
     ASSERT_TRUE(s.waitCopyLoop());
     ASSERT_TRUE(s.settle());
 
-    EXPECT_TRUE(s.c->isFileTransferCompleted);
-    EXPECT_FALSE(s.c->isFileTransferFailed);
+    EXPECT_TRUE(s.c->isFileTransferCompleted());
+    EXPECT_FALSE(s.c->isFileTransferFailed());
     EXPECT_EQ(s.c->progressStatus.get(), "All files uploaded");
     EXPECT_EQ(s.c->progressStatusMsg1.get(), "All files uploaded");
     EXPECT_EQ(s.c->subProgressStatus.get(), "");
@@ -238,14 +238,14 @@ TEST(Results, SomeFailuresEndWithTheSomeFilesTextTheWarningAndTheFailedList) {
     test::writeFile(s.from("dir/bad-one.txt"), "x");
     test::writeFile(s.from("good2.txt"), "2");
     s.setSources({s.from("good1.txt"), s.from("dir"), s.from("good2.txt")});
-    s.c->numberOfFilesCountForTransfer = 3;
+    s.c->job().numberOfFilesCountForTransfer = 3;
 
     s.startCopyLoop();
     ASSERT_TRUE(s.waitCopyLoop());
     ASSERT_TRUE(s.settle());
 
-    EXPECT_TRUE(s.c->isFileTransferCompleted);
-    EXPECT_TRUE(s.c->isFileTransferFailed);
+    EXPECT_TRUE(s.c->isFileTransferCompleted());
+    EXPECT_TRUE(s.c->isFileTransferFailed());
     EXPECT_EQ(s.c->progressStatus.get(), "2 of 3 files uploaded");
     EXPECT_EQ(s.c->progressStatusMsg1.get(), "2 of 3 files uploaded");
     EXPECT_EQ(text(s, "errorWarningMessage"), "1 files failed to upload");
@@ -277,14 +277,14 @@ TEST(Results, WhenEveryFileFailsTheSomeFilesTextShowsNoneOfThem) {
     test::writeFile(s.from("bad2.txt"), "2");
     test::writeFile(s.from("bad3.txt"), "3");
     s.setSources({s.from("bad1.txt"), s.from("bad2.txt"), s.from("bad3.txt")});
-    s.c->numberOfFilesCountForTransfer = 3;
+    s.c->job().numberOfFilesCountForTransfer = 3;
 
     s.startCopyLoop();
     ASSERT_TRUE(s.waitCopyLoop());
     ASSERT_TRUE(s.settle());
 
-    EXPECT_TRUE(s.c->isFileTransferFailed);
-    EXPECT_TRUE(s.c->isFileTransferCompleted);
+    EXPECT_TRUE(s.c->isFileTransferFailed());
+    EXPECT_TRUE(s.c->isFileTransferCompleted());
     EXPECT_EQ(s.c->progressStatus.get(), "0 of 3 files uploaded");
     EXPECT_EQ(text(s, "errorWarningMessage"), "3 files failed to upload");
     const List rows = s.c->failedFilesListTreeControllerArray.get();
@@ -304,7 +304,7 @@ TEST(Results, TheEndStepSavesTheStateFile) {
     layer.setHook(failBadFiles());
     test::writeFile(s.from("bad.txt"), "b");
     s.setSources({s.from("bad.txt")});
-    s.c->numberOfFilesCountForTransfer = 1;
+    s.c->job().numberOfFilesCountForTransfer = 1;
 
     s.startCopyLoop();
     ASSERT_TRUE(s.waitCopyLoop());

@@ -69,7 +69,7 @@ TEST(UploadFiles, AnEmptySourceListCompletesAtOnce) {
     ASSERT_TRUE(s.c);
     s.c->userName.set("alice");
     s.c->userPassword.set("pw-not-for-logs");
-    s.c->numberOfFilesCountForTransfer = 0;
+    s.c->job().numberOfFilesCountForTransfer = 0;
     s.c->selectedDestinationShare.set("NONE");
     s.h.view->selectedFolder = s.dst;
     const Date before = s.h.services.clock->now();
@@ -82,16 +82,16 @@ TEST(UploadFiles, AnEmptySourceListCompletesAtOnce) {
     EXPECT_EQ(s.c->selectedDestinationShare.get(), s.dst);
     EXPECT_TRUE(s.h.view->called("reload statusView"));
 
-    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted.load(); }));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
     ASSERT_TRUE(s.settle());
 
-    EXPECT_FALSE(s.c->isFileTransferFailed);
+    EXPECT_FALSE(s.c->isFileTransferFailed());
     EXPECT_EQ(s.c->progressStatus.get(), "All files uploaded");
     EXPECT_EQ(s.h.view->texts["statusCloseButton"], "Close");
     EXPECT_TRUE(s.h.log->contains(
         "QVTransfer: processFileTransferStatus: setIsFileTransferCompleted: YES Time: "));
     EXPECT_TRUE(hasLine(s, "QVTransfer: progressValue:1 numberOfFilesCountForTransfer:0\n"));
-    EXPECT_GE(s.c->uploadstartDateTime.get(), before);
+    EXPECT_GE(s.c->job().startedAt(), before);
 
     // The login went to the keychain under the serial number, and nowhere else.
     const auto items = keychain->items();
@@ -123,19 +123,19 @@ TEST(UploadFiles, CopiesEverySourceWithTheEstimatorAndTheStateWriterRunning) {
     test::writeFile(s.from("folder/two.txt"), "22");
     test::writeFile(s.from("folder/three.txt"), "333");
     s.setSources({s.from("one.txt"), s.from("folder")});
-    s.c->numberOfFilesCountForTransfer = 3;
+    s.c->job().numberOfFilesCountForTransfer = 3;
     s.c->totalSourceFilesSize = 9;
     s.h.view->selectedFolder = s.dst;
 
     s.c->uploadFiles();
-    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted.load(); }));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
     ASSERT_TRUE(s.settle());
 
     EXPECT_EQ(test::readFile(s.at("one.txt")), "1111");
     EXPECT_EQ(test::readFile(s.at("folder/two.txt")), "22");
     EXPECT_EQ(test::readFile(s.at("folder/three.txt")), "333");
-    EXPECT_EQ(s.c->totalTransferredFilesSize, 9u);
-    EXPECT_EQ(s.c->progressValue, 3);
+    EXPECT_EQ(s.c->job().totalTransferredFilesSize, 9u);
+    EXPECT_EQ(s.c->job().progressValue, 3);
     EXPECT_EQ(s.c->progressStatus.get(), "All files uploaded");
     EXPECT_EQ(s.c->transferProgressValue, 9);
     EXPECT_TRUE(s.h.log->contains("QVTransfer: Uploading file/folder " + s.from("one.txt") +
@@ -160,11 +160,11 @@ TEST(UploadFiles, ADirectlyAttachedDestinationRecordsItsVolumeUUID) {
     ASSERT_TRUE(volume->ok());
     fs::create_directories(s.h.home.path() + "/disk/Backups");
     s.h.view->selectedFolder = s.h.home.path() + "/disk/Backups";
-    s.c->numberOfFilesCountForTransfer = 0;
+    s.c->job().numberOfFilesCountForTransfer = 0;
 
     s.c->uploadFiles();
     EXPECT_EQ(s.c->selectedDASUUID.get(), uuid);
-    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted.load(); }));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
     ASSERT_TRUE(s.settle());
     // The state file keys the record by that UUID.
     const auto root = platform::readPropertyList(s.c->transferDataFilePath);
@@ -180,12 +180,12 @@ TEST(UploadFiles, ADestinationWhoseVolumeHasNoUUIDLeavesItEmpty) {
     ASSERT_TRUE(volume->ok());
     s.h.view->selectedFolder = s.h.home.path() + "/ram";
     s.c->selectedDASUUID.set("left over");
-    s.c->numberOfFilesCountForTransfer = 0;
+    s.c->job().numberOfFilesCountForTransfer = 0;
 
     s.c->uploadFiles();
     EXPECT_EQ(s.c->selectedDASUUID.get(), "");
     EXPECT_EQ(s.c->selectedDestinationShare.get(), s.h.home.path() + "/ram");
-    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted.load(); }));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
     ASSERT_TRUE(s.settle());
 }
 
@@ -198,7 +198,7 @@ TEST(CopyLoop, AListThatGrowsWhileTheLoopRunsIsWalkedToItsNewEnd) {
     test::writeFile(s.from("b.txt"), "b");
     test::writeFile(s.from("late.txt"), "late");
     s.setSources({s.from("a.txt"), s.from("b.txt")});
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     auto c = s.c;
     const std::string late = s.from("late.txt");
     layer.setHook([c, late, first = s.from("a.txt")](const std::string& op, const std::string& from,
@@ -216,7 +216,7 @@ TEST(CopyLoop, AListThatGrowsWhileTheLoopRunsIsWalkedToItsNewEnd) {
     EXPECT_EQ(s.transferredPaths(),
               (std::vector<std::string>{s.from("a.txt"), s.from("b.txt"), s.from("late.txt")}));
     // The loop's end call finished the upload.
-    EXPECT_TRUE(s.c->isFileTransferCompleted);
+    EXPECT_TRUE(s.c->isFileTransferCompleted());
     EXPECT_TRUE(hasLine(s, "QVTransfer: progressValue:4 numberOfFilesCountForTransfer:100\n"));
 }
 
@@ -226,12 +226,12 @@ TEST(CopyLoop, TheLastFileOfTheUploadEndsItInsideItsEntry) {
     test::writeFile(s.from("a.txt"), "a");
     test::writeFile(s.from("b.txt"), "b");
     s.setSources({s.from("a.txt"), s.from("b.txt")});
-    s.c->numberOfFilesCountForTransfer = 2;
+    s.c->job().numberOfFilesCountForTransfer = 2;
 
     s.startCopyLoop();
     ASSERT_TRUE(s.waitCopyLoop());
 
-    EXPECT_TRUE(s.c->isFileTransferCompleted);
+    EXPECT_TRUE(s.c->isFileTransferCompleted());
     EXPECT_EQ(s.h.log->count("QVTransfer: processFileTransferStatus: setIsFileTransferCompleted"),
               1u);
     EXPECT_TRUE(hasLine(s, "QVTransfer: progressValue:2 numberOfFilesCountForTransfer:2\n"));
@@ -257,17 +257,17 @@ TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
             if (op != "flush") return std::nullopt;
             std::lock_guard lock(*flushMutex);
             flushes->push_back(path);
-            completedBefore->push_back(c->isFileTransferCompleted.load());
+            completedBefore->push_back(c->isFileTransferCompleted());
             return EIO;
         });
     for (const char* n : {"a.txt", "b.txt"}) test::writeFile(s.from(n), n);
     s.setSources({s.from("a.txt"), s.from("b.txt")});
     s.c->selectedDestinationShare.set(s.dst);
-    s.c->numberOfFilesCountForTransfer = 2;
+    s.c->job().numberOfFilesCountForTransfer = 2;
     s.startCopyLoop();
     ASSERT_TRUE(s.waitCopyLoop());
     ASSERT_TRUE(s.settle());
-    EXPECT_TRUE(s.c->isFileTransferCompleted);
+    EXPECT_TRUE(s.c->isFileTransferCompleted());
     EXPECT_EQ(test::readFile(s.at("b.txt")), "b.txt");
     {
         std::lock_guard lock(*flushMutex);
@@ -277,37 +277,39 @@ TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
     EXPECT_TRUE(hasLine(s, "QVTransfer: flushVolume: " + s.dst + " error 5\n"));
 }
 
-TEST(CopyLoop, APauseAfterAnEntryEndsTheWalkThere) {
+TEST(CopyLoop, APauseAfterAnEntryHoldsTheWalkThere) {
     Session s;
     ASSERT_TRUE(s.c);
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     for (const char* n : {"e0.txt", "e1.txt", "e2.txt", "e3.txt"}) test::writeFile(s.from(n), n);
     s.setSources({s.from("e0.txt"), s.from("e1.txt"), s.from("e2.txt"), s.from("e3.txt")});
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     layer.setHook(pauseWhenCopying(s, s.from("e2.txt")));
 
     s.startCopyLoop();
-    ASSERT_TRUE(s.waitCopyLoop());
+    // The walk waits for the pause to end.
+    ASSERT_TRUE(test::waitFor([&] { return s.c->job().waiters() == 1; }));
 
     // Entry 2's copy returned after the pause: it is at the destination but not transferred.
     EXPECT_EQ(s.transferredPaths(), (std::vector<std::string>{s.from("e0.txt"), s.from("e1.txt")}));
     EXPECT_TRUE(fs::exists(s.at("e2.txt")));
     EXPECT_FALSE(fs::exists(s.at("e3.txt")));
-    EXPECT_TRUE(s.c->uploadPaused);
-    EXPECT_FALSE(s.c->isFileTransferCompleted);
+    EXPECT_TRUE(s.c->uploadPaused());
+    EXPECT_FALSE(s.c->isFileTransferCompleted());
     EXPECT_FALSE(s.h.log->contains("setIsFileTransferCompleted"));
-    // Resuming starts the walk again at the first entry it had not begun: entry 2 was copied
-    // in full and is not copied a second time.
+    // Resuming lets the walk go on at the first entry it had not begun: entry 2 was copied in
+    // full and is not copied a second time.
     s.h.services.dispatch->mainSync([&] { s.c->resumeTransfer(); });
-    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted.load(); }, 20));
+    ASSERT_TRUE(s.waitCopyLoop());
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }, 20));
     ASSERT_TRUE(s.settle());
     EXPECT_EQ(test::readFile(s.at("e3.txt")), "e3.txt");
     EXPECT_FALSE(fs::exists(s.at("e2 copy.txt")));
     // Entry 2 counts as transferred once the walk goes on: nothing of it is pending.
     EXPECT_EQ(s.transferredPaths(), (std::vector<std::string>{s.from("e0.txt"), s.from("e1.txt"),
                                                               s.from("e2.txt"), s.from("e3.txt")}));
-    EXPECT_FALSE(s.c->uploadPaused);
+    EXPECT_FALSE(s.c->uploadPaused());
 }
 
 TEST(CopyLoop, APauseResumedBeforeTheLoopEndsIsNotLost) {
@@ -332,7 +334,7 @@ TEST(CopyLoop, APauseResumedBeforeTheLoopEndsIsNotLost) {
         return std::nullopt;
     });
     s.startCopyLoop();
-    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted.load(); }, 20));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }, 20));
     ASSERT_TRUE(s.settle());
     for (const char* n : {"f0.txt", "f1.txt", "f2.txt"}) EXPECT_EQ(test::readFile(s.at(n)), n);
     EXPECT_FALSE(fs::exists(s.at("f1 copy.txt")));
@@ -352,7 +354,7 @@ TEST(CopyLoop, TheMoveOptionTrashesUploadedSourcesButNeverExcludedOnes) {
     s.setSources({s.from("Library"), s.from("Docs"), s.from("note.txt")});
     s.c->excludeSourceFilesArray.set({s.from("Library")});
     s.c->removeFilesAfterUpload = true;
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
 
     s.startCopyLoop();
     ASSERT_TRUE(s.waitCopyLoop());
@@ -374,7 +376,6 @@ TEST(CopyLoop, TheMoveOptionTrashesUploadedSourcesButNeverExcludedOnes) {
     EXPECT_FALSE(fs::exists(s.from("note.txt")));
     EXPECT_TRUE(hasLine(s, "QVTransfer: removeError: " + s.from("note.txt") + " \n"));
     EXPECT_FALSE(s.h.log->contains("QVTransfer: removeError: " + s.from("Docs")));
-    EXPECT_FALSE(s.c->excludeFile);
 }
 
 TEST(CopyLoop, AFragmentMatchIsCopiedButOnlyAnExactMatchStaysOutOfTheTrash) {
@@ -385,7 +386,7 @@ TEST(CopyLoop, AFragmentMatchIsCopiedButOnlyAnExactMatchStaysOutOfTheTrash) {
     // Listed as a fragment of the source's path, not the path itself.
     s.c->excludeSourceFilesArray.set({s.from("Archive")});
     s.c->removeFilesAfterUpload = true;
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
 
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
@@ -417,7 +418,7 @@ TEST(CopyLoop, NothingIsTrashedAfterAFailure) {
     test::writeFile(s.from("Second/fine.txt"), "f");
     s.setSources({s.from("First"), s.from("Second")});
     s.c->removeFilesAfterUpload = true;
-    s.c->numberOfFilesCountForTransfer = 100;
+    s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     layer.setHook([bad = s.from("First/bad.txt")](const std::string& op, const std::string& from,
@@ -438,5 +439,5 @@ TEST(CopyLoop, NothingIsTrashedAfterAFailure) {
     EXPECT_FALSE(inTrash("First"));
     EXPECT_FALSE(inTrash("Second"));
     EXPECT_FALSE(s.h.log->contains("removeError"));
-    EXPECT_TRUE(s.c->isFileTransferFailed);
+    EXPECT_TRUE(s.c->isFileTransferFailed());
 }

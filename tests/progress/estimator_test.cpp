@@ -14,15 +14,15 @@ namespace {
 // seconds, `r` * 1 byte per second still to go. `parked` says the estimator waits in its sleep,
 // whose 3 seconds pass before the next sample.
 void arrangeEstimate(ManualSession& s, std::uint64_t r, bool parked) {
-    s.c->totalTransferredFilesSize = 10;
+    s.c->job().totalTransferredFilesSize = 10;
     s.c->totalSourceFilesSize = 10 + r;
     const double ahead = parked ? 3.0 : 0.0;
-    s.c->uploadstartDateTime.set(s.clock->now() + platform::secondsToDuration(ahead - 10.0));
+    s.c->job().setStartedAt(s.clock->now() + platform::secondsToDuration(ahead - 10.0));
 }
 
 std::string filesLine(const ManualSession& s) {
-    return "Uploading file " + std::to_string(s.c->progressValue.load()) + " of " +
-           std::to_string(s.c->numberOfFilesCountForTransfer.load());
+    return "Uploading file " + std::to_string(s.c->job().progressValue.load()) + " of " +
+           std::to_string(s.c->job().numberOfFilesCountForTransfer.load());
 }
 
 }  // namespace
@@ -30,7 +30,7 @@ std::string filesLine(const ManualSession& s) {
 TEST(Estimator, StartsWithTheCalculatingText) {
     ManualSession s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 4;
+    s.c->job().numberOfFilesCountForTransfer = 4;
     s.c->totalSourceFilesSize = 0;  // nothing known yet: no estimate
     EstimatorDriver d(s);
     d.start();
@@ -50,8 +50,8 @@ TEST(Estimator, StartsWithTheCalculatingText) {
 TEST(Estimator, EveryRowOfTheTableThroughThePasses) {
     ManualSession s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 9;
-    s.c->progressValue = 3;
+    s.c->job().numberOfFilesCountForTransfer = 9;
+    s.c->job().progressValue = 3;
     struct Row {
         std::uint64_t r;
         const char* shown;  // what the second line says after this pass
@@ -87,10 +87,10 @@ TEST(Estimator, TheFileInMidCopyCountsWithTheHandledBytes) {
     ASSERT_TRUE(s.c);
     TempDir dest;
     writeFile(dest / "partial.bin", std::string(1000, 'x'));
-    s.c->inProcessDestFilePath.set(dest / "partial.bin");
-    s.c->totalTransferredFilesSize = 1000;
+    s.c->job().inProcessDestFilePath.set(dest / "partial.bin");
+    s.c->job().totalTransferredFilesSize = 1000;
     s.c->totalSourceFilesSize = 4000;
-    s.c->uploadstartDateTime.set(s.clock->now() - std::chrono::seconds(10));
+    s.c->job().setStartedAt(s.clock->now() - std::chrono::seconds(10));
     EstimatorDriver d(s);
     d.start();
     ASSERT_TRUE(d.waitPasses(1));
@@ -99,8 +99,8 @@ TEST(Estimator, TheFileInMidCopyCountsWithTheHandledBytes) {
     EXPECT_EQ(s.c->progressStatusMsg2.get(), s.estimateLine("10 seconds"));
 
     // A size that cannot be read counts as 0: T = 1000, 30 s to go.
-    s.c->inProcessDestFilePath.set(dest / "missing.bin");
-    s.c->uploadstartDateTime.set(s.clock->now() + std::chrono::seconds(3 - 10));
+    s.c->job().inProcessDestFilePath.set(dest / "missing.bin");
+    s.c->job().setStartedAt(s.clock->now() + std::chrono::seconds(3 - 10));
     d.next();
     ASSERT_TRUE(d.waitPasses(2));
     EXPECT_EQ(s.c->transferProgressValue, 1000);
@@ -115,7 +115,7 @@ TEST(Estimator, AllBytesDoneMakesNoEstimate) {
     d.start();
     ASSERT_TRUE(d.waitPasses(1));
     ASSERT_EQ(s.c->progressStatusMsg2.get(), s.estimateLine("59 seconds"));
-    s.c->totalTransferredFilesSize = s.c->totalSourceFilesSize.load();
+    s.c->job().totalTransferredFilesSize = s.c->totalSourceFilesSize.load();
     d.next();
     ASSERT_TRUE(d.waitPasses(2));
     EXPECT_EQ(s.c->progressStatusMsg2.get(), s.estimateLine("59 seconds"));
@@ -127,8 +127,8 @@ TEST(Estimator, MoreBytesThanTheTotalGivesAnAbsurdEstimateWithoutCrashing) {
     ASSERT_TRUE(s.c);
     // (10 - 30) wraps to 2^64 - 20; over 30 bytes a second that is 614891469123651719 s.
     s.c->totalSourceFilesSize = 10;
-    s.c->totalTransferredFilesSize = 30;
-    s.c->uploadstartDateTime.set(s.clock->now() - std::chrono::seconds(1));
+    s.c->job().totalTransferredFilesSize = 30;
+    s.c->job().setStartedAt(s.clock->now() - std::chrono::seconds(1));
     EstimatorDriver d(s);
     d.start();
     ASSERT_TRUE(d.waitPasses(1));
@@ -159,30 +159,31 @@ TEST(Estimator, SendsTheStatusMessageFromItsOwnThreadEveryPass) {
     }
 }
 
-TEST(Estimator, PausedPassWithoutSemaphoreShowsThePausedText) {
+TEST(Estimator, APassThatFindsTheUploadPausedWaitsForTheResume) {
     ManualSession s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 5;
-    s.c->progressValue = 2;
+    s.c->job().numberOfFilesCountForTransfer = 5;
+    s.c->job().progressValue = 2;
     arrangeEstimate(s, 59, false);
-    // Paused, but the semaphore was already discarded: the pass does not block.
-    s.c->uploadPaused = true;
+    s.c->pauseTransfer();
     EstimatorDriver d(s);
     d.start();
-    ASSERT_TRUE(d.waitPasses(1));
-    EXPECT_EQ(s.c->progressStatus.get(), "Uploading file 2 of 5\nUpload paused");
-    EXPECT_EQ(s.c->progressStatusMsg1.get(), "Uploading file 2 of 5");
-    EXPECT_EQ(s.c->progressStatusMsg2.get(), "Upload paused");
+    ASSERT_TRUE(waitFor([&] { return s.c->job().waiters() == 1; }));
     EXPECT_TRUE(s.h.log->contains("QVTransfer: calculateRemainingTime 1: timeRemaining_semaphore"));
+    EXPECT_FALSE(
+        s.h.log->contains("QVTransfer: calculateRemainingTime 2: timeRemaining_semaphore"));
+    EXPECT_EQ(d.passes(), 0);
+    // Its start text stands meanwhile: no estimate is made while paused.
+    EXPECT_EQ(s.c->progressStatusMsg1.get(), "Uploading file 2 of 5");
+    EXPECT_EQ(s.c->progressStatusMsg2.get(), "Estimated time remaining: calculating");
+
+    s.c->resumeTransfer();
+    ASSERT_TRUE(d.waitPasses(1));
     EXPECT_TRUE(s.h.log->contains("QVTransfer: calculateRemainingTime 2: timeRemaining_semaphore"));
-    // Also with nothing known about the total.
-    s.c->totalSourceFilesSize = 0;
-    d.next();
-    ASSERT_TRUE(d.waitPasses(2));
-    EXPECT_EQ(s.c->progressStatusMsg2.get(), "Upload paused");
+    EXPECT_EQ(s.c->progressStatusMsg2.get(), s.estimateLine("59 seconds"));
     const auto messages = s.delegate->messages();
     ASSERT_FALSE(messages.empty());
-    EXPECT_TRUE(messages.back().paused);
+    EXPECT_FALSE(messages.back().paused);
 }
 
 TEST(Estimator, PauseBlocksThePassAndResumeGoesOnWithoutCountingThePause) {
@@ -198,7 +199,7 @@ TEST(Estimator, PauseBlocksThePassAndResumeGoesOnWithoutCountingThePause) {
     // so the next pass sees the same 10 seconds of upload.
     arrangeEstimate(s, 59, false);
     s.c->pauseTransfer();
-    ASSERT_TRUE(s.c->timeRemaining_semaphore.get());
+    ASSERT_TRUE(s.c->uploadPaused());
     d.next();
     ASSERT_TRUE(waitFor(
         [&] { return s.h.log->contains("calculateRemainingTime 1: timeRemaining_semaphore"); }));
@@ -210,8 +211,6 @@ TEST(Estimator, PauseBlocksThePassAndResumeGoesOnWithoutCountingThePause) {
     s.c->resumeTransfer();
     ASSERT_TRUE(d.waitPasses(2));
     EXPECT_TRUE(s.h.log->contains("calculateRemainingTime 2: timeRemaining_semaphore"));
-    // The semaphore waited on is discarded.
-    EXPECT_FALSE(s.c->timeRemaining_semaphore.get());
     // Had the pause counted, E would be 113 s and the estimate over 11 minutes.
     EXPECT_EQ(s.c->progressStatusMsg2.get(), s.estimateLine("59 seconds"));
 }
@@ -223,14 +222,14 @@ TEST(Estimator, CompletedWithoutFailuresEndsWithTheAllFilesTextAndFullBars) {
     EstimatorDriver d(s);
     d.start();
     ASSERT_TRUE(d.waitPasses(1));
-    s.c->isFileTransferCompleted = true;
+    s.c->job().complete();
     d.next();
     ASSERT_TRUE(d.waitFinished());
     EXPECT_EQ(s.c->progressStatus.get(), "All files uploaded");
     EXPECT_EQ(s.c->progressStatusMsg1.get(), "All files uploaded");
     EXPECT_EQ(s.c->transferProgressValue, 69);
     EXPECT_EQ(s.c->transferProgressValue2, 69);
-    EXPECT_FALSE(s.c->isFileTransferFailed);
+    EXPECT_FALSE(s.c->isFileTransferFailed());
 }
 
 TEST(Estimator, FailureFlagEndsTheLoopAndTheEndStepClearsItWhenTheListIsEmpty) {
@@ -240,10 +239,10 @@ TEST(Estimator, FailureFlagEndsTheLoopAndTheEndStepClearsItWhenTheListIsEmpty) {
     EstimatorDriver d(s);
     d.start();
     ASSERT_TRUE(d.waitPasses(1));
-    s.c->isFileTransferFailed = true;
+    s.c->job().setFailed(true);
     d.next();
     ASSERT_TRUE(d.waitFinished());
-    EXPECT_FALSE(s.c->isFileTransferFailed);
+    EXPECT_FALSE(s.c->isFileTransferFailed());
     // Not completed: the estimate text stays, the bars are not filled.
     EXPECT_EQ(s.c->progressStatusMsg2.get(), s.estimateLine("59 seconds"));
     EXPECT_EQ(s.c->transferProgressValue, 10);
@@ -252,38 +251,39 @@ TEST(Estimator, FailureFlagEndsTheLoopAndTheEndStepClearsItWhenTheListIsEmpty) {
 TEST(Estimator, CompletedWithFailuresEndsWithTheSomeFilesText) {
     ManualSession s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 7;
-    s.c->progressValue = 7;
+    s.c->job().numberOfFilesCountForTransfer = 7;
+    s.c->job().progressValue = 7;
     s.c->failedTransferArray.set(
         List{Record{{"sourceFilePath", "/a"}}, Record{{"sourceFilePath", "/b"}}});
     arrangeEstimate(s, 59, false);
     EstimatorDriver d(s);
     d.start();
     ASSERT_TRUE(d.waitPasses(1));
-    s.c->isFileTransferCompleted = true;
-    s.c->isFileTransferFailed = true;
+    s.c->job().complete();
+    s.c->job().setFailed(true);
     d.next();
     ASSERT_TRUE(d.waitFinished());
     EXPECT_EQ(s.c->progressStatus.get(), "5 of 7 files uploaded");
     EXPECT_EQ(s.c->progressStatusMsg1.get(), "5 of 7 files uploaded");
-    EXPECT_TRUE(s.c->isFileTransferFailed);
+    EXPECT_TRUE(s.c->isFileTransferFailed());
 }
 
-TEST(Estimator, EndWhilePausedShowsThePausedText) {
+TEST(Estimator, CompletionEndsAPauseAndShowsTheAllFilesText) {
+    // The last file finishes while a pause is in force: the upload is complete, not paused.
     ManualSession s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 3;
+    s.c->job().numberOfFilesCountForTransfer = 3;
     arrangeEstimate(s, 59, false);
     EstimatorDriver d(s);
     d.start();
     ASSERT_TRUE(d.waitPasses(1));
-    s.c->isFileTransferCompleted = true;
-    s.c->uploadPaused = true;  // no semaphore: the pass would not block, but the loop ends first
+    s.c->pauseTransfer();
+    s.c->job().complete();
+    EXPECT_FALSE(s.c->uploadPaused());
     d.next();
     ASSERT_TRUE(d.waitFinished());
-    EXPECT_EQ(s.c->progressStatus.get(), "Uploading file 1 of 3\nUpload paused");
-    EXPECT_EQ(s.c->progressStatusMsg1.get(), "Uploading file 1 of 3");
-    EXPECT_EQ(s.c->progressStatusMsg2.get(), "Upload paused");
+    EXPECT_EQ(s.c->progressStatus.get(), "All files uploaded");
+    EXPECT_EQ(s.c->progressStatusMsg1.get(), "All files uploaded");
 }
 
 TEST(Estimator, CancelDuringTheSleepEndsWithoutTheEndStep) {
@@ -294,8 +294,8 @@ TEST(Estimator, CancelDuringTheSleepEndsWithoutTheEndStep) {
     d.start();
     ASSERT_TRUE(d.waitPasses(1));
     const std::size_t before = s.delegate->messageCount();
-    s.c->uploadCancelled = true;
-    s.c->isFileTransferCompleted = true;
+    s.c->job().cancel();
+    s.c->job().complete();
     d.next();
     ASSERT_TRUE(d.waitFinished());
     EXPECT_EQ(d.passes(), 1);
@@ -309,7 +309,7 @@ TEST(Estimator, AlreadyCancelledStopsAfterTheCalculatingText) {
     ManualSession s;
     ASSERT_TRUE(s.c);
     arrangeEstimate(s, 59, false);
-    s.c->uploadCancelled = true;
+    s.c->job().cancel();
     EstimatorDriver d(s);
     d.start();
     ASSERT_TRUE(d.waitFinished());
@@ -326,15 +326,15 @@ TEST(Estimator, RunsOnAScaledRealClock) {
     auto delegate = std::make_shared<KeepingDelegate>();
     c->setDelegate(delegate);
     c->totalSourceFilesSize = 1000;
-    c->totalTransferredFilesSize = 10;
-    c->uploadstartDateTime.set(h.services.clock->now());
+    c->job().totalTransferredFilesSize = 10;
+    c->job().setStartedAt(h.services.clock->now());
     std::atomic<bool> done{false};
     h.services.dispatch->async(platform::QueuePriority::High, [c, &done] {
         c->calculateRemainingTime();
         done = true;
     });
     ASSERT_TRUE(waitFor([&] { return delegate->messageCount() >= 3; }));
-    c->isFileTransferCompleted = true;
+    c->job().complete();
     ASSERT_TRUE(waitFor([&] { return done.load(); }));
     EXPECT_EQ(c->progressStatus.get(), c->localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
     EXPECT_TRUE(h.services.dispatch->waitIdle(10));
@@ -352,7 +352,7 @@ TEST(HideStatusWindow, BeforeCompletionMinimises) {
 TEST(HideStatusWindow, AfterCompletionCloses) {
     ManualSession s;
     ASSERT_TRUE(s.c);
-    s.c->isFileTransferCompleted = true;
+    s.c->job().complete();
     s.c->hideStatusWindow();
     EXPECT_TRUE(s.c->isStatusWindowHidden);
     EXPECT_TRUE(s.h.view->called("closeWindow"));

@@ -22,14 +22,14 @@ int buttonTag(const ManualSession& s) {
     return it == s.h.view->tags.end() ? -1 : it->second;
 }
 
-// A thread that plays the copy thread (or the estimator) at its pause check: it waits on the
-// semaphore that is in force when it starts.
+// A thread that plays the copy thread (or the estimator) at its pause check: it waits while
+// the upload is paused.
 class Waiter {
   public:
-    explicit Waiter(std::shared_ptr<PauseSemaphore> semaphore)
-        : thread_([this, semaphore] {
+    explicit Waiter(engine::UploadJob& job)
+        : thread_([this, &job] {
               started_ = true;
-              semaphore->acquire();
+              job.waitWhilePaused();
               released_ = true;
           }) {}
     ~Waiter() {
@@ -42,6 +42,11 @@ class Waiter {
     std::atomic<bool> started_{false}, released_{false};
     std::thread thread_;
 };
+
+// Whether `n` threads wait on the upload now.
+bool waiting(const ManualSession& s, int n) {
+    return waitFor([&] { return s.c->job().waiters() == n; });
+}
 
 // The state file's record for the session's device, once a background save has written it.
 std::optional<Record> savedRecord(const ManualSession& s, const std::string& key = "SN-TEST") {
@@ -57,19 +62,18 @@ std::optional<Record> savedRecord(const ManualSession& s, const std::string& key
 TEST(Pause, EntersThePausedState) {
     ManualSession s;
     ASSERT_TRUE(s.c);
-    s.c->numberOfFilesCountForTransfer = 12;
-    s.c->progressValue = 4;
+    s.c->job().numberOfFilesCountForTransfer = 12;
+    s.c->job().progressValue = 4;
     s.c->subProgressStatus.set("something");
     s.h.view->texts["errorWarningMessage"] = "2 files failed to upload";
     const Date before = s.clock->now();
 
     s.c->pauseTransfer();
 
-    EXPECT_TRUE(s.c->uploadPaused);
-    EXPECT_EQ(s.c->pausedstartDateTime.get(), before);
-    EXPECT_TRUE(s.c->transfer_semaphore.get());
-    EXPECT_TRUE(s.c->timeRemaining_semaphore.get());
-    EXPECT_NE(s.c->transfer_semaphore.get(), s.c->timeRemaining_semaphore.get());
+    EXPECT_TRUE(s.c->uploadPaused());
+    EXPECT_EQ(s.c->job().state(), engine::UploadState::Paused);
+    EXPECT_TRUE(s.c->job().pausedFor(engine::PauseReason::User));
+    EXPECT_EQ(s.c->job().pausedAt(), before);
     EXPECT_TRUE(s.h.log->contains("QVTransfer: pauseTransfer: transfer_semaphore"));
     EXPECT_TRUE(s.h.log->contains("QVTransfer: pauseTransfer: timeRemaining_semaphore"));
     EXPECT_EQ(buttonTag(s), 4);
@@ -93,44 +97,46 @@ TEST(Pause, EntersThePausedState) {
     EXPECT_TRUE(savedRecord(s)->boolean("isFileTransferPaused"));
 }
 
-TEST(Pause, ASecondPauseKeepsTheFirstSemaphores) {
+TEST(Pause, ASecondPauseKeepsTheFirst) {
     ManualSession s;
     ASSERT_TRUE(s.c);
     s.c->pauseTransfer();
-    const auto copy = s.c->transfer_semaphore.get();
-    const auto estimator = s.c->timeRemaining_semaphore.get();
+    Waiter copy(s.c->job());
+    ASSERT_TRUE(waiting(s, 1));
     s.clock->advance(5);
     s.c->pauseTransfer();
-    EXPECT_EQ(s.c->transfer_semaphore.get(), copy);
-    EXPECT_EQ(s.c->timeRemaining_semaphore.get(), estimator);
+    EXPECT_TRUE(s.c->uploadPaused());
+    EXPECT_FALSE(copy.released());
     EXPECT_EQ(s.h.log->count("QVTransfer: pauseTransfer: transfer_semaphore"), 1u);
     // The pause still dates from the first press.
-    EXPECT_EQ(s.c->pausedstartDateTime.get() + std::chrono::seconds(5), s.clock->now());
+    EXPECT_EQ(s.c->job().pausedAt() + std::chrono::seconds(5), s.clock->now());
+    s.c->resumeTransfer();
+    EXPECT_TRUE(waitFor([&] { return copy.released(); }));
 }
 
-TEST(Pause, ANewPauseReplacesSemaphoresLeftByAnEarlierOne) {
+TEST(Pause, APauseAfterAResumeNobodyWaitedForHoldsTheNextWaiter) {
     ManualSession s;
     ASSERT_TRUE(s.c);
     s.c->pauseTransfer();
-    const auto first = s.c->transfer_semaphore.get();
     s.c->resumeTransfer();
-    // Nobody waited: the signal left the old semaphore at 1; the next pause replaces it.
+    // Nobody waited on the first pause; nothing of it lets the next waiter through.
     s.c->pauseTransfer();
-    const auto second = s.c->transfer_semaphore.get();
-    ASSERT_TRUE(second);
-    EXPECT_NE(second, first);
-    EXPECT_FALSE(second->try_acquire());
+    Waiter copy(s.c->job());
+    ASSERT_TRUE(waiting(s, 1));
+    EXPECT_FALSE(copy.released());
+    s.c->resumeTransfer();
+    EXPECT_TRUE(waitFor([&] { return copy.released(); }));
 }
 
 TEST(Resume, ReleasesBothWaitersAndShiftsTheStartByThePause) {
     ManualSession s;
     ASSERT_TRUE(s.c);
     const Date start = s.clock->now() - std::chrono::seconds(50);
-    s.c->uploadstartDateTime.set(start);
+    s.c->job().setStartedAt(start);
     s.c->pauseTransfer();
-    Waiter copy(s.c->transfer_semaphore.get());
-    Waiter estimator(s.c->timeRemaining_semaphore.get());
-    ASSERT_TRUE(waitFor([&] { return copy.started() && estimator.started(); }));
+    Waiter copy(s.c->job());
+    Waiter estimator(s.c->job());
+    ASSERT_TRUE(waiting(s, 2));
     EXPECT_FALSE(copy.released());
     EXPECT_FALSE(estimator.released());
 
@@ -138,8 +144,8 @@ TEST(Resume, ReleasesBothWaitersAndShiftsTheStartByThePause) {
     s.c->resumeTransfer();
 
     ASSERT_TRUE(waitFor([&] { return copy.released() && estimator.released(); }));
-    EXPECT_FALSE(s.c->uploadPaused);
-    EXPECT_EQ(s.c->uploadstartDateTime.get(), start + std::chrono::seconds(42));
+    EXPECT_FALSE(s.c->uploadPaused());
+    EXPECT_EQ(s.c->job().startedAt(), start + std::chrono::seconds(42));
     EXPECT_EQ(buttonTag(s), 3);
     EXPECT_EQ(s.c->statusTextColor.get(), kNormal);
     EXPECT_TRUE(s.h.log->contains("QVTransfer: resumeTransfer: transfer_semaphore"));
@@ -150,10 +156,10 @@ TEST(Resume, DoesNothingWhenNotPaused) {
     ManualSession s;
     ASSERT_TRUE(s.c);
     const Date start = s.clock->now();
-    s.c->uploadstartDateTime.set(start);
+    s.c->job().setStartedAt(start);
     s.clock->advance(10);
     s.c->resumeTransfer();
-    EXPECT_EQ(s.c->uploadstartDateTime.get(), start);
+    EXPECT_EQ(s.c->job().startedAt(), start);
     EXPECT_FALSE(s.h.log->contains("resumeTransfer"));
 }
 
@@ -161,31 +167,36 @@ TEST(Resume, RefusedWhileTheDeviceIsFull) {
     ManualSession s;
     ASSERT_TRUE(s.c);
     s.c->pauseTransfer();
-    s.c->deviceFull = true;
-    Waiter copy(s.c->transfer_semaphore.get());
+    s.c->job().pause(qvt::engine::PauseReason::DeviceFull);
+    Waiter copy(s.c->job());
+    ASSERT_TRUE(waiting(s, 1));
     s.c->cancelUploadFiles(4);
-    EXPECT_TRUE(s.c->uploadPaused);
+    EXPECT_TRUE(s.c->uploadPaused());
     EXPECT_EQ(buttonTag(s), 4);
     EXPECT_FALSE(s.h.log->contains("resumeTransfer"));
     EXPECT_FALSE(copy.released());
-    // Let the waiter go so the test can end.
-    s.c->transfer_semaphore.get()->release();
+    // Room again: the device's pause ends, and the user's own pause is still in force.
+    EXPECT_FALSE(s.c->job().resume(engine::PauseReason::DeviceFull));
+    EXPECT_FALSE(copy.released());
+    s.c->cancelUploadFiles(4);
+    EXPECT_TRUE(waitFor([&] { return copy.released(); }));
+    EXPECT_FALSE(s.c->uploadPaused());
 }
 
 TEST(PauseResumeButton, TagsThreeAndFourToggle) {
     ManualSession s;
     ASSERT_TRUE(s.c);
     s.c->cancelUploadFiles(3);
-    EXPECT_TRUE(s.c->uploadPaused);
+    EXPECT_TRUE(s.c->uploadPaused());
     EXPECT_EQ(buttonTag(s), 4);
     s.c->cancelUploadFiles(4);
-    EXPECT_FALSE(s.c->uploadPaused);
+    EXPECT_FALSE(s.c->uploadPaused());
     EXPECT_EQ(buttonTag(s), 3);
     // Any other tag does nothing but redraw.
     s.h.view->calls.clear();
     s.c->cancelUploadFiles(10);
-    EXPECT_FALSE(s.c->uploadPaused);
-    EXPECT_FALSE(s.c->uploadCancelled);
+    EXPECT_FALSE(s.c->uploadPaused());
+    EXPECT_FALSE(s.c->uploadCancelled());
     EXPECT_EQ(s.h.view->calls, std::vector<std::string>{"reload statusView"});
 }
 
@@ -193,11 +204,11 @@ TEST(StopConfirmation, StopOnARunningUploadPausesShowsTheDialogAndContinueResume
     ManualSession s;
     ASSERT_TRUE(s.c);
     const Date start = s.clock->now() - std::chrono::seconds(20);
-    s.c->uploadstartDateTime.set(start);
+    s.c->job().setStartedAt(start);
     bool pausedWhileShown = false;
     std::string prompt;
     s.h.view->modalHooks[Dialog::CancelUploadConfirm] = [&] {
-        pausedWhileShown = s.c->uploadPaused;
+        pausedWhileShown = s.c->uploadPaused();
         prompt = s.h.view->texts["stopUploadPrompt"];
         // The user reads the question for 30 seconds, then keeps uploading.
         s.clock->advance(30);
@@ -208,9 +219,9 @@ TEST(StopConfirmation, StopOnARunningUploadPausesShowsTheDialogAndContinueResume
     EXPECT_EQ(prompt, s.c->localeSTOP_UPLOAD_PROMPT_txt);
     EXPECT_TRUE(s.h.view->called("runModal cancelUploadConfDialog"));
     EXPECT_TRUE(s.h.view->called("endModal cancelUploadConfDialog 1"));
-    EXPECT_FALSE(s.c->uploadPaused);
-    EXPECT_FALSE(s.c->uploadCancelled);
-    EXPECT_EQ(s.c->uploadstartDateTime.get(), start + std::chrono::seconds(30));
+    EXPECT_FALSE(s.c->uploadPaused());
+    EXPECT_FALSE(s.c->uploadCancelled());
+    EXPECT_EQ(s.c->job().startedAt(), start + std::chrono::seconds(30));
     EXPECT_EQ(buttonTag(s), 3);
 }
 
@@ -219,7 +230,7 @@ TEST(StopConfirmation, CancelTransferActsLikeTheStopButton) {
     ASSERT_TRUE(s.c);
     bool pausedWhileShown = false;
     s.h.view->modalHooks[Dialog::CancelUploadConfirm] = [&] {
-        pausedWhileShown = s.c->uploadPaused;
+        pausedWhileShown = s.c->uploadPaused();
     };
     s.c->cancelTransfer();
     EXPECT_TRUE(pausedWhileShown);
@@ -230,16 +241,17 @@ TEST(StopConfirmation, StopWhilePausedDoesNotPauseAgain) {
     ManualSession s;
     ASSERT_TRUE(s.c);
     s.c->pauseTransfer();
-    const auto copy = s.c->transfer_semaphore.get();
-    const Date pausedAt = s.c->pausedstartDateTime.get();
+    Waiter copy(s.c->job());
+    ASSERT_TRUE(waiting(s, 1));
+    const Date pausedAt = s.c->job().pausedAt();
     s.clock->advance(7);
     s.h.view->modalHooks[Dialog::CancelUploadConfirm] = [&] { s.c->cancelUploadFiles(1); };
     s.c->cancelUploadFiles(0);
     EXPECT_EQ(s.h.log->count("QVTransfer: pauseTransfer: transfer_semaphore"), 1u);
-    EXPECT_EQ(s.c->pausedstartDateTime.get(), pausedAt);
+    EXPECT_EQ(s.c->job().pausedAt(), pausedAt);
     // Continue then resumes the first pause.
-    EXPECT_FALSE(s.c->uploadPaused);
-    EXPECT_TRUE(copy->try_acquire());
+    EXPECT_FALSE(s.c->uploadPaused());
+    EXPECT_TRUE(waitFor([&] { return copy.released(); }));
 }
 
 TEST(StopConfirmation, ContinueLeavesADeviceRecoveryPauseInForce) {
@@ -248,15 +260,16 @@ TEST(StopConfirmation, ContinueLeavesADeviceRecoveryPauseInForce) {
         ASSERT_TRUE(s.c);
         s.c->pauseTransfer();
         if (full)
-            s.c->deviceFull = true;
+            s.c->job().pause(qvt::engine::PauseReason::DeviceFull);
         else
-            s.c->reconnectingDevice = true;
+            s.c->job().pause(qvt::engine::PauseReason::DeviceMissing);
         s.h.view->modalHooks[Dialog::CancelUploadConfirm] = [&] { s.c->cancelUploadFiles(1); };
         s.c->cancelUploadFiles(0);
         EXPECT_TRUE(s.h.view->called("endModal cancelUploadConfDialog 1"));
-        EXPECT_TRUE(s.c->uploadPaused) << (full ? "full" : "reconnecting");
+        EXPECT_TRUE(s.c->uploadPaused()) << (full ? "full" : "reconnecting");
         EXPECT_FALSE(s.h.log->contains("resumeTransfer"));
-        EXPECT_FALSE(s.c->transfer_semaphore.get()->try_acquire());
+        EXPECT_TRUE(s.c->job().pausedFor(full ? engine::PauseReason::DeviceFull
+                                              : engine::PauseReason::DeviceMissing));
     }
 }
 
@@ -267,7 +280,7 @@ TEST(Cancel, StopInTheDialogEndsTheUpload) {
     writeFile(dest / "done1.txt", "first");
     writeFile(dest / "done2.txt", "second");
     writeFile(dest / "partial.bin", std::string(4096, 'p'));
-    s.c->inProcessDestFilePath.set(dest / "partial.bin");
+    s.c->job().inProcessDestFilePath.set(dest / "partial.bin");
     s.c->sourceFilesArray.set(List{Record{{"fullFilePath", "/src/a"}}});
     s.c->failedTransferArray.set(List{Record{{"sourceFilePath", "/src/b"}}});
     s.c->progressStatus.set("x\ny");
@@ -278,13 +291,14 @@ TEST(Cancel, StopInTheDialogEndsTheUpload) {
     s.c->mountObject->mountedPathsArray.set({mountPoint});
 
     s.c->pauseTransfer();
-    Waiter copy(s.c->transfer_semaphore.get());
-    Waiter estimator(s.c->timeRemaining_semaphore.get());
+    Waiter copy(s.c->job());
+    Waiter estimator(s.c->job());
+    ASSERT_TRUE(waiting(s, 2));
     s.h.view->modalHooks[Dialog::CancelUploadConfirm] = [&] { s.c->cancelUploadFiles(2); };
     s.c->cancelUploadFiles(0);
 
     EXPECT_TRUE(s.h.view->called("endModal cancelUploadConfDialog 2"));
-    EXPECT_TRUE(s.c->uploadCancelled);
+    EXPECT_TRUE(s.c->uploadCancelled());
     EXPECT_TRUE(s.c->sourceFilesArray.get().empty());
     EXPECT_TRUE(s.c->failedTransferArray.get().empty());
     EXPECT_TRUE(s.h.view->called("closeWindow"));
@@ -312,7 +326,7 @@ TEST(Cancel, NoFileInMidCopyRemovesNothing) {
     ASSERT_TRUE(s.c);
     TempDir dest;
     writeFile(dest / "done.txt", "kept");
-    s.c->inProcessDestFilePath.set("");
+    s.c->job().inProcessDestFilePath.set("");
     s.c->cancelUploadFiles(2);
     EXPECT_EQ(readFile(dest / "done.txt"), "kept");
     EXPECT_EQ(s.delegate->cancelCount, 1);
@@ -326,16 +340,17 @@ TEST(Cancel, FromTheLostConnectionDialog) {
     fs::create_directories(a);
     fs::create_directories(b);
     s.c->mountObject->mountedPathsArray.set({a, b});
-    s.c->reconnectingDevice = true;
+    s.c->job().pause(qvt::engine::PauseReason::DeviceMissing);
     s.c->pauseTransfer();
-    Waiter copy(s.c->transfer_semaphore.get());
+    Waiter copy(s.c->job());
+    ASSERT_TRUE(waiting(s, 1));
 
     s.c->cancelQVTransfer();
 
     EXPECT_TRUE(s.h.view->called("endModal lostConnectionDialog 0"));
-    EXPECT_TRUE(s.c->uploadCancelled);
+    EXPECT_TRUE(s.c->uploadCancelled());
     // The watcher for the lost device stops polling once the upload is cancelled.
-    EXPECT_FALSE(s.c->reconnectingDevice);
+    EXPECT_FALSE(s.c->reconnectingDevice());
     EXPECT_TRUE(waitFor([&] { return copy.released(); }));
     EXPECT_FALSE(fs::exists(a));
     EXPECT_FALSE(fs::exists(b));
@@ -344,14 +359,14 @@ TEST(Cancel, FromTheLostConnectionDialog) {
     EXPECT_TRUE(s.h.view->called("closeWindow"));
 }
 
-TEST(Cancel, WithoutAPauseThereIsNothingToSignal) {
+TEST(Cancel, WithoutAPauseEndsTheUploadAndLeavesNothingToWaitFor) {
     ManualSession s;
     ASSERT_TRUE(s.c);
-    ASSERT_FALSE(s.c->transfer_semaphore.get());
     s.c->cancelUploadFiles(2);
-    EXPECT_TRUE(s.c->uploadCancelled);
-    EXPECT_FALSE(s.c->transfer_semaphore.get());
-    EXPECT_FALSE(s.c->timeRemaining_semaphore.get());
+    EXPECT_TRUE(s.c->uploadCancelled());
+    EXPECT_FALSE(s.c->uploadPaused());
+    // A copy thread that comes to its pause check later goes straight on (to see the cancel).
+    EXPECT_FALSE(s.c->job().waitWhilePaused());
     EXPECT_EQ(s.delegate->cancelCount, 1);
 }
 
@@ -362,8 +377,8 @@ TEST(Terminate, EndsTheSessionAfterAnUploadWithErrors) {
     const std::string mountPoint = mounts / "Public";
     fs::create_directories(mountPoint);
     s.c->mountObject->mountedPathsArray.set({mountPoint});
-    s.c->isFileTransferCompleted = true;
-    s.c->isFileTransferFailed = true;
+    s.c->job().complete();
+    s.c->job().setFailed(true);
     s.c->failedTransferArray.set(List{Record{{"sourceFilePath", "/src/b"}}});
     s.c->sourceFilesArray.set(List{Record{{"fullFilePath", "/src/b"}}});
 
@@ -371,8 +386,8 @@ TEST(Terminate, EndsTheSessionAfterAnUploadWithErrors) {
 
     EXPECT_TRUE(s.c->failedTransferArray.get().empty());
     EXPECT_TRUE(s.c->sourceFilesArray.get().empty());
-    EXPECT_FALSE(s.c->isFileTransferFailed);
-    EXPECT_TRUE(s.c->uploadCancelled);
+    EXPECT_FALSE(s.c->isFileTransferFailed());
+    EXPECT_TRUE(s.c->uploadCancelled());
     EXPECT_TRUE(s.h.view->called("endModal errorViewWindow 0"));
     EXPECT_FALSE(fs::exists(mountPoint));
     EXPECT_TRUE(s.h.view->called("detachSourceDropTarget"));

@@ -98,7 +98,7 @@ class EstimatorDriver {
     void stop() {
         if (!thread_.joinable()) return;
         if (!finished_) {
-            s_.c->isFileTransferCompleted = true;
+            s_.c->job().complete();
             gate_.release(1000);
             waitFinished();
         }

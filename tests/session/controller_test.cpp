@@ -26,14 +26,14 @@ TEST(Controller, InitialStateAfterConstruction) {
     ASSERT_TRUE(c);
     EXPECT_TRUE(h.log->contains("QVTransfer: QVTransfer nib loaded: 1"));
     EXPECT_EQ(c->selectedDestinationShare.get(), "NONE");
-    EXPECT_EQ(c->progressValue, 1);
+    EXPECT_EQ(c->job().progressValue, 1);
     EXPECT_EQ(c->progressMaxValue, 100);
     EXPECT_EQ(c->progressMaxValue2, 100);
     EXPECT_EQ(c->transferProgressValue, 5);
     EXPECT_EQ(c->transferProgressValue2, 5);
     EXPECT_TRUE(c->transferWindowShouldClose);
-    EXPECT_FALSE(c->uploadCancelled);
-    EXPECT_FALSE(c->uploadPaused);
+    EXPECT_FALSE(c->uploadCancelled());
+    EXPECT_FALSE(c->uploadPaused());
     EXPECT_FALSE(c->finishedfetchingUsers);
     EXPECT_EQ(c->statusTextColor.get(), (Colour{75, 90, 104, 1.0}));
     EXPECT_EQ(c->failedListRowHeight, 37);

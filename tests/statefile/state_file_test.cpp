@@ -158,9 +158,9 @@ TEST(StateFile, NetworkDeviceRecordUnderTheSerialNumber) {
 TEST(StateFile, FlagsAreWrittenAsTheyStand) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->uploadPaused = true;
-    s.c->reconnectingDevice = true;
-    s.c->isFileTransferFailed = true;
+    s.c->job().pause(qvt::engine::PauseReason::User);
+    s.c->job().pause(qvt::engine::PauseReason::DeviceMissing);
+    s.c->job().setFailed(true);
     s.c->saveQVTransferDataToFile();
     const auto saved = s.record();
     const Record* r = saved ? &*saved : nullptr;
@@ -246,7 +246,7 @@ TEST(StateFile, CancelledUploadLeavesAnEmptyRecordUnderTheKey) {
     Session s;
     ASSERT_TRUE(s.c);
     s.c->sourceFilesArray.set(List{entry("/home/u/a")});
-    s.c->uploadCancelled = true;
+    s.c->job().cancel();
     s.c->saveQVTransferDataToFile();
     const auto root = s.root();
     ASSERT_TRUE(root && root->asRecord());
@@ -262,7 +262,7 @@ TEST(StateFile, AllCopiedGivesAnEmptyPendingListAndCompleted) {
     const List sources{entry("/home/u/a"), entry("/home/u/b")};
     s.c->sourceFilesArray.set(sources);
     s.c->transferredSourceFilesArray.set(sources);
-    s.c->isFileTransferCompleted = true;
+    s.c->job().complete();
     s.c->saveQVTransferDataToFile();
     const auto saved = s.record();
     const Record* r = saved ? &*saved : nullptr;
@@ -295,7 +295,7 @@ TEST(StateFile, NeverHoldsTheUserNameOrPassword) {
     s.c->userPassword.set("pw-Zq81!x");
     s.c->sourceFilesArray.set(List{entry("/home/u/a")});
     s.c->saveQVTransferDataToFile();
-    s.c->uploadPaused = true;
+    s.c->job().pause(qvt::engine::PauseReason::User);
     s.c->saveQVTransferDataToFile();
     const std::string bytes = readFile(s.c->transferDataFilePath);
     ASSERT_FALSE(bytes.empty());
@@ -351,7 +351,7 @@ class PeriodicWriter {
     }
     ~PeriodicWriter() {
         if (thread_.joinable()) {
-            s_.c->isFileTransferCompleted = true;
+            s_.c->job().complete();
             gate_.release(100);
             thread_.join();
         }
@@ -385,7 +385,7 @@ class PeriodicWriter {
 TEST(PeriodicStateFile, WhilePausedTheFileKeepsBeingRewrittenEveryThreeSeconds) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->uploadPaused = true;
+    s.c->job().pause(qvt::engine::PauseReason::User);
     PeriodicWriter w(s);
     s.c->progressStatus.set("status 0");
     w.start();
@@ -412,9 +412,9 @@ TEST(PeriodicStateFile, StopsWhenTheUploadCompletesOrFails) {
         w.start();
         ASSERT_TRUE(w.waitSleeps(1));
         if (failed)
-            s.c->isFileTransferFailed = true;
+            s.c->job().setFailed(true);
         else
-            s.c->isFileTransferCompleted = true;
+            s.c->job().complete();
         fs::remove(s.c->transferDataFilePath);
         w.next();
         ASSERT_TRUE(w.waitFinished());
@@ -430,7 +430,7 @@ TEST(PeriodicStateFile, ACancelDuringTheSleepEndsWithoutAnotherWrite) {
     PeriodicWriter w(s);
     w.start();
     ASSERT_TRUE(w.waitSleeps(1));
-    s.c->uploadCancelled = true;
+    s.c->job().cancel();
     fs::remove(s.c->transferDataFilePath);
     w.next();
     ASSERT_TRUE(w.waitFinished());
@@ -441,7 +441,7 @@ TEST(PeriodicStateFile, ACancelDuringTheSleepEndsWithoutAnotherWrite) {
 TEST(PeriodicStateFile, AlreadyCancelledWritesNothing) {
     Session s;
     ASSERT_TRUE(s.c);
-    s.c->uploadCancelled = true;
+    s.c->job().cancel();
     PeriodicWriter w(s);
     w.start();
     ASSERT_TRUE(w.waitFinished());
@@ -453,7 +453,7 @@ TEST(PeriodicStateFile, RunsOnAScaledRealClock) {
     Harness h(1000.0);
     auto c = QVTransferPrivate::initWithDevice(nasDevice(), h.services);
     ASSERT_TRUE(c);
-    c->uploadPaused = true;
+    c->job().pause(qvt::engine::PauseReason::User);
     std::atomic<bool> done{false};
     h.services.dispatch->async(platform::QueuePriority::High, [c, &done] {
         c->saveQVTransferDataToFileForEachFile();
@@ -463,7 +463,7 @@ TEST(PeriodicStateFile, RunsOnAScaledRealClock) {
     // Keep deleting it: it comes back while the upload runs.
     fs::remove(c->transferDataFilePath);
     ASSERT_TRUE(waitFor([&] { return fs::exists(c->transferDataFilePath); }));
-    c->isFileTransferCompleted = true;
+    c->job().complete();
     ASSERT_TRUE(waitFor([&] { return done.load(); }));
     EXPECT_TRUE(h.services.dispatch->waitIdle(10));
 }

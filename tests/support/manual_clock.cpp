@@ -21,6 +21,15 @@ void ManualClock::sleepFor(double seconds) {
     if (seconds > 0) advance(seconds);
 }
 
+bool ManualClock::waitFor(std::condition_variable&, std::unique_lock<std::mutex>& lock,
+                          double seconds, const std::function<bool()>& done) {
+    if (done()) return true;
+    lock.unlock();
+    sleepFor(seconds);
+    lock.lock();
+    return done();
+}
+
 void ManualClock::advance(double seconds) {
     const auto step =
         std::chrono::duration_cast<std::chrono::nanoseconds>(secondsToDuration(seconds));

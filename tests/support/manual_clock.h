@@ -18,6 +18,10 @@ class ManualClock : public Clock {
     explicit ManualClock(Date start = Date{} + std::chrono::hours(24 * 365 * 50));
     Date now() const override;
     void sleepFor(double seconds) override;
+    // Asks `done()`; when it says no, sleeps as sleepFor does (the hook, then the clock moves
+    // on by `seconds`) with the lock let go meanwhile, and asks again.
+    bool waitFor(std::condition_variable& condition, std::unique_lock<std::mutex>& lock,
+                 double seconds, const std::function<bool()>& done) override;
     void advance(double seconds);
     void set(Date d);
     void setSleepHook(std::function<void(double)> hook);

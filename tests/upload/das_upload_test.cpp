@@ -83,8 +83,8 @@ TEST_F(DasUpload, MixedTreeArrivesByteForByte) {
     ASSERT_TRUE(s.waitCompleted());
 
     EXPECT_TRUE(s.failures().empty());
-    EXPECT_FALSE(s.c().isFileTransferFailed);
-    EXPECT_FALSE(s.c().uploadCancelled);
+    EXPECT_FALSE(s.c().isFileTransferFailed());
+    EXPECT_FALSE(s.c().uploadCancelled());
     std::vector<std::string> links;
     const Snapshot arrived = snapshot(dest + "/Mixed Tree", false, &links);
     EXPECT_EQ(difference(expected, arrived), "");
@@ -99,9 +99,9 @@ TEST_F(DasUpload, MixedTreeArrivesByteForByte) {
     EXPECT_TRUE(fs::is_symlink(tree + "/link to plain"));
 
     // Every file counted once; the bytes at the destination are the sources' bytes.
-    EXPECT_EQ(s.c().progressValue.load(), 17);
-    EXPECT_EQ(s.c().numberOfFilesCountForTransfer.load(), 17);
-    EXPECT_EQ(s.c().totalTransferredFilesSize.load(), bytesOf(expected) + 17);
+    EXPECT_EQ(s.c().job().progressValue.load(), 17);
+    EXPECT_EQ(s.c().job().numberOfFilesCountForTransfer.load(), 17);
+    EXPECT_EQ(s.c().job().totalTransferredFilesSize.load(), bytesOf(expected) + 17);
     EXPECT_EQ(s.c().selectedDestinationShare.get(), dest);
     EXPECT_EQ(s.c().selectedDASUUID.get(), volume.uuid());
     EXPECT_EQ(s.delegate().cancelCount.load(), 0);
@@ -174,7 +174,7 @@ TEST_F(DasUpload, SecondUploadOfTheSameTreeGetsCopyNames) {
             EXPECT_TRUE(fs::exists(f.string("sourceFilePath")));
         }
         EXPECT_EQ(failedAt, tooLong);
-        EXPECT_TRUE(s.c().isFileTransferFailed);
+        EXPECT_TRUE(s.c().isFileTransferFailed());
     }
 }
 

@@ -61,13 +61,13 @@ TEST_F(FailedFile, UnreadableFileIsListedWithItsReasonAndTheUploadGoesOn) {
               volume.path() + "/Mixed Tree/nested/listening.sock");
     EXPECT_EQ(failed[0].string("localizedError"), platform::errorDescription(ENXIO));
     EXPECT_FALSE(failed[0].string("localizedError").empty());
-    EXPECT_TRUE(s.c().isFileTransferFailed);
-    EXPECT_TRUE(s.c().isFileTransferCompleted);
+    EXPECT_TRUE(s.c().isFileTransferFailed());
+    EXPECT_TRUE(s.c().isFileTransferCompleted());
     // Everything else arrived, the failure's neighbours and the source after it.
     EXPECT_EQ(difference(expected, snapshot(volume.path() + "/Mixed Tree", false)), "");
     EXPECT_EQ(test::readFile(volume.path() + "/after.txt"), "after the failure\n");
     // Every file was counted, the failed one too.
-    EXPECT_EQ(s.c().progressValue.load(), s.c().numberOfFilesCountForTransfer.load());
+    EXPECT_EQ(s.c().job().progressValue.load(), s.c().job().numberOfFilesCountForTransfer.load());
     EXPECT_TRUE(s.logged("QVTransfer: processFileTransferStatus of file/folder " + socketPath));
     // The state file keeps the failure for a later retry.
     const auto state = s.stateFile();

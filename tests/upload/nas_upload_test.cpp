@@ -56,8 +56,8 @@ TEST_F(NasUpload, MixedTreeArrivesOnTheShareByteForByte) {
     const Snapshot arrived = snapshot(backing() + "/Uploads/Mixed Tree", false, &links);
     EXPECT_EQ(difference(expected, arrived), "");
     EXPECT_TRUE(links.empty());
-    EXPECT_EQ(s.c().progressValue.load(), 16);
-    EXPECT_EQ(s.c().numberOfFilesCountForTransfer.load(), 16);
+    EXPECT_EQ(s.c().job().progressValue.load(), 16);
+    EXPECT_EQ(s.c().job().numberOfFilesCountForTransfer.load(), 16);
     EXPECT_EQ(s.c().selectedDestinationShare.get(), share + "/Uploads");
 
     // An upload without failures releases the shares it mounted.
@@ -137,7 +137,7 @@ TEST_F(NasUpload, CancelInTheBigFileOnTheShareRemovesItAndReleasesTheShare) {
     s.upload(share);
     ASSERT_TRUE(files.waitHeld(120));
     const std::string bigOnShare = backing() + "/Mixed Tree/big/huge.bin";
-    ASSERT_EQ(s.c().inProcessDestFilePath.get(), share + "/Mixed Tree/big/huge.bin");
+    ASSERT_EQ(s.c().job().inProcessDestFilePath.get(), share + "/Mixed Tree/big/huge.bin");
     ASSERT_EQ(fs::file_size(bigOnShare), kBig);
     std::map<std::string, std::string> earlier;
     for (const std::string& rel : filesOf(snapshot(backing(), false)))
@@ -190,7 +190,7 @@ TEST_F(NasUpload, FileTheLayerRefusesIsListedAsFailedAndTheRestArrives) {
     EXPECT_EQ(failed[0].string("destFilePath"), share + "/Mixed Tree/nested/level 1/track 07.mp3");
     EXPECT_EQ(failed[0].string("localizedError"), platform::errorDescription(EACCES));
     EXPECT_FALSE(failed[0].string("localizedError").empty());
-    EXPECT_TRUE(s.c().isFileTransferFailed);
+    EXPECT_TRUE(s.c().isFileTransferFailed());
     expected.erase("nested/level 1/track 07.mp3");
     EXPECT_EQ(difference(expected, snapshot(backing() + "/Mixed Tree", false)), "");
     // With a failure the share stays mounted (the failed list may retry).
@@ -220,7 +220,7 @@ TEST_F(NasUpload, CopyNameTooLongForTheShareFailsThatFileOnly) {
         // The refused name is an error of that file, not a lost device: no dialog, no pause.
         ASSERT_TRUE(s.waitCompleted(60)) << s.logText();
         EXPECT_FALSE(test::ScriptedView(s.harness().view).called("runModal lostConnectionDialog"));
-        EXPECT_FALSE(s.c().uploadPaused);
+        EXPECT_FALSE(s.c().uploadPaused());
         const auto failed = s.failures();
         if (round == 0) {
             EXPECT_TRUE(failed.empty());

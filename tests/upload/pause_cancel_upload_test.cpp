@@ -91,20 +91,20 @@ TEST_F(PauseCancelUpload, PauseInTheBigFileLetsItFinishHoldsTheNextAndShiftsTheC
     files.holdCopyOf("/big/huge.bin");
     s.upload(dest);
     ASSERT_TRUE(files.waitHeld(120));
-    EXPECT_EQ(s.c().inProcessDestFilePath.get(), bigAtDest);
-    ASSERT_TRUE(test::waitFor([&] { return s.c().uploadstartDateTime.get() != Date{}; }, 10));
-    const Date startBefore = s.c().uploadstartDateTime.get();
+    EXPECT_EQ(s.c().job().inProcessDestFilePath.get(), bigAtDest);
+    ASSERT_TRUE(test::waitFor([&] { return s.c().job().startedAt() != Date{}; }, 10));
+    const Date startBefore = s.c().job().startedAt();
 
     // The pause button, while the big file is in hand.
     s.c().cancelUploadFiles(3);
-    EXPECT_TRUE(s.c().uploadPaused);
+    EXPECT_TRUE(s.c().uploadPaused());
     files.release();
 
     // The big file is finished; the copy thread then waits at the next file.
     ASSERT_TRUE(test::waitFor(
         [&] { return s.logged("QVTransfer: transferFile 1: transfer_semaphore"); }, 60));
     EXPECT_EQ(sha256Of(bigAtDest), expected.at("big/huge.bin").digest);
-    EXPECT_EQ(s.c().inProcessDestFilePath.get(), "");
+    EXPECT_EQ(s.c().job().inProcessDestFilePath.get(), "");
     const std::set<std::string> whilePaused = filesAtDest();
     // Only files already handled are at the destination.
     std::set<std::string> handled;
@@ -153,12 +153,12 @@ TEST_F(PauseCancelUpload, PauseInTheBigFileLetsItFinishHoldsTheNextAndShiftsTheC
     EXPECT_FALSE(s.logged("QVTransfer: transferFile 2: transfer_semaphore"));
 
     // Resume: the start of the upload moves later by the pause's length.
-    const Date pausedAt = s.c().pausedstartDateTime.get();
+    const Date pausedAt = s.c().job().pausedAt();
     const Date beforeResume = s.c().clock().now();
     s.c().cancelUploadFiles(4);
     const Date afterResume = s.c().clock().now();
-    EXPECT_FALSE(s.c().uploadPaused);
-    const auto shift = s.c().uploadstartDateTime.get() - startBefore;
+    EXPECT_FALSE(s.c().uploadPaused());
+    const auto shift = s.c().job().startedAt() - startBefore;
     EXPECT_GE(shift, beforeResume - pausedAt);
     EXPECT_LE(shift, afterResume - pausedAt);
     EXPECT_GT(beforeResume - pausedAt, std::chrono::seconds(1));
@@ -180,7 +180,7 @@ TEST_F(PauseCancelUpload, StopAndCancelInTheBigFileRemovesItKeepsEarlierFilesTel
     files.holdCopyOf("/big/huge.bin");
     s.upload(dest);
     ASSERT_TRUE(files.waitHeld(120));
-    ASSERT_EQ(s.c().inProcessDestFilePath.get(), bigAtDest);
+    ASSERT_EQ(s.c().job().inProcessDestFilePath.get(), bigAtDest);
     ASSERT_TRUE(fs::exists(bigAtDest));
 
     // Files finished before the big one, with their contents.
@@ -190,16 +190,16 @@ TEST_F(PauseCancelUpload, StopAndCancelInTheBigFileRemovesItKeepsEarlierFilesTel
 
     // The stop button (pause and the confirmation), then the confirmation's stop button.
     s.c().cancelUploadFiles(0);
-    EXPECT_TRUE(s.c().uploadPaused);
+    EXPECT_TRUE(s.c().uploadPaused());
     EXPECT_TRUE(test::ScriptedView(s.harness().view).called("runModal cancelUploadConfDialog"));
     s.c().cancelUploadFiles(2);
-    EXPECT_TRUE(s.c().uploadCancelled);
+    EXPECT_TRUE(s.c().uploadCancelled());
     EXPECT_FALSE(fs::exists(bigAtDest));
     files.release();
     ASSERT_TRUE(s.settle());
 
     EXPECT_FALSE(fs::exists(bigAtDest));
-    EXPECT_FALSE(s.c().isFileTransferCompleted);
+    EXPECT_FALSE(s.c().isFileTransferCompleted());
     EXPECT_EQ(s.delegate().cancelCount.load(), 1);
     std::map<std::string, std::string> after;
     for (const std::string& rel : filesAtDest()) after[rel] = sha256Of(dest + "/" + rel);
@@ -240,7 +240,7 @@ TEST_F(PauseCancelUpload, CancelRightAfterAPauseEndsTheUploadTheSameWay) {
     s.c().cancelUploadFiles(2);
     ASSERT_TRUE(s.settle());
     EXPECT_EQ(s.delegate().cancelCount.load(), 1);
-    EXPECT_FALSE(s.c().isFileTransferCompleted);
+    EXPECT_FALSE(s.c().isFileTransferCompleted());
     // The big file had been finished before the cancel: it stays, and nothing came after it.
     EXPECT_EQ(filesAtDest(), whilePaused);
     EXPECT_EQ(sha256Of(bigAtDest), expected.at("big/huge.bin").digest);

@@ -268,12 +268,8 @@ UploadSession::UploadSession(const Record& device)
 UploadSession::~UploadSession() {
     if (controller_) {
         // A test that failed half-way may leave the copy paused: let it end.
-        if (!controller_->isFileTransferCompleted && !controller_->uploadCancelled) {
-            controller_->uploadCancelled = true;
-            for (auto* sem :
-                 {&controller_->transfer_semaphore, &controller_->timeRemaining_semaphore})
-                if (auto s = sem->get()) s->release();
-        }
+        if (!controller_->isFileTransferCompleted() && !controller_->uploadCancelled())
+            controller_->job().cancel();
         settle(60);
     }
 }
@@ -351,7 +347,7 @@ void UploadSession::upload(const std::string& folder) {
 
 bool UploadSession::waitCompleted(double seconds) {
     const bool done =
-        test::waitFor([&] { return controller_->isFileTransferCompleted.load(); }, seconds);
+        test::waitFor([&] { return controller_->isFileTransferCompleted(); }, seconds);
     return settle(seconds) && done;
 }
 

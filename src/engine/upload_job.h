@@ -1,0 +1,131 @@
+// One upload's run-time state, in one object with one lock.
+//
+// The upload is in one state at a time: idle (not started), copying, paused, completed or
+// cancelled. A pause has one or more reasons: the user's pause button, a device that went
+// missing, a device that is full. Each reason is ended by its own way out (the resume button,
+// the device found again, free space), and the upload copies again once no reason is left; a
+// user who paused before the device went away finds the upload still paused when the device is
+// back, and resumes it with the same button.
+//
+// Every change of state takes the lock, makes the change and wakes every thread that waits on
+// the upload (the copy thread, the estimator, the state-file loop), so each sees a pause, a
+// resumption, a cancel or the completion at once. Waiting threads always wait on this one
+// condition, which nothing ever replaces.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/guarded.h"
+#include "qvtransfer/Value.h"
+
+namespace qvt::platform {
+class Clock;
+}
+
+namespace qvt::engine {
+
+enum class UploadState { Idle, Copying, Paused, Completed, Cancelled };
+
+enum class PauseReason : unsigned {
+    User = 1u << 0,           // the pause button, or the stop button's question
+    DeviceMissing = 1u << 1,  // the destination's device or volume is gone
+    DeviceFull = 1u << 2,     // the destination has no space left
+};
+
+const char* stateName(UploadState state);
+
+class UploadJob {
+  public:
+    explicit UploadJob(std::shared_ptr<platform::Clock> clock);
+    UploadJob(const UploadJob&) = delete;
+    UploadJob& operator=(const UploadJob&) = delete;
+
+    // ---- Changes of state: each wakes every waiter ----
+
+    // Back to idle before a new upload is set up (the destination screen): no pause, not
+    // cancelled, completed or failed.
+    void reset();
+    // The upload starts copying, its start time now.
+    void begin();
+    // Pauses for `reason`. Answers true when the upload was copying until now: the pause
+    // starts, dated now. A pause that is already in force takes the reason on as well and
+    // answers false. An ended upload cannot be paused.
+    bool pause(PauseReason reason);
+    // Ends the pause for `reason`. Answers true when that was the last reason: the upload
+    // copies again, and its start time moves forward by the length of the pause, so that the
+    // time estimate does not count the paused time. Answers false when the upload was not
+    // paused for `reason` or another reason remains.
+    bool resume(PauseReason reason);
+    // Ends the upload for good; a pause in force ends with it. Answers true the first time.
+    bool cancel();
+    // The last file has been handled. A cancelled upload stays cancelled.
+    void complete();
+    // Whether the upload ended with failed files.
+    void setFailed(bool failed);
+    // Notes that the device-full dialog has been shown for this upload; answers whether this is
+    // the first time.
+    bool noteDeviceFullShown();
+
+    // ---- The state ----
+
+    UploadState state() const;
+    bool paused() const;
+    bool pausedFor(PauseReason reason) const;
+    bool cancelled() const;
+    bool completed() const;
+    bool failed() const;
+    // Completed or cancelled: nothing more will be copied.
+    bool ended() const;
+    // Completed, cancelled or paused: the copy loop's test before each source.
+    bool stopped() const;
+    bool deviceFullShown() const;
+    // When the upload started, moved forward by every pause that has ended.
+    Date startedAt() const;
+    void setStartedAt(Date start);
+    // When the pause in force began (or the last pause, once it has ended).
+    Date pausedAt() const;
+
+    // ---- Waiting ----
+
+    // Blocks while the upload is paused and has not ended. Answers true when it had to wait.
+    bool waitWhilePaused();
+    // Waits `seconds` product seconds or until the upload ends, whichever is first; answers
+    // whether the upload has ended.
+    bool waitUnlessEnded(double seconds);
+    // How many threads wait on the upload now (for tests that watch the waiters).
+    int waiters() const;
+
+    // ---- Counters and the file in hand (any thread) ----
+
+    // Files handled, starting at 1 (the counter's first value), and files in all.
+    std::atomic<std::int64_t> progressValue{1};
+    std::atomic<std::int64_t> numberOfFilesCountForTransfer{0};
+    // Bytes now at the destination for the files handled.
+    std::atomic<std::uint64_t> totalTransferredFilesSize{0};
+    // The destination of the file being copied now; empty between files.
+    Guarded<std::string> inProcessDestFilePath;
+    // True while an upload taken up after a restart runs its copy loop.
+    std::atomic<bool> resumedAfterRestart{false};
+
+  private:
+    bool endedLocked() const;
+    void changed();
+
+    std::shared_ptr<platform::Clock> clock_;
+    mutable std::mutex mutex_;
+    std::condition_variable condition_;
+    UploadState state_ = UploadState::Idle;
+    unsigned reasons_ = 0;
+    bool failed_ = false;
+    bool deviceFullShown_ = false;
+    Date startedAt_{};
+    Date pausedAt_{};
+    int waiters_ = 0;
+};
+
+}  // namespace qvt::engine
