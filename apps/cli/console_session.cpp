@@ -4,7 +4,6 @@
 #include <cstdio>
 
 #include "console_view.h"
-#include "session/services.h"
 #include "terminal.h"
 
 namespace qvt::cli {
@@ -16,11 +15,14 @@ constexpr int kTickMilliseconds = 50;
 constexpr auto kResumeWait = std::chrono::seconds(5);
 }  // namespace
 
-ConsoleSession::ConsoleSession(Options options, Terminal& terminal,
-                               std::shared_ptr<QVTransferPrivate> wizard, ConsoleView& view)
+ConsoleSession::ConsoleSession(Options options, Terminal& terminal, Record device,
+                               std::shared_ptr<QVTransfer> wizard, QVTransferActions& actions,
+                               ConsoleView& view)
     : options_(std::move(options)),
       terminal_(terminal),
+      device_(std::move(device)),
       wizard_(std::move(wizard)),
+      actions_(actions),
       view_(view),
       delegate_(std::make_shared<ConsoleDelegate>()) {
     wizard_->setDelegate(delegate_);
@@ -33,6 +35,11 @@ ConsoleSession::ConsoleSession(Options options, Terminal& terminal,
 ConsoleSession::~ConsoleSession() {
     view_.setModalHandler(nullptr);
     terminal_.setRawInput(false);
+}
+
+std::string ConsoleSession::deviceInfo(const char* key) const {
+    const Record* info = device_.record("deviceInfo");
+    return info ? info->string(key) : std::string();
 }
 
 int ConsoleSession::run() {
@@ -68,7 +75,8 @@ void ConsoleSession::tick() {
     } else if (stage_ != Stage::Uploading && stage_ != Stage::Resuming && delegate_->cancelled) {
         finish(kExitStopped, "Stopped before the upload began.");
     } else {
-        const Screen* shown = wizard_->currentTransferView();
+        Screen screen = Screen::Users;
+        const Screen* shown = view_.shownScreen(&screen) ? &screen : nullptr;
         switch (stage_) {
             case Stage::Start:
                 stageSince_ = now;

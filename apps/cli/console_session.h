@@ -12,8 +12,10 @@
 #include <string>
 
 #include "cli_options.h"
-#include "qvtransfer/QVTransferDelegate.h"
-#include "session/qvtransfer_private.h"
+#include "qvtransfer/QVTransfer.h"
+#include "session/view_actions.h"
+#include "session/view_models.h"
+#include "session/wizard_types.h"
 
 namespace qvt::cli {
 
@@ -32,10 +34,14 @@ class ConsoleDelegate : public QVTransferFullDelegate {
     std::atomic<bool> cancelled{false};
 };
 
+// The session is the wizard's host (it holds the host's handle and is its delegate) and its
+// front end (it acts through the controller's actions and reads what the console view was
+// given), as a person at a window would be.
 class ConsoleSession : public QObject {
     Q_OBJECT
   public:
-    ConsoleSession(Options options, Terminal& terminal, std::shared_ptr<QVTransferPrivate> wizard,
+    ConsoleSession(Options options, Terminal& terminal, Record device,
+                   std::shared_ptr<QVTransfer> wizard, QVTransferActions& actions,
                    ConsoleView& view);
     ~ConsoleSession() override;
 
@@ -69,11 +75,16 @@ class ConsoleSession : public QObject {
     void onKey(char key);
     void onStopSignal();
     void checkEnd();
-    void printResult();
+    void printResult(const StatusSnapshot& status);
+
+    // The device record's "deviceInfo" value ("productName", "ipAddress").
+    std::string deviceInfo(const char* key) const;
 
     Options options_;
     Terminal& terminal_;
-    std::shared_ptr<QVTransferPrivate> wizard_;
+    Record device_;
+    std::shared_ptr<QVTransfer> wizard_;
+    QVTransferActions& actions_;
     ConsoleView& view_;
     std::shared_ptr<ConsoleDelegate> delegate_;
     QTimer timer_;

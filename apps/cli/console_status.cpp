@@ -10,17 +10,13 @@
 #include "console_session.h"
 #include "console_view.h"
 #include "progress_text.h"
-#include "session/qvtransfer_private.h"
 #include "terminal.h"
 
 namespace qvt::cli {
 
 namespace {
 
-constexpr const char* kPauseResumeButton = "pauseResumeTransferButton";
 constexpr int kTagStop = 0;
-constexpr int kTagKeepUploading = 1;
-constexpr int kTagStopUpload = 2;
 constexpr int kTagPause = 3;
 constexpr int kTagResume = 4;
 constexpr auto kRedrawEvery = std::chrono::milliseconds(200);
@@ -58,18 +54,18 @@ void ConsoleSession::showProgress(bool force) {
     if (!force && now - lastDraw_ < kRedrawEvery) return;
     if (view_.modalOpen()) return;  // a question is on the line
     lastDraw_ = now;
-    const long long files = wizard_->job().progressValue.load();
-    const long long total = wizard_->job().numberOfFilesCountForTransfer.load();
+    const StatusSnapshot status = view_.status();
+    const long long files = status.filesDone;
+    const long long total = status.filesTotal;
     // The bars hold bytes once the estimator has sized them to the upload; before its first
     // pass they hold their never-empty start values, which are no byte counts.
-    const std::uint64_t size = wizard_->totalSourceFilesSize.load();
-    const bool sized = static_cast<std::uint64_t>(wizard_->progressMaxValue.load()) == size;
-    const std::uint64_t bytes = sized ? static_cast<std::uint64_t>(std::max<std::int64_t>(
-                                            0, wizard_->transferProgressValue.load()))
-                                      : wizard_->job().totalTransferredFilesSize.load();
-    const std::string first = wizard_->progressStatusMsg1.get();
-    const std::string second = wizard_->progressStatusMsg2.get();
-    const bool paused = wizard_->uploadPaused();
+    const std::uint64_t size = status.bytesTotal;
+    const bool sized = status.barMaximum == static_cast<double>(size);
+    const std::uint64_t bytes =
+        sized ? static_cast<std::uint64_t>(std::max(0.0, status.barValue)) : status.bytesDone;
+    const std::string& first = status.line1;
+    const std::string& second = status.line2;
+    const bool paused = status.paused;
 
     char counts[160];
     std::snprintf(counts, sizeof counts, "Files %lld of %lld | %s of %s", files, total,
@@ -93,7 +89,7 @@ void ConsoleSession::showProgress(bool force) {
 }
 
 void ConsoleSession::showPauseChange() {
-    const bool paused = wizard_->uploadPaused();
+    const bool paused = view_.status().paused;
     if (paused == pausedShown_) return;
     pausedShown_ = paused;
     clearProgressLine();
@@ -114,37 +110,33 @@ void ConsoleSession::onKey(char key) {
         const bool stop = key == 'y' || key == 'Y';
         std::printf("%s\n", stop ? "yes" : "no");
         std::fflush(stdout);
-        const int tag = stop ? kTagStopUpload : kTagKeepUploading;
-        QTimer::singleShot(0, this, [this, tag] {
-            wizard_->cancelUploadFiles(tag);
+        view_.answer(open, stop ? ConsoleView::kAnswerSecond : ConsoleView::kAnswerFirst);
+        // The controller acts on the answer once the question's loop has returned.
+        QTimer::singleShot(0, this, [this] {
             if (!ended()) showPauseChange();
         });
         return;
     }
-    if (modal) {
-        if (open == Dialog::LostConnection && (key == 's' || key == 'S')) {
-            QTimer::singleShot(0, this, [this] { wizard_->cancelQVTransfer(); });
-        }
-        return;
-    }
-    if (wizard_->isFileTransferCompleted() || wizard_->uploadCancelled()) return;
-    const int tag = view_.tag(kPauseResumeButton, kTagPause);
+    if (modal) return;
+    const StatusSnapshot status = view_.status();
+    if (status.ended()) return;
+    const int tag = status.pauseButtonTag;
     switch (key) {
         case 'p':
         case 'P':
-            if (tag == kTagPause) wizard_->cancelUploadFiles(kTagPause);
+            if (tag == kTagPause) actions_.cancelUploadFiles(kTagPause);
             showPauseChange();
             break;
         case 'r':
         case 'R':
-            if (tag == kTagResume) wizard_->cancelUploadFiles(kTagResume);
+            if (tag == kTagResume) actions_.cancelUploadFiles(kTagResume);
             showPauseChange();
             break;
         case 's':
         case 'S':
             // The stop button: pauses, then asks. The question runs as a nested loop, so it
             // starts from the event loop rather than from inside this key's handling.
-            QTimer::singleShot(0, this, [this] { wizard_->cancelUploadFiles(kTagStop); });
+            QTimer::singleShot(0, this, [this] { actions_.cancelUploadFiles(kTagStop); });
             return;
         default:
             return;
@@ -157,7 +149,7 @@ void ConsoleSession::onStopSignal() {
     if (stage_ != Stage::Uploading) {
         clearProgressLine();
         // As closing the window before an upload: the controller lets its mounts go.
-        wizard_->windowShouldClose();
+        actions_.windowShouldClose();
         return finish(kExitStopped, "Stopped before the upload began.");
     }
     Dialog open = Dialog::QuitConfirmation;
@@ -165,52 +157,48 @@ void ConsoleSession::onStopSignal() {
         if (open == Dialog::CancelUploadConfirm) {
             awaitingStopAnswer_ = false;
             std::printf("yes\n");
-            QTimer::singleShot(0, this, [this] { wizard_->cancelUploadFiles(kTagStopUpload); });
-        } else if (open == Dialog::LostConnection) {
-            QTimer::singleShot(0, this, [this] { wizard_->cancelQVTransfer(); });
+            view_.answer(open, ConsoleView::kAnswerSecond);
         }
         return;
     }
-    if (wizard_->isFileTransferCompleted()) return;  // the end is being printed
+    if (view_.status().state == engine::UploadState::Completed) return;  // the end is printed
     stopWithoutAsking_ = true;
-    QTimer::singleShot(0, this, [this] { wizard_->cancelUploadFiles(kTagStop); });
+    QTimer::singleShot(0, this, [this] { actions_.cancelUploadFiles(kTagStop); });
 }
 
 void ConsoleSession::checkEnd() {
-    if (delegate_->cancelled || wizard_->uploadCancelled()) {
+    const StatusSnapshot status = view_.status();
+    if (delegate_->cancelled || status.state == engine::UploadState::Cancelled) {
         if (view_.modalOpen()) return;  // the stop is still unwinding
         return finish(kExitStopped,
                       "Stopped. Files uploaded before the stop stay at the destination.");
     }
-    if (!wizard_->isFileTransferCompleted()) return;
+    if (status.state != engine::UploadState::Completed) return;
     const auto now = Clock::now();
     if (!completedSince_) completedSince_ = now;
-    const bool endStepDone = view_.text("statusCloseButton") == wizard_->localeCLOSE_btn;
-    if (!endStepDone && now - *completedSince_ < kEndStepWait) return;
+    // The end step's last change of the status screen brings up the uploaded-files link.
+    if (!status.uploadedFilesShown && now - *completedSince_ < kEndStepWait) return;
     clearProgressLine();
-    printResult();
-    const bool failures = !wizard_->failedTransferArray.get().empty();
+    printResult(status);
+    const bool failures = !status.failures.empty();
     if (failures) {
         // As closing the status after an upload with errors: the session ends and the shares
         // that stayed mounted for a retry are let go.
-        wizard_->terminateTransfer();
+        actions_.terminateTransfer();
     }
     finish(failures ? kExitSomeFailed : kExitAllArrived);
 }
 
-void ConsoleSession::printResult() {
-    const List failed = wizard_->failedTransferArray.get();
-    std::printf("%s\n", wizard_->progressStatusMsg1.get().c_str());
-    const std::string folder = wizard_->selectedDestinationShare.get();
+void ConsoleSession::printResult(const StatusSnapshot& status) {
+    std::printf("%s\n", status.line1.c_str());
+    const std::string& folder = status.destination;
     std::printf("Destination: %s on %s (%s)\n",
                 destinationShown_.empty() ? folder.c_str() : destinationShown_.c_str(),
-                wizard_->deviceInfo().string("productName").c_str(), folder.c_str());
-    if (!failed.empty()) {
-        std::printf("Failed (%zu):\n", failed.size());
-        for (const Value& v : failed)
-            if (const Record* r = v.asRecord())
-                std::printf("  %s: %s\n", r->string("sourceFilePath").c_str(),
-                            r->string("localizedError").c_str());
+                status.productName.c_str(), folder.c_str());
+    if (!status.failures.empty()) {
+        std::printf("Failed (%zu):\n", status.failures.size());
+        for (const FailedItem& item : status.failures)
+            std::printf("  %s: %s\n", item.sourceFilePath.c_str(), item.localizedError.c_str());
     }
     std::fflush(stdout);
 }

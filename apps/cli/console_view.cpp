@@ -1,11 +1,15 @@
 #include "console_view.h"
 
+#include <QCoreApplication>
+#include <QThread>
 #include <algorithm>
 
-#include "platform/dispatch.h"
-#include "session/qvtransfer_private.h"
-
 namespace qvt::cli {
+
+bool ConsoleView::onMainThread() {
+    const QCoreApplication* app = QCoreApplication::instance();
+    return !app || QThread::currentThread() == app->thread();
+}
 
 void ConsoleView::selectDestinationFolder(const std::string& path) {
     std::lock_guard lock(mutex_);
@@ -27,19 +31,89 @@ bool ConsoleView::closed() const {
     return closed_;
 }
 
-void ConsoleView::showScreen(const Screen*) {
-    // The session follows the controller's own record of the screen shown.
+void ConsoleView::showScreen(const Screen* screen) {
+    std::lock_guard lock(mutex_);
+    screenShown_ = screen != nullptr;
+    if (screen) screen_ = *screen;
 }
 
-int ConsoleView::runModal(Dialog dialog) {
-    if (!owner_.dispatcher().onMainThread()) {
+bool ConsoleView::shownScreen(Screen* which) const {
+    std::lock_guard lock(mutex_);
+    if (screenShown_ && which) *which = screen_;
+    return screenShown_;
+}
+
+void ConsoleView::showUsers(const UsersScreen& screen) {
+    std::lock_guard lock(mutex_);
+    users_ = screen;
+}
+
+void ConsoleView::showSources(const SourcesScreen& screen) {
+    std::lock_guard lock(mutex_);
+    sources_ = screen;
+}
+
+void ConsoleView::showDestinations(const DestinationScreen& screen) {
+    std::lock_guard lock(mutex_);
+    destinations_ = screen;
+}
+
+void ConsoleView::showStatus(const StatusSnapshot& status) {
+    std::lock_guard lock(mutex_);
+    status_ = status;
+}
+
+UsersScreen ConsoleView::users() const {
+    std::lock_guard lock(mutex_);
+    return users_;
+}
+
+SourcesScreen ConsoleView::sources() const {
+    std::lock_guard lock(mutex_);
+    return sources_;
+}
+
+DestinationScreen ConsoleView::destinations() const {
+    std::lock_guard lock(mutex_);
+    return destinations_;
+}
+
+StatusSnapshot ConsoleView::status() const {
+    std::lock_guard lock(mutex_);
+    return status_;
+}
+
+std::string ConsoleView::questionText() const {
+    std::lock_guard lock(mutex_);
+    return questionText_;
+}
+
+void ConsoleView::setEnabled(const std::string& control, bool enabled) {
+    std::lock_guard lock(mutex_);
+    enabled_[control] = enabled;
+}
+
+bool ConsoleView::enabled(const std::string& control) const {
+    std::lock_guard lock(mutex_);
+    const auto it = enabled_.find(control);
+    return it != enabled_.end() && it->second;
+}
+
+int ConsoleView::runModal(Dialog dialog, const std::string& text) {
+    if (!onMainThread()) {
         int code = 0;
-        owner_.dispatcher().mainSync([&] { code = runModal(dialog); });
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [&] { code = runModal(dialog, text); },
+            Qt::BlockingQueuedConnection);
         return code;
     }
-    // A dialog already running answers once, for its first run.
+    // A question already open answers once, for its first run.
     for (const Run* r : runs_)
         if (r->dialog == dialog) return 0;
+    {
+        std::lock_guard lock(mutex_);
+        questionText_ = text;
+    }
     Run run(dialog);
     runs_.push_back(&run);
     if (onModal_) onModal_(dialog);
@@ -54,13 +128,7 @@ void ConsoleView::finishRun(Run* run, int code) {
     run->loop.quit();
 }
 
-void ConsoleView::endModal(Dialog dialog, int code) {
-    if (!owner_.dispatcher().onMainThread()) {
-        auto self = owner_.shared_from_this();
-        owner_.dispatcher().mainAsync(
-            [self, dialog, code] { self->view()->endModal(dialog, code); });
-        return;
-    }
+void ConsoleView::answer(Dialog dialog, int code) {
     for (auto it = runs_.rbegin(); it != runs_.rend(); ++it)
         if ((*it)->dialog == dialog && !(*it)->ended) {
             finishRun(*it, code);
@@ -68,10 +136,61 @@ void ConsoleView::endModal(Dialog dialog, int code) {
         }
 }
 
+StopAnswer ConsoleView::askStopUpload(const StopQuestion& question) {
+    switch (runModal(Dialog::CancelUploadConfirm, question.prompt)) {
+        case kAnswerFirst:
+            return StopAnswer::KeepUploading;
+        case kAnswerSecond:
+            return StopAnswer::StopUpload;
+        default:
+            return StopAnswer::Dismissed;
+    }
+}
+
+ProtectedFilesAnswer ConsoleView::askMoveProtectedFiles(const ProtectedFilesQuestion& question) {
+    switch (runModal(Dialog::ProtectedFiles, question.text)) {
+        case kAnswerFirst:
+            return ProtectedFilesAnswer::StayOnSources;
+        case kAnswerSecond:
+            return ProtectedFilesAnswer::Continue;
+        default:
+            return ProtectedFilesAnswer::Dismissed;
+    }
+}
+
+LostConnectionAnswer ConsoleView::askLostConnection() {
+    switch (runModal(Dialog::LostConnection)) {
+        case kAnswerFirst:
+            return LostConnectionAnswer::Retry;
+        case kAnswerSecond:
+            return LostConnectionAnswer::Cancel;
+        default:
+            return LostConnectionAnswer::Dismissed;
+    }
+}
+
+void ConsoleView::showDeviceMissing() {
+    runModal(Dialog::DeviceMissing);
+}
+
+void ConsoleView::showDeviceFull() {
+    runModal(Dialog::DeviceFull);
+}
+
+void ConsoleView::endModal(Dialog dialog) {
+    if (!onMainThread()) {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [this, dialog] { endModal(dialog); },
+            Qt::QueuedConnection);
+        return;
+    }
+    answer(dialog, kModalStopped);
+}
+
 void ConsoleView::stopModal() {
-    if (!owner_.dispatcher().onMainThread()) {
-        auto self = owner_.shared_from_this();
-        owner_.dispatcher().mainAsync([self] { self->view()->stopModal(); });
+    if (!onMainThread()) {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [this] { stopModal(); }, Qt::QueuedConnection);
         return;
     }
     for (auto it = runs_.rbegin(); it != runs_.rend(); ++it)
@@ -89,42 +208,5 @@ bool ConsoleView::modalOpen(Dialog* which) const {
         }
     return false;
 }
-
-void ConsoleView::setText(const std::string& control, const std::string& text) {
-    std::lock_guard lock(mutex_);
-    texts_[control] = text;
-}
-
-std::string ConsoleView::text(const std::string& control) const {
-    std::lock_guard lock(mutex_);
-    const auto it = texts_.find(control);
-    return it == texts_.end() ? std::string() : it->second;
-}
-
-void ConsoleView::setEnabled(const std::string& control, bool enabled) {
-    std::lock_guard lock(mutex_);
-    enabled_[control] = enabled;
-}
-
-bool ConsoleView::enabled(const std::string& control) const {
-    std::lock_guard lock(mutex_);
-    const auto it = enabled_.find(control);
-    return it != enabled_.end() && it->second;
-}
-
-void ConsoleView::setHidden(const std::string&, bool) {}
-
-void ConsoleView::setTag(const std::string& control, int tag) {
-    std::lock_guard lock(mutex_);
-    tags_[control] = tag;
-}
-
-int ConsoleView::tag(const std::string& control, int fallback) const {
-    std::lock_guard lock(mutex_);
-    const auto it = tags_.find(control);
-    return it == tags_.end() ? fallback : it->second;
-}
-
-void ConsoleView::setValue(const std::string&, double) {}
 
 }  // namespace qvt::cli

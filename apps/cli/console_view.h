@@ -1,6 +1,6 @@
-// The controller's front end in a terminal. It keeps what the controller shows (texts, tags,
-// the screen) for the console session to print, and runs each modal dialog as a nested event
-// loop that ends when the controller's own button operations end it.
+// The controller's front end in a terminal. It keeps the latest value of each screen the
+// controller sent, for the console session to print, and runs each question as a nested event
+// loop that ends when the session answers it (or the controller ends it).
 #pragma once
 
 #include <QEventLoop>
@@ -16,40 +16,56 @@ namespace qvt::cli {
 
 class ConsoleView : public QVTransferView {
   public:
-    // The code of a modal run ended by stopModal().
+    // The code of a question's run ended by the controller rather than by an answer.
     static constexpr int kModalStopped = -1000;
+    // The answers to a question: the first choice (keep uploading, stay, retry, close) and the
+    // second (stop, go on and move, cancel).
+    static constexpr int kAnswerFirst = 1;
+    static constexpr int kAnswerSecond = 2;
 
-    explicit ConsoleView(QVTransferPrivate& owner) : owner_(owner) {}
-
-    // Called on the main thread when a dialog opens, before its run waits. It may answer at
-    // once through the controller (which ends the run) or leave the run open.
+    // Called on the main thread when a question opens, before its run waits. It may answer at
+    // once through answer() or leave the run open.
     void setModalHandler(std::function<void(Dialog)> handler) { onModal_ = std::move(handler); }
+    // Answers the open question `dialog` (main thread).
+    void answer(Dialog dialog, int code);
     // The folder selectedDestinationFolder() answers: the one the session resolved.
     void selectDestinationFolder(const std::string& path);
 
     // ---- QVTransferView ----
     void bringToFront() override {}
     void closeWindow() override;
-    void minimizeWindow() override {}
     void showScreen(const Screen* screen) override;
-    int runModal(Dialog dialog) override;
-    void endModal(Dialog dialog, int code) override;
-    void stopModal() override;
-    void setText(const std::string& control, const std::string& text) override;
-    std::string text(const std::string& control) const override;
-    void setEnabled(const std::string& control, bool enabled) override;
-    void setHidden(const std::string& control, bool hidden) override;
-    void setTag(const std::string& control, int tag) override;
-    void setValue(const std::string& control, double value) override;
-    void moveControl(const std::string&, double, double) override {}
-    void reload(const std::string&) override {}
+    void showUsers(const UsersScreen& screen) override;
+    void showSources(const SourcesScreen& screen) override;
+    void showDestinations(const DestinationScreen& screen) override;
+    void showStatus(const StatusSnapshot& status) override;
+    void showFailedList(const FailedList&) override {}
     std::string selectedDestinationFolder() const override;
+    StopAnswer askStopUpload(const StopQuestion& question) override;
+    ProtectedFilesAnswer askMoveProtectedFiles(const ProtectedFilesQuestion& question) override;
+    LostConnectionAnswer askLostConnection() override;
+    void showDeviceMissing() override;
+    void showDeviceFull() override;
+    void endModal(Dialog dialog) override;
+    void stopModal() override;
+    void setText(const std::string&, const std::string&) override {}
+    void setEnabled(const std::string& control, bool enabled) override;
+    void setHidden(const std::string&, bool) override {}
+    void setTag(const std::string&, int) override {}
+    void moveControl(const std::string&, double, double) override {}
 
     // ---- What the session reads ----
-    int tag(const std::string& control, int fallback) const;
+    // The screen shown, when one is.
+    bool shownScreen(Screen* which) const;
+    UsersScreen users() const;
+    SourcesScreen sources() const;
+    DestinationScreen destinations() const;
+    StatusSnapshot status() const;
+    // The text of the question open now ("" when none has text).
+    std::string questionText() const;
     bool enabled(const std::string& control) const;
     bool closed() const;
-    // The dialog whose run is innermost, when one runs.
+    // The question whose run is innermost, when one runs (main thread).
     bool modalOpen(Dialog* which = nullptr) const;
 
   private:
@@ -60,13 +76,20 @@ class ConsoleView : public QVTransferView {
         int code = 0;
         QEventLoop loop;
     };
+    // Runs the question `dialog` on the main thread and answers its code.
+    int runModal(Dialog dialog, const std::string& text = {});
     void finishRun(Run* run, int code);
+    static bool onMainThread();
 
-    QVTransferPrivate& owner_;
     std::function<void(Dialog)> onModal_;
     mutable std::mutex mutex_;
-    std::map<std::string, std::string> texts_;
-    std::map<std::string, int> tags_;
+    bool screenShown_ = false;
+    Screen screen_ = Screen::Users;
+    UsersScreen users_;
+    SourcesScreen sources_;
+    DestinationScreen destinations_;
+    StatusSnapshot status_;
+    std::string questionText_;
     std::map<std::string, bool> enabled_;
     std::string selectedFolder_;
     bool closed_ = false;

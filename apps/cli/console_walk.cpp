@@ -9,8 +9,6 @@
 #include "console_view.h"
 #include "destination/folder_node.h"
 #include "platform/files.h"
-#include "session/qvtransfer_private.h"
-#include "source/source_entry.h"
 #include "terminal.h"
 
 namespace qvt::cli {
@@ -56,11 +54,9 @@ std::optional<std::string> ConsoleSession::ask(const std::string& prompt, bool s
 }
 
 void ConsoleSession::chooseUser() {
-    if (!wizard_->finishedfetchingUsers) return;
-    const List users = wizard_->usersArrayController.get();
-    std::vector<std::string> names;
-    for (const Value& v : users)
-        if (const Record* r = v.asRecord()) names.push_back(r->string("username"));
+    const UsersScreen users = view_.users();
+    if (!users.usersFetched) return;
+    const std::vector<std::string> names = users.userNames;
     int index = -1;
     std::string wanted = options_.user;
     if (wanted.empty() && names.size() == 1) wanted = names.front();
@@ -85,10 +81,10 @@ void ConsoleSession::chooseUser() {
         return finish(kExitBadArguments,
                       "The device has no account " + wanted + " (it has: " + joined(names) + ").");
 
-    wizard_->selectUser(index);
+    actions_.selectUser(index);
     for (int attempt = 0;; ++attempt) {
         std::optional<std::string> password = std::string();
-        if (wizard_->showPasswordField) {
+        if (view_.users().passwordShown) {
             if (options_.passwordFromStdin)
                 password = terminal_.readLine("", true, [this] { return ended(); });
             else if (terminal_.inputIsTerminal())
@@ -100,12 +96,12 @@ void ConsoleSession::chooseUser() {
             if (ended()) return;
             if (!password) return finish(kExitBadArguments, "No password was given.");
         }
-        wizard_->userPassword.set(*password);
-        wizard_->verifyUserLoginAndSelectSourceFiles();
+        actions_.setUserPassword(*password);
+        actions_.verifyUserLoginAndSelectSourceFiles();
         if (ended()) return;
-        const Screen* shown = wizard_->currentTransferView();
-        if (shown && *shown == Screen::Sources) return addSources();
-        if (!wizard_->incorrectPassword) return;  // the lost-connection question took over
+        Screen shown = Screen::Users;
+        if (view_.shownScreen(&shown) && shown == Screen::Sources) return addSources();
+        if (!view_.users().incorrectPassword) return;  // the lost-connection question took over
         if (!options_.passwordFromStdin && terminal_.inputIsTerminal() && attempt < 2) {
             std::printf("The device did not accept the password; try again.\n");
             continue;
@@ -132,26 +128,22 @@ void ConsoleSession::addSources() {
         }
         if (options_.sources.empty()) return finish(kExitBadArguments, "Nothing to upload.");
     }
-    if (options_.move) wizard_->removeFilesAfterUpload = true;
+    if (options_.move) actions_.setRemoveFilesAfterUpload(true);
     // The same step as dropping the items on the source screen.
-    wizard_->concludeDragOperation(options_.sources);
+    actions_.concludeDragOperation(options_.sources);
     stage_ = Stage::Counting;
 }
 
 void ConsoleSession::leaveSources() {
     // Next waits for every row's count, so the upload knows how many files it has.
-    const List rows = wizard_->sourceFilesArray.get();
-    if (rows.empty()) return;
-    for (const Value& v : rows)
-        if (const Record* r = v.asRecord();
-            r && r->string("numberOfFiles") == source::kCountingPlaceholder)
-            return;
-    std::printf("Sources: %s\n", wizard_->numberOfFilesAndFolders.get().c_str());
+    const SourcesScreen sources = view_.sources();
+    if (sources.rows.empty() || !sources.allCounted) return;
+    std::printf("Sources: %s\n", sources.summary.c_str());
     std::fflush(stdout);
-    wizard_->selectDestinationForFileTransfer();
+    actions_.selectDestinationForFileTransfer();
     if (ended()) return;
-    const Screen* shown = wizard_->currentTransferView();
-    if (shown && *shown == Screen::Destination) {
+    Screen shown = Screen::Users;
+    if (view_.shownScreen(&shown) && shown == Screen::Destination) {
         stage_ = Stage::Destination;
         stageSince_ = Clock::now();
         return;
@@ -163,7 +155,7 @@ std::optional<std::string> ConsoleSession::resolveDestination(const std::string&
                                                               std::string& error) {
     std::vector<std::pair<std::string, std::string>> roots;  // name, folder
     std::vector<std::string> names;
-    for (const Value& v : wizard_->destinationFoldersList.get())
+    for (const Value& v : view_.destinations().roots)
         if (const Record* r = v.asRecord()) {
             roots.emplace_back(r->string(destination::kFolderName),
                                r->string(destination::kFolderFullPath));
@@ -210,12 +202,13 @@ std::optional<std::string> ConsoleSession::resolveDestination(const std::string&
 }
 
 void ConsoleSession::chooseDestination() {
-    if (!wizard_->finishedPopulatingDestinationFolders || !wizard_->uploadFilesButtonEnable) {
+    const DestinationScreen destinations = view_.destinations();
+    if (!destinations.finished || !destinations.uploadEnabled) {
         if (Clock::now() - stageSince_ > kDestinationWait)
             finish(kExitSomeFailed, "The device's shares and volumes did not come up.");
         return;
     }
-    const List roots = wizard_->destinationFoldersList.get();
+    const List& roots = destinations.roots;
     std::vector<std::string> names;
     for (const Value& v : roots)
         if (const Record* r = v.asRecord()) names.push_back(r->string(destination::kFolderName));
@@ -249,15 +242,14 @@ void ConsoleSession::chooseDestination() {
 }
 
 void ConsoleSession::startUpload() {
-    const Record info = wizard_->deviceInfo();
     std::printf("Uploading %lld files to %s on %s\n",
-                static_cast<long long>(wizard_->job().numberOfFilesCountForTransfer.load()),
-                destinationShown_.c_str(), info.string("productName").c_str());
+                static_cast<long long>(view_.destinations().filesToUpload),
+                destinationShown_.c_str(), deviceInfo("productName").c_str());
     std::fflush(stdout);
     stage_ = Stage::Uploading;
     terminal_.setRawInput(true);
     terminal_.startKeys([this](char k) { onKey(k); }, [] {});
-    wizard_->uploadFiles();
+    actions_.uploadFiles();
     showProgress(true);
 }
 
@@ -266,13 +258,13 @@ void ConsoleSession::onModal(Dialog dialog) {
     switch (dialog) {
         case Dialog::CancelUploadConfirm:
             if (stopWithoutAsking_) {
-                QTimer::singleShot(0, this, [this] { wizard_->cancelUploadFiles(2); });
+                view_.answer(dialog, ConsoleView::kAnswerSecond);
             } else if (terminal_.inputEnded()) {
                 // Nobody can answer: keep uploading.
-                QTimer::singleShot(0, this, [this] { wizard_->cancelUploadFiles(1); });
+                view_.answer(dialog, ConsoleView::kAnswerFirst);
             } else {
                 showPauseChange();  // the stop button pauses before it asks
-                std::string prompt = view_.text("stopUploadPrompt");
+                std::string prompt = view_.questionText();
                 if (prompt.empty()) prompt = "Stop the upload?";
                 std::printf("%s [y/N] ", prompt.c_str());
                 std::fflush(stdout);
@@ -280,16 +272,15 @@ void ConsoleSession::onModal(Dialog dialog) {
             }
             break;
         case Dialog::ProtectedFiles: {
-            std::printf("%s\n", view_.text("containsSystemFilesText").c_str());
-            int tag = 2;  // --move on a command line without a terminal is the confirmation
+            std::printf("%s\n", view_.questionText().c_str());
+            // --move on a command line without a terminal is the confirmation.
+            bool goOn = true;
             if (terminal_.inputIsTerminal()) {
                 const auto answer = ask("Go on and move the sources? [y/N] ");
-                tag =
-                    answer && !answer->empty() && (answer->front() == 'y' || answer->front() == 'Y')
-                        ? 2
-                        : 1;
+                goOn = answer && !answer->empty() &&
+                       (answer->front() == 'y' || answer->front() == 'Y');
             }
-            wizard_->cancelOrContinueUpload(tag);
+            view_.answer(dialog, goOn ? ConsoleView::kAnswerSecond : ConsoleView::kAnswerFirst);
             break;
         }
         case Dialog::LostConnection:
@@ -297,38 +288,33 @@ void ConsoleSession::onModal(Dialog dialog) {
             break;
         case Dialog::DeviceMissing:
             std::printf("The device is gone; the upload waits until it is back.\n");
-            view_.endModal(dialog, 0);
+            view_.answer(dialog, ConsoleView::kAnswerFirst);
             break;
         case Dialog::DeviceFull:
             std::printf("The device is full; the upload waits until it has room.\n");
-            view_.endModal(dialog, 0);
+            view_.answer(dialog, ConsoleView::kAnswerFirst);
             break;
         default:
-            view_.endModal(dialog, 0);
+            view_.answer(dialog, ConsoleView::kModalStopped);
             break;
     }
     std::fflush(stdout);
 }
 
 void ConsoleSession::answerLostConnection() {
-    if (stage_ == Stage::Uploading) {
-        // Left open: the recovery ends it when the device is back; s or Ctrl-C stops.
-        std::printf(
-            "The connection to the device was lost; the upload waits for it "
-            "(s stops).\n");
-        return;
-    }
-    const std::string address = wizard_->deviceInfo().string("ipAddress");
+    const std::string address = deviceInfo("ipAddress");
     std::printf("Cannot reach the device at %s.\n", address.c_str());
     if (terminal_.inputIsTerminal()) {
         const auto answer = ask("Try again? [Y/n] ");
         if (!ended() && answer &&
             (answer->empty() || (answer->front() != 'n' && answer->front() != 'N'))) {
-            wizard_->retryDeviceConnection(view_.tag("lostConnectionRetryButton", 1));
+            view_.answer(Dialog::LostConnection, ConsoleView::kAnswerFirst);
             return;
         }
     }
-    view_.endModal(Dialog::LostConnection, 0);
+    // Closed without a choice: nothing of the device's state (a pending upload's record
+    // included) is touched; the session ends.
+    view_.answer(Dialog::LostConnection, ConsoleView::kModalStopped);
     finish(kExitSomeFailed, "Not uploaded: cannot reach the device at " + address + ".");
 }
 

@@ -62,31 +62,32 @@ int main(int argc, char** argv) {
     Terminal terminal;
     ConsoleView* view = nullptr;
     qvt::Services services = qvt::Services::defaults();
-    services.viewFactory = [&view](QVTransferPrivate& owner, const std::string&) {
-        auto made = std::make_unique<ConsoleView>(owner);
+    services.viewFactory = [&view](qvt::QVTransferActions&, const std::string&) {
+        auto made = std::make_unique<ConsoleView>();
         view = made.get();
         return std::unique_ptr<qvt::QVTransferView>(std::move(made));
     };
-    std::shared_ptr<QVTransferPrivate> wizard =
+    std::shared_ptr<QVTransferPrivate> controller =
         QVTransferPrivate::initWithDevice(*device, services);
-    if (!wizard || !view) {
+    if (!controller || !view) {
         std::fprintf(stderr, "qvtransfer-cli: the wizard could not be created\n");
         return kExitSomeFailed;
     }
 
     int code = kExitSomeFailed;
     {
-        ConsoleSession session(options, terminal, wizard, *view);
+        ConsoleSession session(options, terminal, *device,
+                               QVTransferPrivate::hostInterface(controller), *controller, *view);
         code = session.run();
     }
     // The controller's background work (the last save of the state file, unmounts) ends
     // first. Work that cannot end (a copy blocked on a source that never answers) is left to
     // the end of the process.
-    const bool idle = wizard->dispatcher().waitIdle(10.0);
+    const bool idle = services.dispatch->waitIdle(10.0);
     Terminal::restore();
     std::fflush(stdout);
     std::fflush(stderr);
     if (!idle) _exit(code);
-    wizard.reset();
+    controller.reset();
     return code;
 }

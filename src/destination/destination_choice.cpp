@@ -15,7 +15,6 @@ using qvt::Value;
 
 namespace {
 
-constexpr const char* kSystemFilesText = "containsSystemFilesText";
 constexpr const char* kDestinationOutline = "destinationFolderOutlineView";
 
 }  // namespace
@@ -56,19 +55,27 @@ void QVTransferPrivate::selectDestinationForFileTransfer() {
             qvt::platform::format("%@\n\n%@", localizedString("SYSTEM_FILE_WARNING1_txt_MAC"),
                                   localizedString("SYSTEM_FILE_WARNING2_txt_MAC"));
     }
-    view()->setText(kSystemFilesText, localeSYSTEM_FILE_WARNING1_txt_MAC);
-    view()->runModal(qvt::Dialog::ProtectedFiles);
+    switch (view()->askMoveProtectedFiles({localeSYSTEM_FILE_WARNING1_txt_MAC})) {
+        case qvt::ProtectedFilesAnswer::StayOnSources:
+            cancelOrContinueUpload(1);
+            break;
+        case qvt::ProtectedFilesAnswer::Continue:
+            cancelOrContinueUpload(2);
+            break;
+        case qvt::ProtectedFilesAnswer::Dismissed:
+            break;
+    }
 }
 
 void QVTransferPrivate::cancelOrContinueUpload(int senderTag) {
     switch (senderTag) {
         case 1:
-            view()->endModal(qvt::Dialog::ProtectedFiles, senderTag);
+            view()->endModal(qvt::Dialog::ProtectedFiles);
             excludeSourceFilesArray.set({});
             break;
         case 2:
             // The system files stay listed: they are copied, not moved.
-            view()->endModal(qvt::Dialog::ProtectedFiles, senderTag);
+            view()->endModal(qvt::Dialog::ProtectedFiles);
             showDestinaionSharesToTransfer();
             break;
         default:
@@ -98,4 +105,6 @@ void QVTransferPrivate::showDestinaionSharesToTransfer() {
         }
         rows = std::move(ticked);
     });
+    // The screen shows what it has so far, with the number of files to upload.
+    rearrangeDestFilesList();
 }

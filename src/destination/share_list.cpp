@@ -23,8 +23,7 @@ namespace dst = qvt::destination;
 
 namespace {
 
-// The retry button of the lost-connection sheet; its tag tells the retry what to start again.
-constexpr const char* kLostConnectionRetry = "lostConnectionRetryButton";
+// What the lost-connection sheet's Retry starts again: the share list.
 constexpr int kRetrySharesTag = 3;
 
 std::optional<std::string> sortKey(const Record& entry, const char* key) {
@@ -42,10 +41,7 @@ int compareKeys(const std::optional<std::string>& a, const std::optional<std::st
 }
 
 void showLostConnection(QVTransferPrivate& owner) {
-    owner.dispatcher().mainSync([&owner] {
-        owner.view()->setTag(kLostConnectionRetry, kRetrySharesTag);
-        owner.view()->runModal(qvt::Dialog::LostConnection);
-    });
+    owner.dispatcher().mainSync([&owner] { owner.runLostConnectionDialog(kRetrySharesTag); });
 }
 
 }  // namespace

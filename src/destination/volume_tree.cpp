@@ -19,10 +19,6 @@ namespace dst = qvt::destination;
 
 namespace {
 
-constexpr const char* kDestinationTree = "destinationFilesView";
-constexpr const char* kUploadButton = "uploadFilesButton";
-constexpr const char* kNewFolderLink = "createNewFolderLink";
-
 // Runs `task` on the main thread: at once when already there, otherwise posted.
 void onMain(QVTransferPrivate& owner, std::function<void()> task) {
     if (owner.dispatcher().onMainThread())
@@ -70,21 +66,19 @@ void finishRootBuild(QVTransferPrivate& owner) {
 void QVTransferPrivate::setUploadFilesButtonEnable(bool enable) {
     uploadFilesButtonEnable = enable;
     auto self = shared_from_this();
-    // The button shows the flag as it is when the main thread gets to it, so a quick sequence of
-    // changes from several threads always ends with the last value.
-    onMain(*this,
-           [self] { self->view()->setEnabled(kUploadButton, self->uploadFilesButtonEnable); });
+    // The screen shows the flags as they are when the main thread gets to it, so a quick
+    // sequence of changes from several threads always ends with the last value.
+    onMain(*this, [self] { self->rearrangeDestFilesList(); });
 }
 
 void QVTransferPrivate::setCreateNewFolderLinkEnabled(bool enabled) {
     createNewFolderLinkEnabled = enabled;
     auto self = shared_from_this();
-    onMain(*this,
-           [self] { self->view()->setEnabled(kNewFolderLink, self->createNewFolderLinkEnabled); });
+    onMain(*this, [self] { self->rearrangeDestFilesList(); });
 }
 
 void QVTransferPrivate::rearrangeDestFilesList() {
-    view()->reload(kDestinationTree);
+    view()->showDestinations(destinationScreen());
 }
 
 void QVTransferPrivate::populateDASDestinationFoldersList() {

@@ -14,9 +14,6 @@ using qvt::platform::QueuePriority;
 
 namespace {
 
-constexpr const char* kNasUsersView = "nasUsersView";
-constexpr const char* kLostConnectionRetry = "lostConnectionRetryButton";
-
 std::string listDescription(const List& list) {
     return qvt::Value(list).describe();
 }
@@ -29,10 +26,7 @@ void QVTransferPrivate::selectNASUser() {
         const std::string address = self->deviceInfo().string("ipAddress");
         const auto reply = qvt::device::requestUsers(*self->services().http, address);
         if (reply.users.empty()) {
-            self->dispatcher().mainSync([&] {
-                self->view()->setTag(kLostConnectionRetry, 1);
-                self->view()->runModal(qvt::Dialog::LostConnection);
-            });
+            self->dispatcher().mainSync([&] { self->runLostConnectionDialog(1); });
         } else {
             self->dispatcher().mainSync(
                 [&] { self->processUsersReply(reply.status, reply.users); });
@@ -83,9 +77,9 @@ void QVTransferPrivate::processUsersReply(long httpStatus, const List& users) {
     });
     usersArrayController.set(records);
     usersPopupSelectedIndex = 0;
-    view()->reload(kNasUsersView);
-    selectUser(usersPopupSelectedIndex);
     finishedfetchingUsers = true;
+    view()->showUsers(usersScreen());
+    selectUser(usersPopupSelectedIndex);
 }
 
 void QVTransferPrivate::selectUser(int selectedIndex) {
@@ -101,7 +95,7 @@ void QVTransferPrivate::selectUser(int selectedIndex) {
     userName.set(user ? user->string("username") : std::string());
     showPasswordField = user && user->string("is_password") == "true";
     userPassword.set("");
-    view()->reload(kNasUsersView);
+    view()->showUsers(usersScreen());
 }
 
 void QVTransferPrivate::verifyUserLoginAndSelectSourceFiles() {
@@ -117,8 +111,7 @@ void QVTransferPrivate::verifyUserLoginAndSelectSourceFiles() {
         password));
 
     if (!reply.record) {
-        view()->setTag(kLostConnectionRetry, 2);
-        view()->runModal(qvt::Dialog::LostConnection);
+        runLostConnectionDialog(2);
         return;
     }
     if (qvt::device::loginSucceeded(reply.record)) {
@@ -131,12 +124,25 @@ void QVTransferPrivate::verifyUserLoginAndSelectSourceFiles() {
     // No "status", or anything but "success": a wrong password.
     passwordPlaceholder = localePASSWORD_txt;
     incorrectPassword = true;
-    view()->reload(kNasUsersView);
+    view()->showUsers(usersScreen());
     view()->focus("passwordField", true);
 }
 
+void QVTransferPrivate::runLostConnectionDialog(int retryTag) {
+    switch (view()->askLostConnection()) {
+        case qvt::LostConnectionAnswer::Retry:
+            retryDeviceConnection(retryTag);
+            break;
+        case qvt::LostConnectionAnswer::Cancel:
+            cancelQVTransfer();
+            break;
+        case qvt::LostConnectionAnswer::Dismissed:
+            break;
+    }
+}
+
 void QVTransferPrivate::retryDeviceConnection(int tag) {
-    view()->endModal(qvt::Dialog::LostConnection, tag);
+    view()->endModal(qvt::Dialog::LostConnection);
     switch (tag) {
         case 1: {
             finishedfetchingUsers = false;

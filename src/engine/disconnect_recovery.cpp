@@ -32,13 +32,17 @@ void pauseForDevice(QVTransferPrivate& c, qvt::engine::PauseReason reason, const
 void showDeviceDialog(QVTransferPrivate& c, qvt::Dialog dialog, bool resumeButton) {
     auto self = c.shared_from_this();
     c.dispatcher().mainAsync([self, dialog, resumeButton] {
-        if (resumeButton) self->view()->setTag("pauseResumeTransferButton", 4);
+        if (resumeButton) self->statusControls.with([](auto& s) { s.pauseButtonTag = 4; });
         self->showProgressStatus();
         const std::string message = qvt::platform::format(
-            "%@\n%@", self->progressStatus.get(), self->view()->text("errorWarningMessage"));
+            "%@\n%@", self->progressStatus.get(),
+            self->statusControls.with([](const auto& s) { return s.errorWarningMessage; }));
         self->dispatcher().async(qvt::platform::QueuePriority::High,
                                  [self, message] { self->sendFileTransferStatusUpdate(message); });
-        self->view()->runModal(dialog);
+        if (dialog == qvt::Dialog::DeviceFull)
+            self->view()->showDeviceFull();
+        else
+            self->view()->showDeviceMissing();
     });
 }
 
@@ -64,7 +68,7 @@ void QVTransferPrivate::displayDeviceDisconnect() {
     auto self = shared_from_this();
     dispatcher().async(qvt::platform::QueuePriority::Background,
                        [self] { self->saveQVTransferDataToFile(); });
-    showDeviceDialog(*this, qvt::Dialog::LostConnection, false);
+    showDeviceDialog(*this, qvt::Dialog::DeviceMissing, false);
 }
 
 void QVTransferPrivate::displayDeviceFullDialog() {

@@ -22,7 +22,6 @@ using qvt::platform::QueuePriority;
 
 namespace {
 
-constexpr const char* kPauseResumeButton = "pauseResumeTransferButton";
 constexpr int kTagStop = 0;
 constexpr int kTagContinue = 1;
 constexpr int kTagStopUpload = 2;
@@ -64,7 +63,7 @@ void QVTransferPrivate::pauseTransfer() {
     log().write("QVTransfer: pauseTransfer: transfer_semaphore");
     log().write("QVTransfer: pauseTransfer: timeRemaining_semaphore");
 
-    view()->setTag(kPauseResumeButton, kTagResume);
+    statusControls.with([](StatusControls& s) { s.pauseButtonTag = kTagResume; });
     statusTextColor.set(qvt::engine::kPausedStatusColour);
 
     progressStatus.set(qvt::engine::pausedStatusText(*this));
@@ -72,8 +71,9 @@ void QVTransferPrivate::pauseTransfer() {
     showProgressStatus();
 
     // The host hears the paused text together with the warning line (the failures so far).
-    const std::string message =
-        fmt::format("%@\n%@", progressStatus.get(), view()->text("errorWarningMessage"));
+    const std::string message = fmt::format(
+        "%@\n%@", progressStatus.get(),
+        statusControls.with([](const StatusControls& s) { return s.errorWarningMessage; }));
     auto self = shared_from_this();
     dispatcher().async(QueuePriority::Low, [self] { self->saveQVTransferDataToFile(); });
     dispatcher().async(QueuePriority::High,
@@ -86,9 +86,9 @@ void QVTransferPrivate::resumeTransfer() {
     if (!job().pausedFor(qvt::engine::PauseReason::User) || reconnectingDevice() || deviceFull())
         return;
 
-    view()->setTag(kPauseResumeButton, kTagPause);
+    statusControls.with([](StatusControls& s) { s.pauseButtonTag = kTagPause; });
     statusTextColor.set(qvt::engine::kNormalStatusColour);
-    view()->reload("statusView");
+    reloadStatus();
 
     // The paused time is not upload time: the state moves the start forward by the pause's
     // length, so the estimate's average rate ignores it, and wakes the copy thread and the
@@ -100,11 +100,20 @@ void QVTransferPrivate::resumeTransfer() {
 
 void QVTransferPrivate::cancelTransfer() {
     if (!uploadPaused()) pauseTransfer();
-    view()->setText("stopUploadPrompt", localeSTOP_UPLOAD_PROMPT_txt);
-    view()->setText("keepUploadingButton", localeKEEP_UPLOADING_btn);
-    view()->setText("stopUploadButton", localeSTOP_UPLOAD_btn);
-    // The dialog's buttons come back through cancelUploadFiles with tag 1 or 2.
-    view()->runModal(Dialog::CancelUploadConfirm);
+    const qvt::StopQuestion question{localeSTOP_UPLOAD_PROMPT_txt, localeKEEP_UPLOADING_btn,
+                                     localeSTOP_UPLOAD_btn};
+    // The dialog's two buttons act as the status buttons of tag 1 and 2. Closed another way,
+    // the upload stays paused.
+    switch (view()->askStopUpload(question)) {
+        case qvt::StopAnswer::KeepUploading:
+            cancelUploadFiles(kTagContinue);
+            break;
+        case qvt::StopAnswer::StopUpload:
+            cancelUploadFiles(kTagStopUpload);
+            break;
+        case qvt::StopAnswer::Dismissed:
+            break;
+    }
 }
 
 void QVTransferPrivate::cancelUploadFiles(int senderTag) {
@@ -113,31 +122,32 @@ void QVTransferPrivate::cancelUploadFiles(int senderTag) {
             cancelTransfer();
             break;
         case kTagContinue:
-            view()->endModal(Dialog::CancelUploadConfirm, kTagContinue);
+            view()->endModal(Dialog::CancelUploadConfirm);
             // A pause for a lost or full device belongs to its recovery and ends only there.
             if (!reconnectingDevice() && !deviceFull()) resumeTransfer();
             break;
         case kTagStopUpload:
-            view()->endModal(Dialog::CancelUploadConfirm, kTagStopUpload);
+            view()->endModal(Dialog::CancelUploadConfirm);
             runCancelSteps(*this);
             break;
         case kTagPause:
             pauseTransfer();
-            view()->setTag(kPauseResumeButton, kTagResume);
+            statusControls.with([](StatusControls& s) { s.pauseButtonTag = kTagResume; });
             break;
         case kTagResume:
             resumeTransfer();
             // A refused resume (full device) leaves the button showing "resume".
-            if (!uploadPaused()) view()->setTag(kPauseResumeButton, kTagPause);
+            if (!uploadPaused())
+                statusControls.with([](StatusControls& s) { s.pauseButtonTag = kTagPause; });
             break;
         default:
             break;
     }
-    view()->reload("statusView");
+    reloadStatus();
 }
 
 void QVTransferPrivate::cancelQVTransfer() {
-    view()->endModal(Dialog::LostConnection, 0);
+    view()->endModal(Dialog::LostConnection);
     runCancelSteps(*this);
 }
 
@@ -145,7 +155,7 @@ void QVTransferPrivate::terminateTransfer() {
     failedTransferArray.set({});
     job().setFailed(false);
     job().cancel();
-    view()->endModal(Dialog::UploadErrors, 0);
+    view()->endModal(Dialog::UploadErrors);
     sourceFilesArray.set({});
     failedTransferArray.set({});
     if (mountObject) unmountSharesVolumes(mountObject->mountedPathsArray.get());

@@ -137,5 +137,5 @@ void QVTransferPrivate::showProgressStatus() {
         progressStatusMsg2.set(
             status.substr(cut + 1, end == std::string::npos ? end : end - cut - 1));
     }
-    view()->reload("statusView");
+    reloadStatus();
 }

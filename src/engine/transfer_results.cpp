@@ -19,10 +19,6 @@ using qvt::platform::QueuePriority;
 
 namespace {
 
-constexpr const char* kWarningLine = "errorWarningMessage";
-constexpr const char* kViewNowLink = "showErrorsButton";
-constexpr const char* kUploadedFilesLabel = "uploadedFilesToLabel";
-constexpr const char* kUploadedFilesLink = "uploadedFilesLink";
 constexpr const char* kFailedRowImage = "warningImage.png";
 
 std::string logTime(const QVTransferPrivate& c) {
@@ -111,7 +107,6 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
 
 void QVTransferPrivate::finishFileTransfer() {
     qvt::engine::UploadJob& upload = job();
-    view()->setText("statusCloseButton", localeCLOSE_btn);
     const auto full = static_cast<std::int64_t>(totalSourceFilesSize.load());
     transferProgressValue = full;
     transferProgressValue2 = full;
@@ -135,24 +130,25 @@ void QVTransferPrivate::finishFileTransfer() {
 
         // The warning line, with the link that opens the failed list right after it.
         warning = fmt::format(localeFILES_FAILED_TO_UPLOAD_txt, unsignedText(failed));
-        view()->setText(kWarningLine, warning);
-        view()->setHidden(kWarningLine, false);
-        view()->setText(kViewNowLink, localeVIEW_NOW_btn);
-        view()->placeAfterText(kViewNowLink, kWarningLine, 2, 640);
-        view()->setHidden(kViewNowLink, false);
+        statusControls.with([&](StatusControls& s) {
+            s.errorWarningMessage = warning;
+            s.viewNowTitle = localeVIEW_NOW_btn;
+        });
 
         failedFilesListTreeControllerArray.set(failedListRows(failures));
-        view()->reload("failedListOutlineView");
+        view()->showFailedList(failedList());
     } else {
         progressStatus.set(localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
         progressStatusMsg1.set(localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
     }
 
-    view()->setText(kUploadedFilesLabel, localizedString("ALL_FILES_SUCCESSFULLY_UPLOADED_TO_txt"));
-    view()->setText(kUploadedFilesLink, deviceInfo().string("productName"));
-    uploadedFilesLinkHidden = false;
-    view()->setHidden(kUploadedFilesLabel, false);
-    view()->setHidden(kUploadedFilesLink, false);
+    // The close button reads Close, and the line and link to the uploaded files appear.
+    statusControls.with([&](StatusControls& s) {
+        s.closeButtonTitle = localeCLOSE_btn;
+        s.uploadedFilesLabel = localizedString("ALL_FILES_SUCCESSFULLY_UPLOADED_TO_txt");
+        s.uploadedFilesLinkTitle = deviceInfo().string("productName");
+        s.uploadedFilesLinkHidden = false;
+    });
 
     auto self = shared_from_this();
     if (failed != 0) {
@@ -170,5 +166,5 @@ void QVTransferPrivate::finishFileTransfer() {
     }
 
     dispatcher().async(QueuePriority::Low, [self] { self->saveQVTransferDataToFile(); });
-    view()->reload("statusView");
+    reloadStatus();
 }

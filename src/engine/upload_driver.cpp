@@ -43,7 +43,7 @@ void QVTransferPrivate::uploadFiles() {
     log().write("QVTransfer: uploadFiles \n");
 
     clearMainTransferView();
-    view()->setText("statusCloseButton", localeHIDE_btn);
+    statusControls.with([&](StatusControls& s) { s.closeButtonTitle = localeHIDE_btn; });
     showScreen(qvt::Screen::Status);
 
     const std::string destination = view()->selectedDestinationFolder();
@@ -63,7 +63,7 @@ void QVTransferPrivate::uploadFiles() {
 
     selectedDestinationShare.set(destination);
     // The status screen shows before any work begins.
-    view()->reload("statusView");
+    reloadStatus();
 
     // The upload is under way from here: the estimator and the state-file loop find it
     // copying, with its start time now.

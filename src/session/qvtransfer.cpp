@@ -147,11 +147,11 @@ void QVTransferPrivate::awakeFromInterface() {
     qvt::platform::files().setDefaultMountRoot(folders.mountFolder());
     failedListRowHeight = 37;
     passwordPlaceholder = localePASSWORD_txt;
-    uploadedFilesLinkHidden = true;
+    statusControls.set(StatusControls{});
 
     minorOSVersion = qvt::platform::readPlatformVersion().minor;
     view_->setText("dragAndDropLabel", localeDRAG_AND_DROP_txt);
-    view_->setHidden("uploadedFilesLink", true);
+    view_->showFailedList(failedList());
 }
 
 void QVTransferPrivate::populateDefaultsFolderArray() {
@@ -295,11 +295,11 @@ void QVTransferPrivate::windowWillClose() {
 }
 
 void QVTransferPrivate::quitTransferYES() {
-    view_->endModal(qvt::Dialog::QuitConfirmation, 1);
+    view_->endModal(qvt::Dialog::QuitConfirmation);
     transferWindowShouldClose = true;
 }
 
 void QVTransferPrivate::quitTransferNO() {
-    view_->endModal(qvt::Dialog::QuitConfirmation, 0);
+    view_->endModal(qvt::Dialog::QuitConfirmation);
     transferWindowShouldClose = false;
 }

@@ -20,6 +20,8 @@
 #include "qvtransfer/QVTransferDelegate.h"
 #include "qvtransfer/Value.h"
 #include "session/locale_texts.h"
+#include "session/view_actions.h"
+#include "session/view_models.h"
 #include "session/wizard_types.h"
 
 namespace qvt {
@@ -34,13 +36,16 @@ class LatestOnlyTask;
 }  // namespace platform
 }  // namespace qvt
 
-class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate> {
+class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>,
+                          public qvt::QVTransferActions {
   public:
     // Creates the controller for `device` with the platform services given (the shipped ones,
     // or a test's clocks, views and fakes), or nothing when its interface cannot be loaded.
     static std::shared_ptr<QVTransferPrivate> initWithDevice(const qvt::Record& device,
                                                              const qvt::Services& services);
     ~QVTransferPrivate();
+    // The host's handle on `controller`, as initWithDevice gives it to a host.
+    static std::shared_ptr<QVTransfer> hostInterface(std::shared_ptr<QVTransferPrivate> controller);
     QVTransferPrivate(const QVTransferPrivate&) = delete;
     QVTransferPrivate& operator=(const QVTransferPrivate&) = delete;
 
@@ -60,12 +65,12 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // The screen now shown, or nothing when the area is empty.
     const qvt::Screen* currentTransferView() const;
     void showScreen(qvt::Screen screen);
-    void processBackScreens();
+    void processBackScreens() override;
     void populateDefaultsFolderArray();
-    bool windowShouldClose();
-    void windowWillClose();
-    void quitTransferYES();
-    void quitTransferNO();
+    bool windowShouldClose() override;
+    void windowWillClose() override;
+    void quitTransferYES() override;
+    void quitTransferNO() override;
 
     // ---- Delegate messages (sent through these so every sender checks the same way) ----
     void sendFileTransferStatusUpdate(const std::string& progressStatusText);
@@ -78,8 +83,13 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // screen.
     void processUsersReply(long httpStatus, const qvt::List& users);
     // The users popup's action, with the popup's selected index.
-    void selectUser(int selectedIndex);
-    void verifyUserLoginAndSelectSourceFiles();
+    void selectUser(int selectedIndex) override;
+    // The password field is bound to userPassword.
+    void setUserPassword(const std::string& password) override;
+    void verifyUserLoginAndSelectSourceFiles() override;
+    // Asks the user what to do when the device cannot be reached from the login screens;
+    // `retryTag` is what Retry starts again: 1 the users request, 2 the login, 3 the shares.
+    void runLostConnectionDialog(int retryTag);
     // The lost-connection sheet's retry button: 1 users request, 2 login, 3 shares.
     void retryDeviceConnection(int tag);
     // Part of the disconnect recovery: called when the lost device has been found again.
@@ -94,15 +104,19 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // Lists the default folders under the home folder and counts them (a detached thread).
     void populateDefaultSourceFilesList();
     // The chooser link's action: runs `sourceFilesOpenPanel` and adds what was chosen.
-    void chooseSourceFiles();
+    void chooseSourceFiles() override;
     // Adds chosen absolute paths not yet listed (a detached thread).
     void processOpenPanelSelectedSourceFiles(const std::vector<std::string>& paths);
     // The drop area's delegate message: adds the dropped absolute paths not yet listed (main).
-    void concludeDragOperation(const std::vector<std::string>& filenames);
+    void concludeDragOperation(const std::vector<std::string>& filenames) override;
+    // The check-box column: sets the row's "filesSelectCheckbox", then processDeselectedFiles.
+    void setSourceTicked(int row, bool ticked) override;
     // The check-box column's action, after the table has toggled the row's check box (main).
     void processDeselectedFiles(int row);
     // The delete column's action: takes the row off the totals and the list (main).
-    void processDeleteFiles(int row);
+    void processDeleteFiles(int row) override;
+    // The remove-files-after-upload check box.
+    void setRemoveFilesAfterUpload(bool remove) override;
     // The delete itself, with a record {"fileIndex": row} (a detached thread).
     void deleteSizeOfFiles(const qvt::Record& fileIndex);
     // Enables the source screen's Next button while any row is ticked (any thread).
@@ -120,6 +134,7 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void calculateTotalNumberOfFilesFoldersAndSize(const qvt::Record& totalsRequest);
     // The file chooser the window installs: fills the chosen paths and answers 1 (OK) or 0.
     std::function<int(std::vector<std::string>&)> sourceFilesOpenPanel;
+    void setSourceFilesOpenPanel(std::function<int(std::vector<std::string>&)> openPanel) override;
 
     // ---- Destination ----
     // Prepares the mount folder and starts filling the destination tree for the device type.
@@ -140,13 +155,13 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // The outline view's expansion notification: `userInfo` holds the expanded item under
     // "NSObject" as its index path (a list of integers). Reloads that node's level on the
     // high-priority queue (main).
-    void outlineViewItemDidExpand(const qvt::Record& userInfo);
+    void outlineViewItemDidExpand(const qvt::Record& userInfo) override;
     // Appends the FolderNode of one sub-folder to the children of `folderDictOutlineView`, then
     // re-arranges the tree on the main thread (expansion worker).
     void buildDestinationFilesTree(const std::string& folderName, const std::string& folderFullPath,
                                    const FolderNodeRef& folderDictOutlineView);
     // The source screen's Next button (main).
-    void selectDestinationForFileTransfer();
+    void selectDestinationForFileTransfer() override;
     // The protected-files dialog's buttons by tag: 1 stays on the sources, 2 goes on (main).
     void cancelOrContinueUpload(int senderTag);
     // Shows the destination screen and resets the transfer state for a new upload (main).
@@ -174,7 +189,7 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // ---- Upload ----
     // The Upload button: takes the destination from the outline's selected row, shows the
     // status screen and starts the upload's four concurrent tasks (main).
-    void uploadFiles();
+    void uploadFiles() override;
     // The copy loop over sourceFilesArray; the upload's own thread. The resume and retry paths
     // run it over their own lists.
     void copySourceFiles();
@@ -202,7 +217,7 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // The estimator: samples the bytes at the destination every 3 seconds until the upload ends.
     void calculateRemainingTime();
     // The status screen's hide/close button.
-    void hideStatusWindow();
+    void hideStatusWindow() override;
     // Splits progressStatus at its line break into progressStatusMsg1 and progressStatusMsg2 and
     // redraws the status screen (main).
     void showProgressStatus();
@@ -212,11 +227,11 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void resumeTransfer();
     void cancelTransfer();
     // Every status-screen button and the stop confirmation's buttons, told apart by tag.
-    void cancelUploadFiles(int senderTag);
+    void cancelUploadFiles(int senderTag) override;
     // The lost-connection dialog's cancel button.
     void cancelQVTransfer();
     // Closing the status after an upload with errors.
-    void terminateTransfer();
+    void terminateTransfer() override;
 
     // ---- Transfer data file ----
     // Builds and writes the state file once.
@@ -307,8 +322,30 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // Screens: the stack of the main area (the last element is the screen shown).
     std::vector<qvt::Screen> mainTransferView;
     double failedListRowHeight = 37;
-    std::string passwordPlaceholder;
-    bool uploadedFilesLinkHidden = true;
+    qvt::Guarded<std::string> passwordPlaceholder;
+    // The status screen's controls beyond its texts: the pause button's role, the close
+    // button's title, the warning about failed files and the uploaded-files link.
+    struct StatusControls {
+        int pauseButtonTag = 3;
+        std::string closeButtonTitle;
+        std::string errorWarningMessage;
+        std::string viewNowTitle;
+        std::string uploadedFilesLabel;
+        std::string uploadedFilesLinkTitle;
+        bool uploadedFilesLinkHidden = true;
+    };
+    qvt::Guarded<StatusControls> statusControls;
+
+    // ---- What the screens show, as values for the front end ----
+    qvt::UsersScreen usersScreen() const;
+    qvt::SourcesScreen sourcesScreen() const;
+    qvt::DestinationScreen destinationScreen() const;
+    qvt::StatusSnapshot statusSnapshot() const;
+    qvt::FailedList failedList() const;
+    // Sends the status screen's current state to the front end.
+    void reloadStatus();
+    std::optional<std::string> localeText(std::string_view property) const override;
+    bool zeroState() const override;
 
     // Localised texts: one property per key, e.g. localeCANCEL_btn.
 #define QVT_DECLARE_LOCALE_PROPERTY(property, key) std::string locale##property;

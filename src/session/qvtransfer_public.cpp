@@ -9,7 +9,12 @@ QVTransfer::QVTransfer(std::shared_ptr<QVTransferPrivate> d) : d(std::move(d)) {
 QVTransfer::~QVTransfer() = default;
 
 std::shared_ptr<QVTransfer> QVTransfer::initWithDevice(const qvt::Record& device) {
-    auto controller = QVTransferPrivate::initWithDevice(device, qvt::Services::defaults());
+    return QVTransferPrivate::hostInterface(
+        QVTransferPrivate::initWithDevice(device, qvt::Services::defaults()));
+}
+
+std::shared_ptr<QVTransfer> QVTransferPrivate::hostInterface(
+    std::shared_ptr<QVTransferPrivate> controller) {
     if (!controller) return nullptr;
     return std::shared_ptr<QVTransfer>(new QVTransfer(std::move(controller)));
 }

@@ -17,7 +17,7 @@ namespace qvt {
 
 class QVTransferView;
 
-using ViewFactory = std::function<std::unique_ptr<QVTransferView>(QVTransferPrivate& owner,
+using ViewFactory = std::function<std::unique_ptr<QVTransferView>(QVTransferActions& actions,
                                                                   const std::string& definition)>;
 
 struct Services {
@@ -38,7 +38,7 @@ struct Services {
 };
 
 // The Qt window factory; defined with the Qt front end.
-std::unique_ptr<QVTransferView> createQtTransferView(QVTransferPrivate& owner,
+std::unique_ptr<QVTransferView> createQtTransferView(QVTransferActions& actions,
                                                      const std::string& definition);
 
 }  // namespace qvt

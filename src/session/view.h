@@ -1,13 +1,16 @@
 // What the controller needs from a front end. The Qt window implements it, so does the console
 // front end, and tests use a scripted one; the controller never touches a widget itself.
 //
-// Controls are named by the controller's outlet names ("uploadWindowHeading", "passwordField",
-// "statusCloseButton", ...). A front end ignores names it does not show.
+// The screens get their contents as values (session/view_models.h); the questions the
+// controller asks return the user's answer. Controls outside those (headings, the Next and
+// Upload buttons, ...) are named by the controller's outlet names ("uploadWindowHeading",
+// "chooseSourceFilesNextButton", ...); a front end ignores names it does not show.
 #pragma once
 
 #include <string>
 
-#include "session/qvtransfer_private.h"
+#include "session/view_models.h"
+#include "session/wizard_types.h"
 
 namespace qvt {
 
@@ -15,6 +18,7 @@ class QVTransferView {
   public:
     virtual ~QVTransferView() = default;
 
+    // ---- The window ----
     // Brings the window to the front and activates the application.
     virtual void bringToFront() = 0;
     // Closes the window (as a program would; this does not ask windowShouldClose).
@@ -27,34 +31,37 @@ class QVTransferView {
     // Shows `screen` in the main area, or an empty area when `screen` is nullptr.
     virtual void showScreen(const Screen* screen) = 0;
 
-    // Runs `dialog` modally on the main thread and returns the code it was ended with.
-    virtual int runModal(Dialog dialog) = 0;
-    // Ends the modal run of `dialog` with `code` and closes it.
-    virtual void endModal(Dialog dialog, int code) = 0;
+    // ---- The screens' contents (any thread; a front end shows them on its own thread) ----
+    virtual void showUsers(const UsersScreen& screen) = 0;
+    virtual void showSources(const SourcesScreen& screen) = 0;
+    virtual void showDestinations(const DestinationScreen& screen) = 0;
+    virtual void showStatus(const StatusSnapshot& status) = 0;
+    virtual void showFailedList(const FailedList& list) = 0;
+    // The folder of the destination outline's selected row ("" when no row is selected).
+    virtual std::string selectedDestinationFolder() const { return {}; }
+
+    // ---- Questions: each runs its dialog modally on the main thread (a call from another
+    // thread waits for it) and answers what the user chose, or Dismissed when the dialog was
+    // ended another way (endModal, stopModal, the window closing) ----
+    virtual StopAnswer askStopUpload(const StopQuestion& question) = 0;
+    virtual ProtectedFilesAnswer askMoveProtectedFiles(const ProtectedFilesQuestion& question) = 0;
+    virtual LostConnectionAnswer askLostConnection() = 0;
+    // The device's dialogs during an upload: they return when their Close button is pressed or
+    // the controller ends them.
+    virtual void showDeviceMissing() = 0;
+    virtual void showDeviceFull() = 0;
+    // Ends the modal run of `dialog` and closes it.
+    virtual void endModal(Dialog dialog) = 0;
     // Ends whatever modal run is under way.
     virtual void stopModal() = 0;
 
+    // ---- Single controls ----
     virtual void setText(const std::string& control, const std::string& text) = 0;
-    // The text a control shows now ("" for an unknown control or one without text).
-    virtual std::string text(const std::string& control) const {
-        (void)control;
-        return {};
-    }
     virtual void setEnabled(const std::string& control, bool enabled) = 0;
     virtual void setHidden(const std::string& control, bool hidden) = 0;
     virtual void setTag(const std::string& control, int tag) = 0;
-    virtual void setValue(const std::string& control, double value) = 0;
     // Moves a control's top edge to `y` and changes its height by `heightDelta` points.
     virtual void moveControl(const std::string& control, double y, double heightDelta) = 0;
-    // Puts `control` on `anchor`'s line, `gap` points after the end of `anchor`'s text, and
-    // moves it left as far as needed for it to end at `maxRight` at most. Text widths are known
-    // to the view alone; a view without geometry ignores it.
-    virtual void placeAfterText(const std::string& /*control*/, const std::string& /*anchor*/,
-                                double /*gap*/, double /*maxRight*/) {}
-    // Reloads a list, table, tree or popup from the controller's state.
-    virtual void reload(const std::string& control) = 0;
-    // The folder of the destination outline's selected row ("" when no row is selected).
-    virtual std::string selectedDestinationFolder() const { return {}; }
     // Gives `control` the keyboard focus at the next turn of the event loop, selecting its
     // text when asked. Front ends without focus ignore it.
     virtual void focus(const std::string& control, bool selectAll) {

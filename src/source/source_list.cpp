@@ -19,7 +19,6 @@ namespace src = qvt::source;
 
 namespace {
 
-constexpr const char* kSourceTable = "sourceFilesView";
 constexpr const char* kNextButton = "chooseSourceFilesNextButton";
 
 std::optional<Record> rowAt(const qvt::Guarded<List>& rows, long long index) {
@@ -67,7 +66,7 @@ static void addSourcePaths(QVTransferPrivate& owner, const std::vector<std::stri
     owner.filesAddedAtZeroState = true;
     owner.dispatcher().detach([self] { self->checkIfFilesExistsInSourceList(); });
     submitTotals(self, std::move(requests));
-    if (!onMain) owner.dispatcher().mainAsync([self] { self->view()->reload(kSourceTable); });
+    if (!onMain) owner.dispatcher().mainAsync([self] { self->rearrangeSourceFilesList(); });
 }
 
 void QVTransferPrivate::populateDefaultSourceFilesList() {
@@ -160,14 +159,14 @@ void QVTransferPrivate::checkIfFilesExistsInSourceList() {
 }
 
 void QVTransferPrivate::rearrangeSourceFilesList() {
-    view()->reload(kSourceTable);
+    view()->showSources(sourcesScreen());
 }
 
 void QVTransferPrivate::removeTablevIewSubviewWithIDentifier(const std::string& identifier) {
     // The table draws a row's spinner for as long as the row waits for its count; reloading
     // the rows takes the spinner of `identifier` away once its count is written.
     (void)identifier;
-    view()->reload(kSourceTable);
+    rearrangeSourceFilesList();
 }
 
 std::string QVTransferPrivate::sourceFilesToolTip(const std::string& columnIdentifier,

@@ -106,9 +106,7 @@ void QVTransferPrivate::calculateTotalNumberOfFilesFoldersAndSize(const Record& 
     if (write) {
         numberOfFilesAndFolders.set(line);
         // The field shows the latest line whichever count posted last.
-        dispatcher().mainAsync([self] {
-            self->view()->setText("numberOfFilesAndFolders", self->numberOfFilesAndFolders.get());
-        });
+        dispatcher().mainAsync([self] { self->rearrangeSourceFilesList(); });
     }
     dispatcher().mainAsync([self, path] { self->removeTablevIewSubviewWithIDentifier(path); });
 }

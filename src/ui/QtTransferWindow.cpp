@@ -30,7 +30,7 @@
 
 namespace qvt {
 
-std::unique_ptr<QtTransferWindow> QtTransferWindow::create(QVTransferPrivate& owner,
+std::unique_ptr<QtTransferWindow> QtTransferWindow::create(QVTransferActions& actions,
                                                            const std::string& definition) {
     // Widgets need a widget application on this thread.
     if (!qobject_cast<QApplication*>(QCoreApplication::instance())) return nullptr;
@@ -39,20 +39,20 @@ std::unique_ptr<QtTransferWindow> QtTransferWindow::create(QVTransferPrivate& ow
     QByteArray bytes = QByteArray::fromStdString(definition);
     QBuffer buffer(&bytes);
     if (!buffer.open(QIODevice::ReadOnly)) return nullptr;
-    ui::TransferUiLoader loader(owner);
+    ui::TransferUiLoader loader(actions);
     std::unique_ptr<QWidget> loaded(loader.load(&buffer, nullptr));
     if (!loaded || !loader.errorString().isEmpty()) return nullptr;
     auto* root = qobject_cast<QVTransferWindowWidget*>(loaded.get());
     if (!root || !describesWizard(root)) return nullptr;
     loaded.release();
 
-    std::unique_ptr<QtTransferWindow> window(new QtTransferWindow(owner, root));
+    std::unique_ptr<QtTransferWindow> window(new QtTransferWindow(actions, root));
     window->setUpWindow();
     return window;
 }
 
-QtTransferWindow::QtTransferWindow(QVTransferPrivate& owner, QVTransferWindowWidget* root)
-    : owner_(owner), root_(root) {
+QtTransferWindow::QtTransferWindow(QVTransferActions& actions, QVTransferWindowWidget* root)
+    : actions_(actions), root_(root) {
     mainArea_ = root_->findChild<QStackedWidget*>(QStringLiteral("mainTransferView"));
 }
 
@@ -185,7 +185,6 @@ int QtTransferWindow::runModal(Dialog which) {
     if (box->isVisible() &&
         std::find(modalRuns_.begin(), modalRuns_.end(), box) != modalRuns_.end())
         return 0;  // already running: the first run answers
-    if (which == Dialog::UploadErrors) reloadFailedList();
     if (box->layout()) box->layout()->activate();
     if (root_->isVisible()) {
         const QPoint centre = root_->geometry().center();
@@ -197,10 +196,56 @@ int QtTransferWindow::runModal(Dialog which) {
     return code;
 }
 
-void QtTransferWindow::endModal(Dialog which, int code) {
-    onGui([this, which, code] {
-        if (QDialog* box = dialog(which)) box->done(code);
+void QtTransferWindow::endModal(Dialog which) {
+    onGui([this, which] {
+        if (QDialog* box = dialog(which); box && box->isVisible()) box->done(kModalStopped);
     });
+}
+
+StopAnswer QtTransferWindow::askStopUpload(const StopQuestion& question) {
+    setText("stopUploadPrompt", question.prompt);
+    setText("keepUploadingButton", question.keepUploadingTitle);
+    setText("stopUploadButton", question.stopUploadTitle);
+    switch (runModal(Dialog::CancelUploadConfirm)) {
+        case kAnswerFirst:
+            return StopAnswer::KeepUploading;
+        case kAnswerSecond:
+            return StopAnswer::StopUpload;
+        default:
+            return StopAnswer::Dismissed;
+    }
+}
+
+ProtectedFilesAnswer QtTransferWindow::askMoveProtectedFiles(
+    const ProtectedFilesQuestion& question) {
+    setText("containsSystemFilesText", question.text);
+    switch (runModal(Dialog::ProtectedFiles)) {
+        case kAnswerFirst:
+            return ProtectedFilesAnswer::StayOnSources;
+        case kAnswerSecond:
+            return ProtectedFilesAnswer::Continue;
+        default:
+            return ProtectedFilesAnswer::Dismissed;
+    }
+}
+
+LostConnectionAnswer QtTransferWindow::askLostConnection() {
+    switch (runModal(Dialog::LostConnection)) {
+        case kAnswerFirst:
+            return LostConnectionAnswer::Retry;
+        case kAnswerSecond:
+            return LostConnectionAnswer::Cancel;
+        default:
+            return LostConnectionAnswer::Dismissed;
+    }
+}
+
+void QtTransferWindow::showDeviceMissing() {
+    runModal(Dialog::DeviceMissing);
+}
+
+void QtTransferWindow::showDeviceFull() {
+    runModal(Dialog::DeviceFull);
 }
 
 void QtTransferWindow::stopModal() {
@@ -266,10 +311,7 @@ void QtTransferWindow::setEnabled(const std::string& name, bool enabled) {
 void QtTransferWindow::setHidden(const std::string& name, bool hidden) {
     const QString n = QString::fromStdString(name);
     onGui([this, n, hidden] {
-        QWidget* w = control(n);
-        if (!w) return;
-        if (!hidden && n == QLatin1String("deleteNewFolderButton")) placeDeleteNewFolderButton();
-        w->setHidden(hidden);
+        if (QWidget* w = control(n)) w->setHidden(hidden);
     });
 }
 
@@ -277,24 +319,6 @@ void QtTransferWindow::setTag(const std::string& name, int tag) {
     const QString n = QString::fromStdString(name);
     onGui([this, n, tag] {
         if (QWidget* w = control(n)) w->setProperty("tag", tag);
-    });
-}
-
-void QtTransferWindow::setValue(const std::string& name, double value) {
-    const QString n = QString::fromStdString(name);
-    onGui([this, n, value] {
-        QWidget* w = control(n);
-        if (auto* bar = qobject_cast<QVTransferProgressIndicator*>(w)) {
-            bar->setProgress(value, bar->progressMaximum());
-        } else if (auto* plainBar = qobject_cast<QProgressBar*>(w)) {
-            plainBar->setValue(static_cast<int>(
-                std::clamp<double>(value, plainBar->minimum(), plainBar->maximum())));
-        } else if (auto* button = qobject_cast<QAbstractButton*>(w);
-                   button && button->isCheckable()) {
-            button->setChecked(value != 0);
-        } else if (auto* popup = qobject_cast<QComboBox*>(w)) {
-            popup->setCurrentIndex(static_cast<int>(value));
-        }
     });
 }
 
@@ -309,50 +333,45 @@ void QtTransferWindow::moveControl(const std::string& name, double y, double hei
     });
 }
 
-void QtTransferWindow::placeAfterText(const std::string& controlName, const std::string& anchorName,
-                                      double gap, double maxRight) {
-    const QString c = QString::fromStdString(controlName);
-    const QString a = QString::fromStdString(anchorName);
-    onGui([this, c, a, gap, maxRight] {
-        QWidget* link = control(c);
-        auto* label = control<QLabel>(a);
-        if (!link || !label || !label->parentWidget()) return;
-        QWidget* row = label->parentWidget();
-        const int spacing = static_cast<int>(std::lround(gap));
-        // The limit is measured in the screen the row sits on, as the row's own position is.
-        const int room = static_cast<int>(std::lround(maxRight)) - row->x() - label->x() - spacing -
-                         link->sizeHint().width();
-        // A text field's frame ends a little after its last glyph; without that inset the
-        // link would touch the text.
-        constexpr int kTrailingInset = 3;
-        label->setContentsMargins(0, 0, kTrailingInset, 0);
-        // A text too long for the line gives way to the link, which keeps its full width.
-        label->setMaximumWidth(std::max(0, room));
-        // The row's layout puts the link after the text.
-        if (auto* layout = qobject_cast<QBoxLayout*>(row->layout())) {
-            layout->setSpacing(spacing);
-            layout->activate();
-        }
-    });
+void QtTransferWindow::placeAfterText(const QString& controlName, const QString& anchorName,
+                                      int spacing, int maxRight) {
+    QWidget* link = control(controlName);
+    auto* label = control<QLabel>(anchorName);
+    if (!link || !label || !label->parentWidget()) return;
+    QWidget* row = label->parentWidget();
+    // The limit is measured in the screen the row sits on, as the row's own position is.
+    const int room = maxRight - row->x() - label->x() - spacing - link->sizeHint().width();
+    // A text field's frame ends a little after its last glyph; without that inset the link
+    // would touch the text.
+    constexpr int kTrailingInset = 3;
+    label->setContentsMargins(0, 0, kTrailingInset, 0);
+    // A text too long for the line gives way to the link, which keeps its full width.
+    label->setMaximumWidth(std::max(0, room));
+    // The row's layout puts the link after the text.
+    if (auto* layout = qobject_cast<QBoxLayout*>(row->layout())) {
+        layout->setSpacing(spacing);
+        layout->activate();
+    }
 }
 
-void QtTransferWindow::reload(const std::string& name) {
-    const QString n = QString::fromStdString(name);
-    onGui([this, n] {
-        if (n == QLatin1String("nasUsersView") || n == QLatin1String("usersPopUpButton"))
-            reloadUsers();
-        else if (n == QLatin1String("sourceFilesView") ||
-                 n == QLatin1String("sourceFilesTableView"))
-            reloadSources();
-        else if (n == QLatin1String("destinationFilesView") ||
-                 n == QLatin1String("destinationFolderOutlineView"))
-            reloadDestination();
-        else if (n == QLatin1String("statusView"))
-            reloadStatus();
-        else if (n == QLatin1String("errorViewWindow") ||
-                 n == QLatin1String("failedListOutlineView"))
-            reloadFailedList();
-    });
+void QtTransferWindow::showUsers(const UsersScreen& screen) {
+    onGui([this, screen] { applyUsers(screen); });
+}
+
+void QtTransferWindow::showSources(const SourcesScreen& screen) {
+    onGui([this, screen] { applySources(screen); });
+}
+
+void QtTransferWindow::showDestinations(const DestinationScreen& screen) {
+    onGui([this, screen] { applyDestinations(screen); });
+}
+
+void QtTransferWindow::showStatus(const StatusSnapshot& status) {
+    onGui([this, status] { applyStatus(status); });
+}
+
+void QtTransferWindow::showFailedList(const FailedList& list) {
+    onGui([this, list] { applyFailedList(list); });
 }
 
 std::string QtTransferWindow::selectedDestinationFolder() const {

@@ -20,18 +20,24 @@ class QTreeView;
 
 namespace qvt {
 
+class QVTransferActions;
 class QVTransferWindowWidget;
 
 class QtTransferWindow : public QObject, public QVTransferView {
     Q_OBJECT
   public:
-    // The code a modal run returns when it was stopped rather than ended with a code.
+    // The code a modal run returns when it was stopped rather than ended by one of its buttons.
     static constexpr int kModalStopped = -1000;
+    // The codes a dialog's buttons end its run with: the first is the default choice (keep
+    // uploading, stay on the sources, retry, close), the second the other one (stop the
+    // upload, go on and move, cancel).
+    static constexpr int kAnswerFirst = 1;
+    static constexpr int kAnswerSecond = 2;
 
-    // Builds the window from `definition` (the text of a Qt Designer interface file). Nothing
-    // when the text does not parse, does not describe the wizard's window, or there is no
-    // widget application to show it in.
-    static std::unique_ptr<QtTransferWindow> create(QVTransferPrivate& owner,
+    // Builds the window from `definition` (the text of a Qt Designer interface file), passing
+    // the user's actions to `actions`. Nothing when the text does not parse, does not describe
+    // the wizard's window, or there is no widget application to show it in.
+    static std::unique_ptr<QtTransferWindow> create(QVTransferActions& actions,
                                                     const std::string& definition);
     ~QtTransferWindow() override;
 
@@ -41,20 +47,24 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void minimizeWindow() override;
     void detachSourceDropTarget() override;
     void showScreen(const Screen* screen) override;
-    int runModal(Dialog dialog) override;
-    void endModal(Dialog dialog, int code) override;
+    void showUsers(const UsersScreen& screen) override;
+    void showSources(const SourcesScreen& screen) override;
+    void showDestinations(const DestinationScreen& screen) override;
+    void showStatus(const StatusSnapshot& status) override;
+    void showFailedList(const FailedList& list) override;
+    std::string selectedDestinationFolder() const override;
+    StopAnswer askStopUpload(const StopQuestion& question) override;
+    ProtectedFilesAnswer askMoveProtectedFiles(const ProtectedFilesQuestion& question) override;
+    LostConnectionAnswer askLostConnection() override;
+    void showDeviceMissing() override;
+    void showDeviceFull() override;
+    void endModal(Dialog dialog) override;
     void stopModal() override;
     void setText(const std::string& control, const std::string& text) override;
-    std::string text(const std::string& control) const override;
     void setEnabled(const std::string& control, bool enabled) override;
     void setHidden(const std::string& control, bool hidden) override;
     void setTag(const std::string& control, int tag) override;
-    void setValue(const std::string& control, double value) override;
     void moveControl(const std::string& control, double y, double heightDelta) override;
-    void placeAfterText(const std::string& control, const std::string& anchor, double gap,
-                        double maxRight) override;
-    void reload(const std::string& control) override;
-    std::string selectedDestinationFolder() const override;
     void focus(const std::string& control, bool selectAll) override;
 
     // ---- The window's parts ----
@@ -68,6 +78,15 @@ class QtTransferWindow : public QObject, public QVTransferView {
     QDialog* dialog(Dialog dialog) const;
     QWidget* screenView(Screen screen) const;
     QStackedWidget* mainArea() const;
+    // The text a control shows now ("" for an unknown control or one without text).
+    std::string text(const std::string& control) const;
+    // Runs `dialog` modally on the GUI thread (a call from another thread waits for it) and
+    // answers the code its run ended with: a button's answer, 0 when it was closed, or
+    // kModalStopped.
+    int runModal(Dialog dialog);
+    // Puts `control` on `anchor`'s line, `gap` points after the end of `anchor`'s text, and
+    // moves it left as far as needed for it to end at `maxRight` at most (GUI thread).
+    void placeAfterText(const QString& control, const QString& anchor, int gap, int maxRight);
     // How many modal runs are under way (nested runs count each).
     int modalDepth() const { return static_cast<int>(modalRuns_.size()); }
 
@@ -85,29 +104,18 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void removeFilesToggled(bool checked);
     void sourceNextClicked();
     // Destination screen.
-    void createNewFolderClicked();
-    void deleteNewFolderClicked();
     void uploadClicked();
     // Status screen.
     void pauseResumeOrStopClicked();
     void statusCloseClicked();
-    void showErrorsClicked();
-    void uploadedFilesClicked();
-    // Error window.
-    void showHideDetailsClicked();
-    void retryOrDismissClicked();
-    // Dialogs.
-    void lostConnectionCancelClicked();
-    void lostConnectionRetryClicked();
-    void closeDeviceMissingClicked();
-    void closeDeviceFullClicked();
-    void protectedFilesButtonClicked();
+    // A dialog's button: ends the dialog's run with the button's answer.
+    void dialogButtonClicked();
+    // The quit confirmation's buttons.
     void quitYesClicked();
     void quitNoClicked();
-    void cancelUploadConfirmClicked();
 
   private:
-    QtTransferWindow(QVTransferPrivate& owner, QVTransferWindowWidget* root);
+    QtTransferWindow(QVTransferActions& actions, QVTransferWindowWidget* root);
 
     // Set-up, once, from the loaded definition (window_setup.cpp).
     static bool describesWizard(const QWidget* root);
@@ -119,14 +127,15 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void setUpZeroState();
     void installOpenPanel();
     void connectActions();  // actions.cpp
+    // Controls whose actions the wizard does not offer yet stay hidden or disabled.
+    void withholdUnofferedControls();
 
-    // Controller state to controls (screen_models.cpp).
-    void reloadUsers();
-    void reloadSources();
-    void reloadDestination();
-    void reloadStatus();
-    void reloadFailedList();
-    void placeDeleteNewFolderButton();
+    // The screens' values to controls (screen_models.cpp), on the GUI thread.
+    void applyUsers(const UsersScreen& screen);
+    void applySources(const SourcesScreen& screen);
+    void applyDestinations(const DestinationScreen& screen);
+    void applyStatus(const StatusSnapshot& status);
+    void applyFailedList(const FailedList& list);
 
     // Control changes shared by the view operations.
     static void applyText(QWidget* widget, const QString& text);
@@ -136,7 +145,7 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void onGui(std::function<void()> task);
     bool senderTag(int& tag) const;
 
-    QVTransferPrivate& owner_;
+    QVTransferActions& actions_;
     std::unique_ptr<QVTransferWindowWidget> root_;
     QStackedWidget* mainArea_ = nullptr;
     QStandardItemModel* sourceModel_ = nullptr;

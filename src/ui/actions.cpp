@@ -1,16 +1,24 @@
-// The user's actions: each control of the window hands its action to the controller. Buttons
-// that share an action are told apart by their tag.
+// The user's actions: each control of the window hands its action to the controller, and each
+// dialog button ends its dialog's run with its answer, which the controller asked for.
 #include <QAbstractButton>
 #include <QComboBox>
+#include <QDialog>
 #include <QLineEdit>
 #include <QStandardItemModel>
 #include <QTableView>
 
-#include "session/qvtransfer_private.h"
+#include "session/view_actions.h"
 #include "ui/QtTransferWindow.h"
 #include "ui/screen_roles.h"
 
 namespace qvt {
+
+namespace {
+
+// The property of a dialog button that holds the answer it ends its dialog with.
+constexpr const char* kAnswerProperty = "answer";
+
+}  // namespace
 
 void QtTransferWindow::connectActions() {
     const auto onClick = [this](const char* name, void (QtTransferWindow::*slot)()) {
@@ -39,30 +47,38 @@ void QtTransferWindow::connectActions() {
     if (auto* table = control<QTableView>(QStringLiteral("sourceFilesTableView")))
         connect(table, &QTableView::clicked, this, &QtTransferWindow::sourceCellClicked);
 
-    onClick("createNewFolderLink", &QtTransferWindow::createNewFolderClicked);
-    onClick("deleteNewFolderButton", &QtTransferWindow::deleteNewFolderClicked);
     onClick("uploadFilesButton", &QtTransferWindow::uploadClicked);
 
     onClick("pauseResumeTransferButton", &QtTransferWindow::pauseResumeOrStopClicked);
     onClick("stopTransferButton", &QtTransferWindow::pauseResumeOrStopClicked);
     onClick("statusCloseButton", &QtTransferWindow::statusCloseClicked);
-    onClick("showErrorsButton", &QtTransferWindow::showErrorsClicked);
-    onClick("uploadedFilesLink", &QtTransferWindow::uploadedFilesClicked);
 
-    onClick("showHideDetailsButton", &QtTransferWindow::showHideDetailsClicked);
-    onClick("dismissAllButton", &QtTransferWindow::retryOrDismissClicked);
-    onClick("retryAllButton", &QtTransferWindow::retryOrDismissClicked);
-
-    onClick("lostConnectionCancelButton", &QtTransferWindow::lostConnectionCancelClicked);
-    onClick("lostConnectionRetryButton", &QtTransferWindow::lostConnectionRetryClicked);
-    onClick("closeDeviceMissingButton", &QtTransferWindow::closeDeviceMissingClicked);
-    onClick("closeDeviceFullButton", &QtTransferWindow::closeDeviceFullClicked);
-    onClick("systemFilesCancelButton", &QtTransferWindow::protectedFilesButtonClicked);
-    onClick("systemFilesContinueButton", &QtTransferWindow::protectedFilesButtonClicked);
+    // The dialogs' buttons answer the question their dialog asks.
+    const std::pair<const char*, int> answers[] = {
+        {"keepUploadingButton", kAnswerFirst},       {"stopUploadButton", kAnswerSecond},
+        {"systemFilesCancelButton", kAnswerFirst},   {"systemFilesContinueButton", kAnswerSecond},
+        {"lostConnectionRetryButton", kAnswerFirst}, {"lostConnectionCancelButton", kAnswerSecond},
+        {"closeDeviceMissingButton", kAnswerFirst},  {"closeDeviceFullButton", kAnswerFirst},
+    };
+    for (const auto& [name, answer] : answers) {
+        auto* button = control<QAbstractButton>(QString::fromLatin1(name));
+        if (!button) continue;
+        button->setProperty(kAnswerProperty, answer);
+        connect(button, &QAbstractButton::clicked, this, &QtTransferWindow::dialogButtonClicked);
+    }
     onClick("quitYesButton", &QtTransferWindow::quitYesClicked);
     onClick("quitNoButton", &QtTransferWindow::quitNoClicked);
-    onClick("keepUploadingButton", &QtTransferWindow::cancelUploadConfirmClicked);
-    onClick("stopUploadButton", &QtTransferWindow::cancelUploadConfirmClicked);
+    withholdUnofferedControls();
+}
+
+void QtTransferWindow::withholdUnofferedControls() {
+    // Creating a folder at the destination, the failed-files window and showing the uploaded
+    // files are not offered yet: their links and buttons stay hidden or disabled.
+    for (const char* name : {"createNewFolderLink", "deleteNewFolderButton"})
+        if (QWidget* w = control(QString::fromLatin1(name))) w->hide();
+    for (const char* name : {"showErrorsButton", "uploadedFilesLink", "showHideDetailsButton",
+                             "dismissAllButton", "retryAllButton"})
+        if (QWidget* w = control(QString::fromLatin1(name))) w->setEnabled(false);
 }
 
 bool QtTransferWindow::senderTag(int& tag) const {
@@ -75,128 +91,75 @@ bool QtTransferWindow::senderTag(int& tag) const {
 }
 
 void QtTransferWindow::backClicked() {
-    owner_.processBackScreens();
+    actions_.processBackScreens();
 }
 
 void QtTransferWindow::userChosen(int index) {
-    owner_.selectUser(index);
+    actions_.selectUser(index);
 }
 
 void QtTransferWindow::passwordEdited(const QString& text) {
     // The field is bound to the controller's password; it is never written anywhere else.
-    owner_.userPassword.set(text.toStdString());
+    actions_.setUserPassword(text.toStdString());
 }
 
 void QtTransferWindow::continueWithUser() {
-    owner_.verifyUserLoginAndSelectSourceFiles();
+    actions_.verifyUserLoginAndSelectSourceFiles();
 }
 
 void QtTransferWindow::chooseSourceFilesClicked() {
-    owner_.chooseSourceFiles();
+    actions_.chooseSourceFiles();
 }
 
 void QtTransferWindow::sourceItemChanged(QStandardItem* item) {
     if (reloadingSources_ || !item || item->column() != ui::kSourceCheckColumn) return;
-    const int row = item->row();
-    const int ticked = item->checkState() == Qt::Checked ? 1 : 0;
-    // The tick box is bound to the row's "filesSelectCheckbox"; the controller reads it next.
-    bool changed = false;
-    owner_.sourceFilesArray.with([&](List& rows) {
-        if (row < 0 || row >= static_cast<int>(rows.size())) return;
-        if (Record* entry = rows[static_cast<std::size_t>(row)].asRecord()) {
-            entry->set("filesSelectCheckbox", ticked);
-            changed = true;
-        }
-    });
-    if (changed) owner_.processDeselectedFiles(row);
+    actions_.setSourceTicked(item->row(), item->checkState() == Qt::Checked);
 }
 
 void QtTransferWindow::sourceCellClicked(const QModelIndex& index) {
-    if (index.column() == ui::kSourceDeleteColumn) owner_.processDeleteFiles(index.row());
+    if (index.column() == ui::kSourceDeleteColumn) actions_.processDeleteFiles(index.row());
 }
 
 void QtTransferWindow::removeFilesToggled(bool checked) {
-    owner_.removeFilesAfterUpload = checked;
+    actions_.setRemoveFilesAfterUpload(checked);
 }
 
 void QtTransferWindow::sourceNextClicked() {
-    owner_.selectDestinationForFileTransfer();
-}
-
-void QtTransferWindow::createNewFolderClicked() {
-    // createNewFolderAtDestination(): the controller's new-folder operation.
-}
-
-void QtTransferWindow::deleteNewFolderClicked() {
-    // deleteNewFolder(): takes the new folder back.
+    actions_.selectDestinationForFileTransfer();
 }
 
 void QtTransferWindow::uploadClicked() {
-    owner_.uploadFiles();
+    actions_.uploadFiles();
 }
 
 void QtTransferWindow::pauseResumeOrStopClicked() {
     // One action for the icon buttons: 0 stop, 3 pause, 4 resume. The tag is read when the
     // button is pressed, so the pause button's role is the one it shows.
     int tag = 0;
-    if (senderTag(tag)) owner_.cancelUploadFiles(tag);
+    if (senderTag(tag)) actions_.cancelUploadFiles(tag);
 }
 
 void QtTransferWindow::statusCloseClicked() {
-    owner_.hideStatusWindow();
-}
-
-void QtTransferWindow::showErrorsClicked() {
-    // viewTransferErrors(): fills the error window's heading and brings it up.
-}
-
-void QtTransferWindow::uploadedFilesClicked() {
-    // showUploadedFiles(): mounts the destination share visibly and opens the folder.
-}
-
-void QtTransferWindow::showHideDetailsClicked() {
-    // showHideTransferErrors(sender's tag): switches the failed list between its two forms.
-}
-
-void QtTransferWindow::retryOrDismissClicked() {
-    // retryOrDismissTransfer(sender's tag): 1 dismiss, 2 retry.
-}
-
-void QtTransferWindow::lostConnectionCancelClicked() {
-    owner_.cancelQVTransfer();
-}
-
-void QtTransferWindow::lostConnectionRetryClicked() {
-    int tag = 0;
-    if (!senderTag(tag)) return;
-    owner_.retryDeviceConnection(tag);
-}
-
-void QtTransferWindow::closeDeviceMissingClicked() {
-    // closeDeviceMissing(): ends the dialog; the upload stays paused while the watcher runs.
-}
-
-void QtTransferWindow::closeDeviceFullClicked() {
-    // closeDeviceFullDialog(): ends the dialog; the upload stays paused while the watcher runs.
-}
-
-void QtTransferWindow::protectedFilesButtonClicked() {
-    int tag = 0;
-    if (senderTag(tag)) owner_.cancelOrContinueUpload(tag);
+    actions_.hideStatusWindow();
 }
 
 void QtTransferWindow::quitYesClicked() {
-    owner_.quitTransferYES();
+    actions_.quitTransferYES();
 }
 
 void QtTransferWindow::quitNoClicked() {
-    owner_.quitTransferNO();
+    actions_.quitTransferNO();
 }
 
-void QtTransferWindow::cancelUploadConfirmClicked() {
-    // 1 keeps uploading, 2 stops the upload.
-    int tag = 0;
-    if (senderTag(tag)) owner_.cancelUploadFiles(tag);
+void QtTransferWindow::dialogButtonClicked() {
+    const QObject* from = sender();
+    if (!from) return;
+    // The button's own dialog: the nearest dialog among its parents.
+    for (QObject* p = from->parent(); p; p = p->parent())
+        if (auto* box = qobject_cast<QDialog*>(p)) {
+            box->done(from->property(kAnswerProperty).toInt());
+            return;
+        }
 }
 
 }  // namespace qvt

@@ -5,7 +5,7 @@
 #include <QPalette>
 
 #include "destination/folder_node.h"
-#include "session/qvtransfer_private.h"
+#include "session/view_actions.h"
 
 namespace dst = qvt::destination;
 
@@ -65,10 +65,8 @@ void DestinationCellDelegate::initStyleOption(QStyleOptionViewItem* option,
     option->icon = model->iconForImage(style.image);
 }
 
-DestinationOutlineView::DestinationOutlineView(QVTransferPrivate& controller, QWidget* parent)
-    : QTreeView(parent),
-      controller_(controller),
-      model_(new DestinationTreeModel(controller, this)) {
+DestinationOutlineView::DestinationOutlineView(QVTransferActions& controller, QWidget* parent)
+    : QTreeView(parent), controller_(controller), model_(new DestinationTreeModel(this)) {
     setObjectName(QStringLiteral("destinationFolderOutlineView"));
     setModel(model_);
     setItemDelegate(new DestinationCellDelegate(this));
@@ -92,8 +90,8 @@ DestinationOutlineView::DestinationOutlineView(QVTransferPrivate& controller, QW
     connect(this, &QTreeView::expanded, this, &DestinationOutlineView::onExpanded);
 }
 
-void DestinationOutlineView::reloadFromController() {
-    model_->reload();
+void DestinationOutlineView::showTree(const List& roots) {
+    model_->reload(roots);
 }
 
 QString DestinationOutlineView::selectedFolderPath() const {

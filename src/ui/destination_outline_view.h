@@ -1,5 +1,5 @@
-// The destination screen's outline view: the folder tree over the controller's
-// `destinationFoldersList`, loaded a level at a time as the user expands nodes.
+// The destination screen's outline view: the controller's folder tree, loaded a level at a
+// time as the user expands nodes.
 #pragma once
 
 #include <QStyledItemDelegate>
@@ -7,7 +7,9 @@
 
 #include "ui/destination_tree_model.h"
 
-class QVTransferPrivate;
+namespace qvt {
+class QVTransferActions;
+}
 
 namespace qvt::ui {
 
@@ -28,10 +30,11 @@ class DestinationCellDelegate : public QStyledItemDelegate {
 class DestinationOutlineView : public QTreeView {
     Q_OBJECT
   public:
-    explicit DestinationOutlineView(QVTransferPrivate& controller, QWidget* parent = nullptr);
+    explicit DestinationOutlineView(QVTransferActions& controller, QWidget* parent = nullptr);
 
-    // Shows the controller's tree as it is now (the controller's rearrangeDestFilesList).
-    void reloadFromController();
+    // Shows the tree whose top nodes are `roots` (FolderNode records), keeping what is
+    // expanded expanded.
+    void showTree(const List& roots);
     DestinationTreeModel* treeModel() const { return model_; }
     // The selected node's folder path, or "" when nothing is selected.
     QString selectedFolderPath() const;
@@ -39,7 +42,7 @@ class DestinationOutlineView : public QTreeView {
   private:
     void onExpanded(const QModelIndex& index);
 
-    QVTransferPrivate& controller_;
+    QVTransferActions& controller_;
     DestinationTreeModel* model_;
 };
 

@@ -6,7 +6,6 @@
 #include <QPixmap>
 
 #include "destination/folder_node.h"
-#include "session/qvtransfer_private.h"
 #include "widgets/framework_images.h"
 
 namespace dst = qvt::destination;
@@ -47,15 +46,12 @@ const List& childList(const Record& node) {
 
 }  // namespace
 
-DestinationTreeModel::DestinationTreeModel(QVTransferPrivate& controller, QObject* parent)
-    : QAbstractItemModel(parent), controller_(controller), root_(std::make_unique<Item>()) {
-    reload();
-}
+DestinationTreeModel::DestinationTreeModel(QObject* parent)
+    : QAbstractItemModel(parent), root_(std::make_unique<Item>()) {}
 
 DestinationTreeModel::~DestinationTreeModel() = default;
 
-void DestinationTreeModel::reload() {
-    const List roots = controller_.destinationFoldersList.get();
+void DestinationTreeModel::reload(const List& roots) {
     root_->hasChildRecords = !roots.empty();
     relayoutNeeded_ = false;
     syncChildren(root_.get(), roots);

@@ -1,7 +1,8 @@
-// The destination tree as a Qt item model over the controller's `destinationFoldersList`.
+// The destination tree as a Qt item model over the controller's folder tree (its
+// `destinationFoldersList`, as the destination screen's value carries it).
 //
-// The model keeps its own copy of the tree and, on reload(), brings it up to the controller's
-// state with row insertions and removals rather than a reset, so that expanded nodes stay
+// The model keeps its own copy of the tree and, on reload(), brings it up to the tree it is
+// given with row insertions and removals rather than a reset, so that expanded nodes stay
 // expanded while a level loads. A node's placeholder child (an empty record) is not a row: it
 // only makes hasChildren() true, which draws the disclosure triangle.
 #pragma once
@@ -15,8 +16,6 @@
 #include <vector>
 
 #include "qvtransfer/Value.h"
-
-class QVTransferPrivate;
 
 namespace qvt::ui {
 
@@ -33,11 +32,11 @@ class DestinationTreeModel : public QAbstractItemModel {
     static constexpr int kNameColumn = 0;
     static constexpr int kButtonColumn = 1;
 
-    explicit DestinationTreeModel(QVTransferPrivate& controller, QObject* parent = nullptr);
+    explicit DestinationTreeModel(QObject* parent = nullptr);
     ~DestinationTreeModel() override;
 
-    // Brings the model up to the controller's tree.
-    void reload();
+    // Brings the model up to the tree whose top nodes are `roots` (FolderNode records).
+    void reload(const List& roots);
 
     // The indices of `index` in the controller's lists, from the roots down.
     std::vector<std::size_t> indexPath(const QModelIndex& index) const;
@@ -63,7 +62,6 @@ class DestinationTreeModel : public QAbstractItemModel {
     void syncChildren(Item* parent, const List& source);
     std::unique_ptr<Item> buildItem(Item* parent, const Record& node, std::size_t sourceIndex);
 
-    QVTransferPrivate& controller_;
     std::unique_ptr<Item> root_;
     mutable std::map<std::string, QIcon> iconCache_;
     bool relayoutNeeded_ = false;

@@ -6,9 +6,9 @@
 
 namespace qvt {
 
-std::unique_ptr<QVTransferView> createQtTransferView(QVTransferPrivate& owner,
+std::unique_ptr<QVTransferView> createQtTransferView(QVTransferActions& actions,
                                                      const std::string& definition) {
-    return QtTransferWindow::create(owner, definition);
+    return QtTransferWindow::create(actions, definition);
 }
 
 }  // namespace qvt

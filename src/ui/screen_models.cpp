@@ -1,5 +1,5 @@
-// The controller's state shown by the screens: each reload reads the controller's properties
-// and lists and brings the controls in line with them.
+// The screens' values as the controls show them: each apply brings the controls in line with
+// the value the controller sent.
 #include <QComboBox>
 #include <QImage>
 #include <QLabel>
@@ -11,7 +11,6 @@
 #include <QTableView>
 #include <QTreeView>
 
-#include "session/qvtransfer_private.h"
 #include "source/source_entry.h"
 #include "ui/QtTransferWindow.h"
 #include "ui/destination_outline_view.h"
@@ -49,44 +48,31 @@ QStandardItem* plainItem(const QString& text = {}) {
     return item;
 }
 
-// A count label as the row holds it: a string once counted; the number placeholder of a row
-// not counted yet shows nothing.
-QString countLabel(const Record& row, const char* key) {
-    const Value* value = row.find(key);
-    return value && value->isString() ? qs(*value->asString()) : QString();
-}
-
 }  // namespace
 
-void QtTransferWindow::reloadUsers() {
+void QtTransferWindow::applyUsers(const UsersScreen& screen) {
     if (auto* popup = control<QComboBox>(QStringLiteral("usersPopUpButton"))) {
         const QSignalBlocker quiet(popup);
         popup->clear();
-        for (const Value& user : owner_.usersArrayController.get())
-            if (const Record* r = user.asRecord()) popup->addItem(qs(r->string("username")));
-        const int selected = owner_.usersPopupSelectedIndex;
-        if (selected >= 0 && selected < popup->count()) popup->setCurrentIndex(selected);
+        for (const std::string& name : screen.userNames) popup->addItem(qs(name));
+        if (screen.selectedIndex >= 0 && screen.selectedIndex < popup->count())
+            popup->setCurrentIndex(screen.selectedIndex);
     }
     if (auto* field = control<QLineEdit>(QStringLiteral("passwordField"))) {
-        field->setVisible(owner_.showPasswordField);
-        const std::string placeholder = owner_.passwordPlaceholder.empty()
-                                            ? owner_.localePASSWORD_txt
-                                            : owner_.passwordPlaceholder;
-        field->setPlaceholderText(qs(placeholder));
+        field->setVisible(screen.passwordShown);
+        field->setPlaceholderText(qs(screen.passwordPlaceholder));
         // The field follows the controller when it forgets the typed password.
-        if (owner_.userPassword.with([](const std::string& p) { return p.empty(); }) &&
-            !field->text().isEmpty())
-            field->clear();
-        setStyleFlag(field, "incorrect", owner_.incorrectPassword);
-        setStyleFlag(field, "focusRing", owner_.passwordFieldFocusRing);
+        if (screen.passwordCleared && !field->text().isEmpty()) field->clear();
+        setStyleFlag(field, "incorrect", screen.incorrectPassword);
+        setStyleFlag(field, "focusRing", screen.passwordFocusRing);
     }
     if (QWidget* incorrect = control(QStringLiteral("incorrectPasswordLabel")))
-        incorrect->setVisible(owner_.incorrectPassword);
+        incorrect->setVisible(screen.incorrectPassword);
     if (auto* image = control<QLabel>(QStringLiteral("deviceImageView"))) {
         QImage picture;
-        if (!owner_.deviceImage.empty())
-            picture.loadFromData(owner_.deviceImage.data(),
-                                 static_cast<int>(owner_.deviceImage.size()));
+        if (!screen.deviceImage.empty())
+            picture.loadFromData(screen.deviceImage.data(),
+                                 static_cast<int>(screen.deviceImage.size()));
         if (!picture.isNull()) {
             image->setPixmap(QPixmap::fromImage(picture).scaled(image->size(), Qt::KeepAspectRatio,
                                                                 Qt::SmoothTransformation));
@@ -101,53 +87,42 @@ void QtTransferWindow::reloadUsers() {
     }
 }
 
-void QtTransferWindow::reloadSources() {
+void QtTransferWindow::applySources(const SourcesScreen& screen) {
     auto* table = control<QTableView>(QStringLiteral("sourceFilesTableView"));
     if (!table || !sourceModel_) return;
     const int scroll = table->verticalScrollBar()->value();
-    const List rows = owner_.sourceFilesArray.get();
     const QIcon deleteImage = widgets::frameworkIcon(QStringLiteral("deleteRowsButton.png"));
-    const QString counting = qs(owner_.localeCALCULATING_txt);
+    const QString counting = qs(screen.countingText);
 
     reloadingSources_ = true;
     sourceModel_->removeRows(0, sourceModel_->rowCount());
-    for (int r = 0; r < static_cast<int>(rows.size()); ++r) {
-        const Record* row = rows[static_cast<std::size_t>(r)].asRecord();
-        const Record entry = row ? *row : Record{};
+    for (const SourceRow& row : screen.rows) {
         QList<QStandardItem*> items;
 
         QStandardItem* tick = plainItem();
         tick->setCheckable(true);
-        const Value* box = entry.find("filesSelectCheckbox");
-        tick->setCheckState(box && box->toInt64() != 0 ? Qt::Checked : Qt::Unchecked);
+        tick->setCheckState(row.ticked ? Qt::Checked : Qt::Unchecked);
         items << tick;
 
-        QStandardItem* name = plainItem(qs(entry.string("fileName")));
-        name->setData(ui::iconForImageValue(entry.string("fileImage")), Qt::DecorationRole);
+        QStandardItem* name = plainItem(qs(row.fileName));
+        name->setData(ui::iconForImageValue(row.fileImage), Qt::DecorationRole);
         name->setForeground(QColor(75, 90, 104));
+        if (!row.nameToolTip.empty()) name->setToolTip(qs(row.nameToolTip));
         items << name;
 
-        const bool beingCounted = entry.string("numberOfFiles") == source::kCountingPlaceholder;
-        QStandardItem* folders =
-            plainItem(beingCounted ? QString() : countLabel(entry, "numberOfFolders"));
-        QStandardItem* files =
-            plainItem(beingCounted ? counting : countLabel(entry, "numberOfFiles"));
+        QStandardItem* folders = plainItem(row.counting ? QString() : qs(row.folders));
+        QStandardItem* files = plainItem(row.counting ? counting : qs(row.files));
         for (QStandardItem* count : {folders, files}) {
             count->setForeground(kSecondaryText);
             count->setTextAlignment(Qt::AlignRight | Qt::AlignVCenter);
         }
         // Source list: the spinner of a row still being counted.
-        files->setData(beingCounted, kSourceCountingRole);
+        files->setData(row.counting, kSourceCountingRole);
         items << folders << files;
 
         QStandardItem* remove = plainItem();
         remove->setData(deleteImage, Qt::DecorationRole);
         items << remove;
-
-        for (int c = 0; c < items.size(); ++c) {
-            const std::string tip = owner_.sourceFilesToolTip(ui::kSourceColumnIdentifiers[c], r);
-            if (!tip.empty()) items[c]->setToolTip(qs(tip));
-        }
         sourceModel_->appendRow(items);
     }
     reloadingSources_ = false;
@@ -155,97 +130,96 @@ void QtTransferWindow::reloadSources() {
 
     if (auto* remove = control<QAbstractButton>(QStringLiteral("removeFilesCheckbox"))) {
         const QSignalBlocker quiet(remove);
-        remove->setChecked(owner_.removeFilesAfterUpload);
+        remove->setChecked(screen.removeFilesAfterUpload);
     }
     if (auto* totals = control<QLabel>(QStringLiteral("numberOfFilesAndFolders")))
-        totals->setText(qs(owner_.numberOfFilesAndFolders.get()));
+        totals->setText(qs(screen.summary));
 }
 
-void QtTransferWindow::reloadDestination() {
+void QtTransferWindow::applyDestinations(const DestinationScreen& screen) {
     if (auto* tree =
             control<ui::DestinationOutlineView>(QStringLiteral("destinationFolderOutlineView")))
-        tree->reloadFromController();
-    placeDeleteNewFolderButton();
+        tree->showTree(screen.roots);
+    if (QWidget* upload = control(QStringLiteral("uploadFilesButton")))
+        upload->setEnabled(screen.uploadEnabled);
 }
 
-void QtTransferWindow::placeDeleteNewFolderButton() {
-    // Inside the second cell of the selected row, centred.
-    auto* tree = control<QTreeView>(QStringLiteral("destinationFolderOutlineView"));
-    QWidget* cancel = control(QStringLiteral("deleteNewFolderButton"));
-    if (!tree || !cancel || !tree->selectionModel()) return;
-    const QModelIndex current = tree->selectionModel()->currentIndex();
-    if (!current.isValid()) return;
-    const QRect cell = tree->visualRect(current.siblingAtColumn(1));
-    const QSize size = cancel->sizeHint().boundedTo(cell.size());
-    cancel->setGeometry(cell.left() + (cell.width() - size.width()) / 2,
-                        cell.top() + (cell.height() - size.height()) / 2, size.width(),
-                        size.height());
-    cancel->raise();
-}
-
-void QtTransferWindow::reloadStatus() {
-    const Colour c = owner_.statusTextColor.get();
+void QtTransferWindow::applyStatus(const StatusSnapshot& status) {
+    const Colour& c = status.colour;
     const QString colour = QStringLiteral("color: rgba(%1, %2, %3, %4);")
                                .arg(c.red)
                                .arg(c.green)
                                .arg(c.blue)
                                .arg(static_cast<int>(c.alpha * 255 + 0.5));
-    for (const char* name : {"progressStatusMsg1", "progressStatusMsg2"}) {
-        auto* label = control<QLabel>(QString::fromLatin1(name));
-        if (!label) continue;
-        label->setStyleSheet(colour);
-    }
+    for (const char* name : {"progressStatusMsg1", "progressStatusMsg2"})
+        if (auto* label = control<QLabel>(QString::fromLatin1(name))) label->setStyleSheet(colour);
     if (auto* line = control<QLabel>(QStringLiteral("progressStatusMsg1")))
-        line->setText(qs(owner_.progressStatusMsg1.get()));
+        line->setText(qs(status.line1));
     // Once the upload has ended the estimate line has nothing left to say, and pausing or
     // stopping has nothing left to act on: the line is emptied and the two buttons go.
-    const bool ended = owner_.isFileTransferCompleted() || owner_.uploadCancelled();
+    const bool ended = status.ended();
     if (auto* line = control<QLabel>(QStringLiteral("progressStatusMsg2")))
-        line->setText(ended ? QString() : qs(owner_.progressStatusMsg2.get()));
+        line->setText(ended ? QString() : qs(status.line2));
     for (const char* name : {"pauseResumeTransferButton", "stopTransferButton"})
         if (QWidget* button = control(QString::fromLatin1(name))) button->setHidden(ended);
+    if (QWidget* pause = control(QStringLiteral("pauseResumeTransferButton")))
+        pause->setProperty("tag", status.pauseButtonTag);
+    if (QWidget* close = control(QStringLiteral("statusCloseButton"));
+        close && !status.closeButtonTitle.empty())
+        applyText(close, qs(status.closeButtonTitle));
 
     if (auto* bar =
             control<QVTransferProgressIndicator>(QStringLiteral("transferProgressIndicator")))
-        bar->setProgress(static_cast<double>(owner_.transferProgressValue.load()),
-                         static_cast<double>(owner_.progressMaxValue.load()));
+        bar->setProgress(status.barValue, status.barMaximum);
     if (auto* bar =
             control<QVTransferProgressIndicator>(QStringLiteral("zeroTransferProgressIndicator")))
-        bar->setProgress(static_cast<double>(owner_.transferProgressValue2.load()),
-                         static_cast<double>(owner_.progressMaxValue2.load()));
+        bar->setProgress(status.zeroBarValue, status.zeroBarMaximum);
 
-    const bool linkHidden = owner_.uploadedFilesLinkHidden;
-    if (auto* link = control<QVTransferLinkButton>(QStringLiteral("uploadedFilesLink"))) {
-        if (link->title().isEmpty()) {
-            const std::string product = owner_.deviceInfo().string("productName");
-            link->setUpTitle(qs(product), link->titleFont(), link->textAlignment());
-        }
-        link->setHidden(linkHidden);
+    // The warning about failed files, with the View now link right after its text.
+    const bool warned = !status.warning.empty();
+    if (QWidget* warning = control(QStringLiteral("errorWarningMessage"))) {
+        if (warned) applyText(warning, qs(status.warning));
+        warning->setHidden(!warned);
     }
-    if (QWidget* above = control(QStringLiteral("uploadedFilesToLabel")))
-        above->setHidden(linkHidden);
+    if (QWidget* viewNow = control(QStringLiteral("showErrorsButton"))) {
+        if (warned) {
+            applyText(viewNow, qs(status.viewNowTitle));
+            placeAfterText(QStringLiteral("showErrorsButton"),
+                           QStringLiteral("errorWarningMessage"), 2, 640);
+        }
+        viewNow->setHidden(!warned);
+    }
+
+    if (QWidget* above = control(QStringLiteral("uploadedFilesToLabel"))) {
+        if (status.uploadedFilesShown) applyText(above, qs(status.uploadedFilesLabel));
+        above->setHidden(!status.uploadedFilesShown);
+    }
+    if (auto* link = control<QVTransferLinkButton>(QStringLiteral("uploadedFilesLink"))) {
+        const std::string title = status.uploadedFilesLinkTitle.empty()
+                                      ? status.productName
+                                      : status.uploadedFilesLinkTitle;
+        if (link->title() != qs(title)) applyText(link, qs(title));
+        link->setHidden(!status.uploadedFilesShown);
+    }
 }
 
-void QtTransferWindow::reloadFailedList() {
+void QtTransferWindow::applyFailedList(const FailedList& failed) {
     auto* list = control<QTreeView>(QStringLiteral("failedListOutlineView"));
     if (!list || !failedModel_) return;
     if (auto* cell = qobject_cast<ImageAndTextCell*>(list->itemDelegate()))
-        cell->setRowHeight(static_cast<int>(owner_.failedListRowHeight));
+        cell->setRowHeight(static_cast<int>(failed.rowHeight));
     failedModel_->removeRows(0, failedModel_->rowCount());
-    for (const Value& value : owner_.failedFilesListTreeControllerArray.get()) {
-        const Record* row = value.asRecord();
-        if (!row) continue;
-        QStandardItem* item = plainItem(qs(row->string("fileName")));
-        item->setData(ui::iconForImageValue(row->string("fileImage")), Qt::DecorationRole);
+    for (const FailedList::Row& row : failed.rows) {
+        QStandardItem* item = plainItem(qs(row.fileName));
+        item->setData(ui::iconForImageValue(row.fileImage), Qt::DecorationRole);
         item->setForeground(QColor(75, 90, 104));
         failedModel_->appendRow(item);
     }
     // Rows of a new height need the list to lay them out again.
     list->doItemsLayout();
-    const std::string heading = owner_.uploadErrorString.get();
-    if (!heading.empty())
+    if (!failed.heading.empty())
         if (auto* label = control<QLabel>(QStringLiteral("uploadErrorHeading")))
-            label->setText(qs(heading));
+            label->setText(qs(failed.heading));
 }
 
 }  // namespace qvt

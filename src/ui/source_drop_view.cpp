@@ -8,7 +8,7 @@
 #include <QStyleOption>
 #include <QUrl>
 
-#include "session/qvtransfer_private.h"
+#include "session/view_actions.h"
 #include "ui/widget_classes.h"
 
 namespace qvt {
@@ -26,18 +26,18 @@ const bool registered = [] {
 // The controller answers only the last message of a drop.
 class ControllerDropDelegate : public QVTransferConcludeDragDelegate {
   public:
-    explicit ControllerDropDelegate(QVTransferPrivate& owner) : owner_(owner) {}
+    explicit ControllerDropDelegate(QVTransferActions& owner) : owner_(owner) {}
     void concludeDragOperation(const QVTransferDraggingInfo& info) override {
         owner_.concludeDragOperation(info.filenames);
     }
 
   private:
-    QVTransferPrivate& owner_;
+    QVTransferActions& owner_;
 };
 
 }  // namespace
 
-bool installSourceDropTarget(QWidget* root, QVTransferPrivate& owner) {
+bool installSourceDropTarget(QWidget* root, QVTransferActions& owner) {
     (void)registered;
     auto* area =
         root ? root->findChild<QVTransferDragDropSourceView*>(QStringLiteral("dragDropSourceView"))

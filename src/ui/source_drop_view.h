@@ -9,7 +9,9 @@
 #include <vector>
 
 class QMimeData;
-class QVTransferPrivate;
+namespace qvt {
+class QVTransferActions;
+}
 
 namespace qvt {
 
@@ -85,6 +87,6 @@ class QVTransferDragDropSourceView : public QWidget {
 
 // Makes the controller the delegate of the drop area named "dragDropSourceView" under `root`:
 // dropped file names go to its concludeDragOperation. Answers whether the area was found.
-bool installSourceDropTarget(QWidget* root, QVTransferPrivate& owner);
+bool installSourceDropTarget(QWidget* root, QVTransferActions& owner);
 
 }  // namespace qvt

@@ -35,14 +35,14 @@ QWidget* makeOwnClass(const QString& className, QWidget* parent) {
 
 }  // namespace
 
-TransferUiLoader::TransferUiLoader(QVTransferPrivate& owner, QObject* parent)
-    : QUiLoader(parent), owner_(owner) {}
+TransferUiLoader::TransferUiLoader(QVTransferActions& actions, QObject* parent)
+    : QUiLoader(parent), actions_(actions) {}
 
 QWidget* TransferUiLoader::createWidget(const QString& className, QWidget* parent,
                                         const QString& name) {
     QWidget* widget = makeOwnClass(className, parent);
     if (!widget && className == QLatin1String("QVTransferTableViewForNewFolder"))
-        widget = new DestinationOutlineView(owner_, parent);
+        widget = new DestinationOutlineView(actions_, parent);
     if (!widget) widget = makeRegisteredWidget(className, parent);
     if (!widget && className.startsWith(QLatin1String("QVTransfer"))) {
         // A control class another part supplies but has not registered: its plain base keeps

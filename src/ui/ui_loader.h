@@ -4,20 +4,22 @@
 
 #include <QUiLoader>
 
-class QVTransferPrivate;
+namespace qvt {
+class QVTransferActions;
+}
 
 namespace qvt::ui {
 
 class TransferUiLoader : public QUiLoader {
     Q_OBJECT
   public:
-    // Controls that work on the controller's state directly are made for `owner`.
-    explicit TransferUiLoader(QVTransferPrivate& owner, QObject* parent = nullptr);
+    // Controls that hand the user's actions to the controller are made for `actions`.
+    explicit TransferUiLoader(QVTransferActions& actions, QObject* parent = nullptr);
     QWidget* createWidget(const QString& className, QWidget* parent = nullptr,
                           const QString& name = QString()) override;
 
   private:
-    QVTransferPrivate& owner_;
+    QVTransferActions& actions_;
 };
 
 }  // namespace qvt::ui

@@ -11,9 +11,8 @@
 #include <QTableView>
 #include <QTreeView>
 
-#include "session/qvtransfer_private.h"
+#include "session/view_actions.h"
 #include "ui/QtTransferWindow.h"
-#include "ui/locale_binding.h"
 #include "ui/open_panel.h"
 #include "ui/screen_roles.h"
 #include "ui/source_drop_view.h"
@@ -88,9 +87,9 @@ void QtTransferWindow::setUpWindow() {
 
     root_->shouldClose = [this] {
         if (closingProgrammatically_) return true;
-        return owner_.windowShouldClose();
+        return actions_.windowShouldClose();
     };
-    root_->willClose = [this] { owner_.windowWillClose(); };
+    root_->willClose = [this] { actions_.windowWillClose(); };
     showScreen(nullptr);
 }
 
@@ -128,12 +127,12 @@ void QtTransferWindow::applyLocaleTexts() {
     for (QWidget* w : root_->findChildren<QWidget*>()) {
         const QString key = w->property("localeText").toString();
         if (!key.isEmpty()) {
-            if (const auto text = ui::localeText(owner_, key.toStdString()))
+            if (const auto text = actions_.localeText(key.toStdString()))
                 applyText(w, QString::fromStdString(*text));
         }
         const QString placeholderKey = w->property("localePlaceholder").toString();
         if (auto* field = qobject_cast<QLineEdit*>(w); field && !placeholderKey.isEmpty()) {
-            if (const auto text = ui::localeText(owner_, placeholderKey.toStdString()))
+            if (const auto text = actions_.localeText(placeholderKey.toStdString()))
                 field->setPlaceholderText(QString::fromStdString(*text));
         }
     }
@@ -177,9 +176,8 @@ void QtTransferWindow::setUpLists() {
     if (auto* failed = control<QTreeView>(QStringLiteral("failedListOutlineView"))) {
         failedModel_ = new QStandardItemModel(0, 1, failed);
         failed->setModel(failedModel_);
-        auto* cell = new ImageAndTextCell(failed);
-        cell->setRowHeight(static_cast<int>(owner_.failedListRowHeight));
-        failed->setItemDelegate(cell);
+        // The rows' height comes with the list's contents.
+        failed->setItemDelegate(new ImageAndTextCell(failed));
         failed->setAlternatingRowColors(true);
     }
 }
@@ -187,7 +185,7 @@ void QtTransferWindow::setUpLists() {
 void QtTransferWindow::setUpZeroState() {
     // A device that has never been uploaded to gets the welcoming variant of the heading and
     // an explicit drop area; the others get the longer list instead.
-    const bool zero = owner_.isZeroState;
+    const bool zero = actions_.zeroState();
     const auto show = [this](const char* name, bool visible) {
         if (QWidget* w = control(QString::fromLatin1(name))) w->setVisible(visible);
     };
@@ -213,11 +211,10 @@ void QtTransferWindow::setUpZeroState() {
 
 void QtTransferWindow::installOpenPanel() {
     QPointer<QWidget> parent = root_.get();
-    owner_.sourceFilesOpenPanel = [parent](std::vector<std::string>& chosen) {
-        return ui::runOpenPanel(parent, chosen);
-    };
+    actions_.setSourceFilesOpenPanel(
+        [parent](std::vector<std::string>& chosen) { return ui::runOpenPanel(parent, chosen); });
     // Source inputs: dropped file names go to the controller.
-    installSourceDropTarget(root_.get(), owner_);
+    installSourceDropTarget(root_.get(), actions_);
 }
 
 }  // namespace qvt

@@ -223,7 +223,7 @@ TEST_F(StatusWindow, LostConnectionCancelEndsTheSession) {
                 window->control<QAbstractButton>(QStringLiteral("lostConnectionCancelButton")))
             cancel->click();
     });
-    window->runModal(Dialog::LostConnection);
+    wizard->runLostConnectionDialog(1);
     EXPECT_FALSE(lost->isVisible());
     EXPECT_TRUE(wizard->uploadCancelled());
     EXPECT_TRUE(waitFor([&] { return delegate->cancelCount.load() == 1; }));

@@ -48,7 +48,7 @@ QStringList rowNames(QAbstractItemModel* model, const QModelIndex& parent) {
 
 }  // namespace
 
-class DestinationScreen : public ::testing::Test {
+class DestinationWindow : public ::testing::Test {
   protected:
     // A controller with the real window for a disk whose volumes are `volumes`.
     void open(const List& volumes) {
@@ -85,7 +85,7 @@ class DestinationScreen : public ::testing::Test {
     QWidget* upload = nullptr;
 };
 
-TEST_F(DestinationScreen, ExpandingANodeTwiceLeavesNoDuplicates) {
+TEST_F(DestinationWindow, ExpandingANodeTwiceLeavesNoDuplicates) {
     TmpfsVolume volume(t / "Archive");
     ASSERT_TRUE(volume.ok()) << "mounting needs root";
     for (const char* name : {"10", "2", "1"})
@@ -130,7 +130,7 @@ TEST_F(DestinationScreen, ExpandingANodeTwiceLeavesNoDuplicates) {
     EXPECT_TRUE(tree->isExpanded(root));
 }
 
-TEST_F(DestinationScreen, UploadButtonStaysDisabledWithoutAVolume) {
+TEST_F(DestinationWindow, UploadButtonStaysDisabledWithoutAVolume) {
     open(List{});
     c->populateDestinationFoldersList();
     ASSERT_TRUE(settle(h));
@@ -140,7 +140,7 @@ TEST_F(DestinationScreen, UploadButtonStaysDisabledWithoutAVolume) {
     EXPECT_FALSE(window->control(QStringLiteral("createNewFolderLink"))->isEnabled());
 }
 
-TEST_F(DestinationScreen, CellsUseTheTreeColoursAndTheSelectedImage) {
+TEST_F(DestinationWindow, CellsUseTheTreeColoursAndTheSelectedImage) {
     open(List{});
     Record share =
         dst::makeFolderNode("Public", "/m/Public", dst::kShareImage, dst::kShareSelectedImage);
@@ -171,7 +171,7 @@ TEST_F(DestinationScreen, CellsUseTheTreeColoursAndTheSelectedImage) {
     EXPECT_EQ(folderIndex.data(Qt::ToolTipRole).toString().toStdString(), t.path());
 }
 
-TEST_F(DestinationScreen, NextWithoutTheMoveOptionGoesStraightOn) {
+TEST_F(DestinationWindow, NextWithoutTheMoveOptionGoesStraightOn) {
     open(List{});
     c->sourceFilesArray.set(List{Record{
         {"filesSelectCheckbox", 1}, {"fileName", "Documents"}, {"fullFilePath", t / "Documents"}}});
@@ -191,7 +191,7 @@ TEST_F(DestinationScreen, NextWithoutTheMoveOptionGoesStraightOn) {
     EXPECT_FALSE(window->dialog(Dialog::ProtectedFiles)->isVisible());
 }
 
-TEST_F(DestinationScreen, NextWithTheMoveOptionConfirmsFirst) {
+TEST_F(DestinationWindow, NextWithTheMoveOptionConfirmsFirst) {
     open(List{});
     const std::string library = h.services.folders.home + "/Library/Preferences";
     for (int tag : {1, 2}) {
@@ -245,7 +245,7 @@ TEST_F(DestinationScreen, NextWithTheMoveOptionConfirmsFirst) {
     }
 }
 
-TEST_F(DestinationScreen, PictureOfTheScreenWithAnExpandedTree) {
+TEST_F(DestinationWindow, PictureOfTheScreenWithAnExpandedTree) {
     TmpfsVolume archive(t / "Archive"), backup(t / "Backup Disk");
     ASSERT_TRUE(archive.ok() && backup.ok()) << "mounting needs root";
     for (const char* name :
@@ -271,7 +271,7 @@ TEST_F(DestinationScreen, PictureOfTheScreenWithAnExpandedTree) {
     EXPECT_TRUE(fs::file_size(file.toStdString()) > 0);
 }
 
-TEST_F(DestinationScreen, TriangleGoesWhenTheLevelTurnsOutEmpty) {
+TEST_F(DestinationWindow, TriangleGoesWhenTheLevelTurnsOutEmpty) {
     open(List{});
     fs::create_directories(t / "Only/Sub");
     Record root = dst::makeFolderNode("Only", t / "Only", dst::fileIconFor(t / "Only"));

@@ -133,7 +133,7 @@ TEST(UserSelection, WrongPasswordMarksTheFieldAndStays) {
     s.wizard->userPassword.set("wrong");
     s.wizard->verifyUserLoginAndSelectSourceFiles();
     EXPECT_TRUE(s.wizard->incorrectPassword);
-    EXPECT_EQ(s.wizard->passwordPlaceholder, s.wizard->localePASSWORD_txt);
+    EXPECT_EQ(s.wizard->passwordPlaceholder.get(), s.wizard->localePASSWORD_txt);
     EXPECT_TRUE(s.screenIs(Screen::Users));
     EXPECT_FALSE(s.h.view->called("runModal lostConnectionDialog"));
     // Choosing the user again clears the mark.
@@ -150,14 +150,22 @@ TEST(UserSelection, EmptyLoginReplyShowsTheLostConnectionSheetWithTag2) {
     f.only = {Endpoint::LocalLogin};
     s.sim.setFaults(f);
     s.wizard->userPassword.set("pw");
+    // The user answers Retry once the device is back: the login is sent again.
+    bool incorrectWhileAsked = true;
+    {
+        std::lock_guard lock(s.h.view->mutex);
+        s.h.view->modalCodes[Dialog::LostConnection] = 1;
+        s.h.view->modalHooks[Dialog::LostConnection] = [&] {
+            incorrectWhileAsked = s.wizard->incorrectPassword;
+            s.sim.clearFaults();
+            std::lock_guard again(s.h.view->mutex);
+            s.h.view->modalCodes[Dialog::LostConnection] = 0;
+        };
+    }
     s.wizard->verifyUserLoginAndSelectSourceFiles();
     EXPECT_TRUE(s.h.view->called("runModal lostConnectionDialog"));
-    EXPECT_EQ(s.h.view->tags["lostConnectionRetryButton"], 2);
-    EXPECT_FALSE(s.wizard->incorrectPassword);
-    // Retry with tag 2 sends the login again; the device answers now.
-    s.sim.clearFaults();
-    s.wizard->retryDeviceConnection(2);
-    EXPECT_TRUE(s.h.view->called("endModal lostConnectionDialog 2"));
+    EXPECT_FALSE(incorrectWhileAsked);
+    EXPECT_TRUE(s.h.view->called("endModal lostConnectionDialog"));
     EXPECT_EQ(s.sim.requestCount(Endpoint::LocalLogin), 2u);
     EXPECT_TRUE(s.screenIs(Screen::Sources));
 }
@@ -191,13 +199,22 @@ TEST(UserSelection, UsersReplyWithStatus500LeavesTheScreenUnchanged) {
 TEST(UserSelection, EmptyUsersReplyShowsTheSheetWithTag1AndRetryFetchesAgain) {
     Session s(deviceWith({{"admin", "pw"}, {"bob", ""}}));
     s.sim.setEmptyBody(true);
+    // The user answers Retry once the device is back: the users are asked for again.
+    std::atomic<bool> fetchedWhileAsked{true};
+    {
+        std::lock_guard lock(s.h.view->mutex);
+        s.h.view->modalCodes[Dialog::LostConnection] = 1;
+        s.h.view->modalHooks[Dialog::LostConnection] = [&] {
+            fetchedWhileAsked = s.wizard->finishedfetchingUsers.load();
+            s.sim.clearFaults();
+            std::lock_guard again(s.h.view->mutex);
+            s.h.view->modalCodes[Dialog::LostConnection] = 0;
+        };
+    }
     s.wizard->startFileTransfer();
     ASSERT_TRUE(waitFor([&] { return s.h.view->called("runModal lostConnectionDialog"); }, 20));
-    EXPECT_EQ(s.h.view->tags["lostConnectionRetryButton"], 1);
-    EXPECT_FALSE(s.wizard->finishedfetchingUsers);
-    s.sim.clearFaults();
-    s.wizard->retryDeviceConnection(1);
     ASSERT_TRUE(waitFor([&] { return s.wizard->finishedfetchingUsers.load(); }, 20));
+    EXPECT_FALSE(fetchedWhileAsked);
     EXPECT_EQ(s.sim.requestCount(Endpoint::Users), 2u);
     EXPECT_TRUE(s.screenIs(Screen::Users));
     EXPECT_NE(s.h.view->texts["uploadWindowHeading"].find("User Box"), std::string::npos);
@@ -239,7 +256,6 @@ TEST(UserSelection, SilentDeviceShowsTheSheetAfterTheTimeOut) {
     sim.setSilent(true);
     wizard->startFileTransfer();
     ASSERT_TRUE(waitFor([&] { return h.view->called("runModal lostConnectionDialog"); }, 20));
-    EXPECT_EQ(h.view->tags["lostConnectionRetryButton"], 1);
     // The users request asked for the full half-minute: a device slow to answer is waited for.
     ASSERT_FALSE(client->asked().empty());
     EXPECT_EQ(client->asked().front(), 30.0);

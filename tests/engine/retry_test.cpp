@@ -75,10 +75,7 @@ TEST(Retry, AFullDeviceShowsItsDialogAndTheFileIsRetriedAfterTheRecovery) {
     EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceFullDialog: transfer_semaphore"));
     EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceFullDialog: timeRemaining_semaphore"));
     EXPECT_EQ(s.c->statusTextColor.get(), (Colour{196, 196, 196, 1.0}));
-    {
-        std::lock_guard lock(s.h.view->mutex);
-        EXPECT_EQ(s.h.view->tags["pauseResumeTransferButton"], 4);
-    }
+    EXPECT_TRUE(test::waitFor([&] { return s.h.view->statusNow().pauseButtonTag == 4; }));
     EXPECT_EQ(s.c->progressStatusMsg1.get(), "Uploading file 3 of 100");
     EXPECT_FALSE(copy.finished());
     EXPECT_EQ(attempts->load(), 1);
@@ -142,7 +139,7 @@ TEST(Retry, AnUnknownWriteErrorOnAPlainFileIsALostDevice) {
     CopyThread copy(s, s.from("doc.txt"), s.at("doc.txt"));
     ASSERT_TRUE(test::waitFor(
         [&] { return s.h.log->contains("QVTransfer: transferFile 1: transfer_semaphore"); }));
-    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal lostConnectionDialog"); }));
+    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceMissingDialog"); }));
     EXPECT_TRUE(s.c->reconnectingDevice());
     EXPECT_TRUE(s.c->uploadPaused());
     EXPECT_FALSE(s.c->deviceFull());
@@ -175,7 +172,7 @@ TEST(Retry, ALostVolumeMakesAnyErrorADisconnect) {
     test::writeFile(s.from("doc.txt"), "doc");
 
     CopyThread copy(s, s.from("doc.txt"), s.at("doc.txt"));
-    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal lostConnectionDialog"); }));
+    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceMissingDialog"); }));
     ASSERT_TRUE(test::waitFor(
         [&] { return s.h.log->contains("QVTransfer: transferFile 1: transfer_semaphore"); }));
     EXPECT_TRUE(s.c->reconnectingDevice());
@@ -207,7 +204,7 @@ TEST(Retry, NothingIsTriedWhileTheDeviceIsBeingReconnected) {
     playRecovery(*s.c);
     ASSERT_TRUE(copy.waitFinished());
     EXPECT_EQ(attempts->load(), 1);
-    EXPECT_FALSE(s.h.view->called("runModal lostConnectionDialog"));
+    EXPECT_FALSE(s.h.view->called("runModal deviceMissingDialog"));
     EXPECT_EQ(test::readFile(s.at("x.txt")), "x");
     EXPECT_EQ(s.c->job().progressValue, 2);
 }
@@ -319,7 +316,7 @@ TEST(Retry, EachDeviceDialogIsShownOnceWhileItsFlagIsSet) {
         std::lock_guard lock(s.h.view->mutex);
         calls = s.h.view->calls;
     }
-    EXPECT_EQ(std::count(calls.begin(), calls.end(), "runModal lostConnectionDialog"), 1);
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "runModal deviceMissingDialog"), 1);
     EXPECT_EQ(std::count(calls.begin(), calls.end(), "runModal deviceFullDialog"), 1);
     EXPECT_TRUE(s.c->uploadPaused());
     EXPECT_TRUE(s.c->reconnectingDevice());

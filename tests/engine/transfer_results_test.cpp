@@ -24,19 +24,6 @@ bool hasLine(const Session& s, const std::string& line) {
     return false;
 }
 
-std::string text(const Session& s, const std::string& control) {
-    std::lock_guard lock(s.h.view->mutex);
-    const auto it = s.h.view->texts.find(control);
-    return it == s.h.view->texts.end() ? "" : it->second;
-}
-
-std::optional<bool> hidden(const Session& s, const std::string& control) {
-    std::lock_guard lock(s.h.view->mutex);
-    const auto it = s.h.view->hidden.find(control);
-    if (it == s.h.view->hidden.end()) return std::nullopt;
-    return it->second;
-}
-
 // Makes every copy of a source whose name starts with "bad" fail with EACCES.
 FaultyFiles::Hook failBadFiles() {
     return [](const std::string& op, const std::string& from,
@@ -205,12 +192,13 @@ TEST(Results, AllFilesArrivedEndsWithTheAllFilesTextAndReleasesTheMounts) {
     EXPECT_EQ(s.c->subProgressStatus.get(), "");
     EXPECT_EQ(s.c->transferProgressValue, 5);
     EXPECT_EQ(s.c->transferProgressValue2, 5);
-    EXPECT_EQ(text(s, "statusCloseButton"), "Close");
-    EXPECT_EQ(text(s, "uploadedFilesToLabel"),
+    const StatusSnapshot status = s.h.view->statusNow();
+    EXPECT_EQ(status.closeButtonTitle, "Close");
+    EXPECT_EQ(status.uploadedFilesLabel,
               s.c->localizedString("ALL_FILES_SUCCESSFULLY_UPLOADED_TO_txt"));
-    EXPECT_EQ(text(s, "uploadedFilesLink"), "Test Cloud");
-    EXPECT_EQ(hidden(s, "uploadedFilesLink"), std::optional<bool>(false));
-    EXPECT_FALSE(s.c->uploadedFilesLinkHidden);
+    EXPECT_EQ(status.uploadedFilesLinkTitle, "Test Cloud");
+    EXPECT_TRUE(status.uploadedFilesShown);
+    EXPECT_EQ(status.warning, "");
     EXPECT_TRUE(s.c->failedFilesListTreeControllerArray.get().empty());
     // The mounted share was released: no longer a mount point, its folder gone.
     EXPECT_FALSE(platform::files().isMountPoint(share));
@@ -248,16 +236,21 @@ TEST(Results, SomeFailuresEndWithTheSomeFilesTextTheWarningAndTheFailedList) {
     EXPECT_TRUE(s.c->isFileTransferFailed());
     EXPECT_EQ(s.c->progressStatus.get(), "2 of 3 files uploaded");
     EXPECT_EQ(s.c->progressStatusMsg1.get(), "2 of 3 files uploaded");
-    EXPECT_EQ(text(s, "errorWarningMessage"), "1 files failed to upload");
-    EXPECT_EQ(hidden(s, "errorWarningMessage"), std::optional<bool>(false));
-    EXPECT_EQ(text(s, "showErrorsButton"), "View now");
-    EXPECT_EQ(hidden(s, "showErrorsButton"), std::optional<bool>(false));
-    EXPECT_TRUE(s.h.view->called("placeAfterText showErrorsButton errorWarningMessage 2 640"));
+    const StatusSnapshot status = s.h.view->statusNow();
+    EXPECT_EQ(status.warning, "1 files failed to upload");
+    EXPECT_EQ(status.viewNowTitle, "View now");
     EXPECT_EQ(s.c->subProgressStatus.get(), "1 upload errors");
     EXPECT_EQ(s.c->failedFilesListTreeControllerArray.get(),
               (List{Record{{"fileName", "bad-one.txt"}, {"fileImage", "warningImage.png"}}}));
-    EXPECT_TRUE(s.h.view->called("reload failedListOutlineView"));
-    EXPECT_EQ(text(s, "uploadedFilesLink"), "Test Cloud");
+    EXPECT_TRUE(s.h.view->called("showFailedList"));
+    {
+        std::lock_guard lock(s.h.view->mutex);
+        ASSERT_EQ(s.h.view->failedList.rows.size(), 1u);
+        EXPECT_EQ(s.h.view->failedList.rows[0].fileName, "bad-one.txt");
+    }
+    EXPECT_EQ(status.uploadedFilesLinkTitle, "Test Cloud");
+    ASSERT_EQ(status.failures.size(), 1u);
+    EXPECT_EQ(status.failures[0].sourceFilePath, s.from("dir/bad-one.txt"));
     // With failures to retry, the shares stay mounted.
     EXPECT_TRUE(fs::exists(share));
 
@@ -286,7 +279,7 @@ TEST(Results, WhenEveryFileFailsTheSomeFilesTextShowsNoneOfThem) {
     EXPECT_TRUE(s.c->isFileTransferFailed());
     EXPECT_TRUE(s.c->isFileTransferCompleted());
     EXPECT_EQ(s.c->progressStatus.get(), "0 of 3 files uploaded");
-    EXPECT_EQ(text(s, "errorWarningMessage"), "3 files failed to upload");
+    EXPECT_EQ(s.h.view->statusNow().warning, "3 files failed to upload");
     const List rows = s.c->failedFilesListTreeControllerArray.get();
     ASSERT_EQ(rows.size(), 3u);
     EXPECT_EQ(rows[0].asRecord()->string("fileName"), "bad1.txt");

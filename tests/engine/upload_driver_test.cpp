@@ -80,14 +80,14 @@ TEST(UploadFiles, AnEmptySourceListCompletesAtOnce) {
     EXPECT_TRUE(hasLine(s, "QVTransfer: uploadFiles \n"));
     EXPECT_TRUE(s.h.view->called("showScreen statusView"));
     EXPECT_EQ(s.c->selectedDestinationShare.get(), s.dst);
-    EXPECT_TRUE(s.h.view->called("reload statusView"));
+    EXPECT_TRUE(s.h.view->called("showStatus"));
 
     ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
     ASSERT_TRUE(s.settle());
 
     EXPECT_FALSE(s.c->isFileTransferFailed());
     EXPECT_EQ(s.c->progressStatus.get(), "All files uploaded");
-    EXPECT_EQ(s.h.view->texts["statusCloseButton"], "Close");
+    EXPECT_EQ(s.h.view->statusNow().closeButtonTitle, "Close");
     EXPECT_TRUE(s.h.log->contains(
         "QVTransfer: processFileTransferStatus: setIsFileTransferCompleted: YES Time: "));
     EXPECT_TRUE(hasLine(s, "QVTransfer: progressValue:1 numberOfFilesCountForTransfer:0\n"));

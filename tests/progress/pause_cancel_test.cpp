@@ -16,10 +16,9 @@ namespace {
 constexpr Colour kNormal{75, 90, 104, 1.0};
 constexpr Colour kGrey{196, 196, 196, 1.0};
 
+// The pause button's role as the status screen last showed it.
 int buttonTag(const ManualSession& s) {
-    std::lock_guard lock(s.h.view->mutex);
-    const auto it = s.h.view->tags.find("pauseResumeTransferButton");
-    return it == s.h.view->tags.end() ? -1 : it->second;
+    return s.h.view->statusNow().pauseButtonTag;
 }
 
 // A thread that plays the copy thread (or the estimator) at its pause check: it waits while
@@ -65,7 +64,7 @@ TEST(Pause, EntersThePausedState) {
     s.c->job().numberOfFilesCountForTransfer = 12;
     s.c->job().progressValue = 4;
     s.c->subProgressStatus.set("something");
-    s.h.view->texts["errorWarningMessage"] = "2 files failed to upload";
+    s.c->statusControls.with([](auto& c) { c.errorWarningMessage = "2 files failed to upload"; });
     const Date before = s.clock->now();
 
     s.c->pauseTransfer();
@@ -82,7 +81,7 @@ TEST(Pause, EntersThePausedState) {
     EXPECT_EQ(s.c->progressStatusMsg1.get(), "Uploading file 4 of 12");
     EXPECT_EQ(s.c->progressStatusMsg2.get(), "Upload paused");
     EXPECT_EQ(s.c->subProgressStatus.get(), "");
-    EXPECT_TRUE(s.h.view->called("reload statusView"));
+    EXPECT_TRUE(s.h.view->called("showStatus"));
 
     // The host hears it from a background queue, with the warning line added.
     ASSERT_TRUE(waitFor([&] { return s.delegate->messageCount() == 1; }));
@@ -197,7 +196,7 @@ TEST(PauseResumeButton, TagsThreeAndFourToggle) {
     s.c->cancelUploadFiles(10);
     EXPECT_FALSE(s.c->uploadPaused());
     EXPECT_FALSE(s.c->uploadCancelled());
-    EXPECT_EQ(s.h.view->calls, std::vector<std::string>{"reload statusView"});
+    EXPECT_EQ(s.h.view->calls, std::vector<std::string>{"showStatus"});
 }
 
 TEST(StopConfirmation, StopOnARunningUploadPausesShowsTheDialogAndContinueResumes) {
@@ -218,11 +217,43 @@ TEST(StopConfirmation, StopOnARunningUploadPausesShowsTheDialogAndContinueResume
     EXPECT_TRUE(pausedWhileShown);
     EXPECT_EQ(prompt, s.c->localeSTOP_UPLOAD_PROMPT_txt);
     EXPECT_TRUE(s.h.view->called("runModal cancelUploadConfDialog"));
-    EXPECT_TRUE(s.h.view->called("endModal cancelUploadConfDialog 1"));
+    EXPECT_TRUE(s.h.view->called("endModal cancelUploadConfDialog"));
     EXPECT_FALSE(s.c->uploadPaused());
     EXPECT_FALSE(s.c->uploadCancelled());
     EXPECT_EQ(s.c->job().startedAt(), start + std::chrono::seconds(30));
     EXPECT_EQ(buttonTag(s), 3);
+}
+
+TEST(StopConfirmation, TheAnswerDecides) {
+    // Keep uploading resumes, Stop upload ends the upload, a question closed without a choice
+    // leaves the upload paused for the resume button.
+    {
+        ManualSession s;
+        ASSERT_TRUE(s.c);
+        s.h.view->modalCodes[Dialog::CancelUploadConfirm] = 1;
+        s.c->cancelUploadFiles(0);
+        EXPECT_FALSE(s.c->uploadPaused());
+        EXPECT_FALSE(s.c->uploadCancelled());
+        ASSERT_EQ(s.h.view->stopQuestions.size(), 1u);
+        EXPECT_EQ(s.h.view->stopQuestions[0].keepUploadingTitle, s.c->localeKEEP_UPLOADING_btn);
+        EXPECT_EQ(s.h.view->stopQuestions[0].stopUploadTitle, s.c->localeSTOP_UPLOAD_btn);
+    }
+    {
+        ManualSession s;
+        ASSERT_TRUE(s.c);
+        s.h.view->modalCodes[Dialog::CancelUploadConfirm] = 2;
+        s.c->cancelUploadFiles(0);
+        EXPECT_TRUE(s.c->uploadCancelled());
+        EXPECT_EQ(s.delegate->cancelCount, 1);
+    }
+    {
+        ManualSession s;
+        ASSERT_TRUE(s.c);
+        s.c->cancelUploadFiles(0);
+        EXPECT_TRUE(s.c->uploadPaused());
+        EXPECT_FALSE(s.c->uploadCancelled());
+        EXPECT_EQ(buttonTag(s), 4);
+    }
 }
 
 TEST(StopConfirmation, CancelTransferActsLikeTheStopButton) {
@@ -265,7 +296,7 @@ TEST(StopConfirmation, ContinueLeavesADeviceRecoveryPauseInForce) {
             s.c->job().pause(qvt::engine::PauseReason::DeviceMissing);
         s.h.view->modalHooks[Dialog::CancelUploadConfirm] = [&] { s.c->cancelUploadFiles(1); };
         s.c->cancelUploadFiles(0);
-        EXPECT_TRUE(s.h.view->called("endModal cancelUploadConfDialog 1"));
+        EXPECT_TRUE(s.h.view->called("endModal cancelUploadConfDialog"));
         EXPECT_TRUE(s.c->uploadPaused()) << (full ? "full" : "reconnecting");
         EXPECT_FALSE(s.h.log->contains("resumeTransfer"));
         EXPECT_TRUE(s.c->job().pausedFor(full ? engine::PauseReason::DeviceFull
@@ -297,7 +328,7 @@ TEST(Cancel, StopInTheDialogEndsTheUpload) {
     s.h.view->modalHooks[Dialog::CancelUploadConfirm] = [&] { s.c->cancelUploadFiles(2); };
     s.c->cancelUploadFiles(0);
 
-    EXPECT_TRUE(s.h.view->called("endModal cancelUploadConfDialog 2"));
+    EXPECT_TRUE(s.h.view->called("endModal cancelUploadConfDialog"));
     EXPECT_TRUE(s.c->uploadCancelled());
     EXPECT_TRUE(s.c->sourceFilesArray.get().empty());
     EXPECT_TRUE(s.c->failedTransferArray.get().empty());
@@ -347,7 +378,7 @@ TEST(Cancel, FromTheLostConnectionDialog) {
 
     s.c->cancelQVTransfer();
 
-    EXPECT_TRUE(s.h.view->called("endModal lostConnectionDialog 0"));
+    EXPECT_TRUE(s.h.view->called("endModal lostConnectionDialog"));
     EXPECT_TRUE(s.c->uploadCancelled());
     // The watcher for the lost device stops polling once the upload is cancelled.
     EXPECT_FALSE(s.c->reconnectingDevice());
@@ -388,7 +419,7 @@ TEST(Terminate, EndsTheSessionAfterAnUploadWithErrors) {
     EXPECT_TRUE(s.c->sourceFilesArray.get().empty());
     EXPECT_FALSE(s.c->isFileTransferFailed());
     EXPECT_TRUE(s.c->uploadCancelled());
-    EXPECT_TRUE(s.h.view->called("endModal errorViewWindow 0"));
+    EXPECT_TRUE(s.h.view->called("endModal errorViewWindow"));
     EXPECT_FALSE(fs::exists(mountPoint));
     EXPECT_TRUE(s.h.view->called("detachSourceDropTarget"));
     ASSERT_TRUE(s.h.services.dispatch->waitIdle(10));

@@ -37,7 +37,7 @@ TEST(Controller, InitialStateAfterConstruction) {
     EXPECT_FALSE(c->finishedfetchingUsers);
     EXPECT_EQ(c->statusTextColor.get(), (Colour{75, 90, 104, 1.0}));
     EXPECT_EQ(c->failedListRowHeight, 37);
-    EXPECT_EQ(c->passwordPlaceholder, c->localePASSWORD_txt);
+    EXPECT_EQ(c->passwordPlaceholder.get(), c->localePASSWORD_txt);
     EXPECT_TRUE(c->sourceFilesArray.get().empty());
     EXPECT_TRUE(c->failedTransferArray.get().empty());
     EXPECT_TRUE(c->mountObject);
@@ -48,7 +48,7 @@ TEST(Controller, InitialStateAfterConstruction) {
         std::filesystem::is_directory(h.services.folders.applicationSupport + "/QVTransfer"));
     // The shipped platform record says 10.10.
     EXPECT_EQ(c->minorOSVersion, 10);
-    EXPECT_TRUE(h.view->hidden["uploadedFilesLink"]);
+    EXPECT_FALSE(c->statusSnapshot().uploadedFilesShown);
 }
 
 TEST(Controller, DefaultFolderListIsBuiltFromTheResourceList) {
@@ -69,7 +69,7 @@ TEST(Controller, MissingInterfaceDefinitionYieldsNothing) {
 
 TEST(Controller, ViewFactoryFailureYieldsNothing) {
     Harness h;
-    h.services.viewFactory = [](QVTransferPrivate&, const std::string&) {
+    h.services.viewFactory = [](QVTransferActions&, const std::string&) {
         return std::unique_ptr<QVTransferView>();
     };
     EXPECT_FALSE(QVTransferPrivate::initWithDevice(dasDevice(), h.services));
@@ -299,10 +299,11 @@ TEST(Closing, QuitDialogButtons) {
     auto c = make(h, dasDevice());
     c->quitTransferNO();
     EXPECT_FALSE(c->transferWindowShouldClose);
-    EXPECT_TRUE(h.view->called("endModal quitDialog 0"));
+    EXPECT_TRUE(h.view->called("endModal quitDialog"));
+    h.view->calls.clear();
     c->quitTransferYES();
     EXPECT_TRUE(c->transferWindowShouldClose);
-    EXPECT_TRUE(h.view->called("endModal quitDialog 1"));
+    EXPECT_TRUE(h.view->called("endModal quitDialog"));
     c->windowWillClose();
     EXPECT_TRUE(h.view->called("stopModal"));
 }

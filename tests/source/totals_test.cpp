@@ -67,10 +67,7 @@ TEST_F(Totals, MissingPathCountsNothingAndLeavesTheLineAsItWas) {
     EXPECT_EQ(row.find("fileSize")->toUInt64(), 0u);
     expectTotals(0, 0, 0);
     EXPECT_EQ(summary(), "");
-    {
-        std::lock_guard lock(harness.view->mutex);
-        EXPECT_FALSE(harness.view->texts.count("numberOfFilesAndFolders"));
-    }
+    EXPECT_EQ(viewText("numberOfFilesAndFolders"), "");
 
     // With a line already shown, a missing path leaves that line.
     controller->numberOfFilesAndFolders.set("earlier line");
@@ -195,8 +192,10 @@ TEST_F(Totals, RowSpinnerEndsWithTheCount) {
     // The count asked the view to take the spinner away by reloading the table.
     bool reloaded = false;
     for (const std::string& call : ScriptedView(harness.view).calls())
-        if (call.find("reload") != std::string::npos &&
-            call.find("sourceFilesView") != std::string::npos)
-            reloaded = true;
+        if (call == "showSources") reloaded = true;
     EXPECT_TRUE(reloaded);
+    std::lock_guard lock(harness.view->mutex);
+    ASSERT_EQ(harness.view->sources.rows.size(), 1u);
+    EXPECT_FALSE(harness.view->sources.rows[0].counting);
+    EXPECT_TRUE(harness.view->sources.allCounted);
 }

