@@ -58,6 +58,14 @@ Record makeTotalsRequest(const Record& entry, const std::string& mathType) {
     return Record{{"fileDict", entry}, {"mathType", mathType}};
 }
 
+RowCounts rowCounts(const Record& row) {
+    const Value* files = row.find(kFileCountKey);
+    const Value* folders = row.find(kFolderCountKey);
+    if (files && folders && files->isInteger() && folders->isInteger())
+        return {files->toInt64(), folders->toInt64()};
+    return {leadingInteger(row.find("numberOfFiles")), leadingInteger(row.find("numberOfFolders"))};
+}
+
 std::int64_t leadingInteger(const Value* value) {
     if (!value) return 0;
     if (value->isInteger() || value->isReal() || value->isBool()) return value->toInt64();

@@ -25,6 +25,19 @@ Record makeSourceEntry(const std::string& path, bool withFileSize);
 // {"fileDict": entry, "mathType": mathType}
 Record makeTotalsRequest(const Record& entry, const std::string& mathType);
 
+// A counted row keeps its counts as numbers beside their labels, under these keys. They live
+// in the list only: the state file keeps a row's labels, as the rest of the product reads them.
+inline constexpr const char* kFileCountKey = "fileCount";
+inline constexpr const char* kFolderCountKey = "folderCount";
+
+struct RowCounts {
+    std::int64_t files = 0;
+    std::int64_t folders = 0;
+};
+// The counts of a row: its numbers, or for a row that has only its labels (one read back from
+// the state file) the integers the labels start with. A row still being counted has none.
+RowCounts rowCounts(const Record& row);
+
 // The integer a label starts with, as a count label is read back ("3 files" is 3, the
 // five-blank placeholder is 0); an integer value is itself.
 std::int64_t leadingInteger(const Value* value);

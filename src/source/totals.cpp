@@ -19,8 +19,7 @@ namespace {
 // Writes a finished count into the row of `path`: the first row of that path still waiting for
 // its count, else the first row of that path. A row deleted meanwhile gets nothing.
 void writeRowCounts(qvt::Guarded<qvt::List>& rows, const std::string& path,
-                    const std::string& filesLabel, const std::string& foldersLabel,
-                    std::uint64_t bytes) {
+                    const src::TreeCount& count, const src::CountWords& words) {
     rows.with([&](qvt::List& list) {
         Record* target = nullptr;
         for (Value& value : list) {
@@ -33,9 +32,11 @@ void writeRowCounts(qvt::Guarded<qvt::List>& rows, const std::string& path,
             }
         }
         if (!target) return;
-        target->set("numberOfFiles", filesLabel);
-        target->set("numberOfFolders", foldersLabel);
-        target->set("fileSize", Value(static_cast<unsigned long long>(bytes)));
+        target->set("numberOfFiles", src::filesLabel(count.files, words));
+        target->set("numberOfFolders", src::foldersLabel(count.folders, words));
+        target->set("fileSize", Value(static_cast<unsigned long long>(count.bytes)));
+        target->set(src::kFileCountKey, Value(static_cast<long long>(count.files)));
+        target->set(src::kFolderCountKey, Value(static_cast<long long>(count.folders)));
     });
 }
 
@@ -62,10 +63,9 @@ void QVTransferPrivate::calculateTotalNumberOfFilesFoldersAndSize(const Record& 
 
     if (mathType == "subtract") {
         // Each total is lowered only while it is non-zero; nothing else bounds it.
-        if (totalNumberOfSourceFiles.load() != 0)
-            totalNumberOfSourceFiles -= src::leadingInteger(entry.find("numberOfFiles"));
-        if (totalNumberOfSourceFolders.load() != 0)
-            totalNumberOfSourceFolders -= src::leadingInteger(entry.find("numberOfFolders"));
+        const src::RowCounts counts = src::rowCounts(entry);
+        if (totalNumberOfSourceFiles.load() != 0) totalNumberOfSourceFiles -= counts.files;
+        if (totalNumberOfSourceFolders.load() != 0) totalNumberOfSourceFolders -= counts.folders;
         if (totalSourceFilesSize.load() != 0) {
             const Value* size = entry.find("fileSize");
             totalSourceFilesSize -= size ? size->toUInt64() : 0;
@@ -75,8 +75,7 @@ void QVTransferPrivate::calculateTotalNumberOfFilesFoldersAndSize(const Record& 
         totalNumberOfSourceFiles += count.files;
         totalNumberOfSourceFolders += count.folders;
         totalSourceFilesSize += count.bytes;
-        writeRowCounts(sourceFilesArray, path, src::filesLabel(count.files, words),
-                       src::foldersLabel(count.folders, words), count.bytes);
+        writeRowCounts(sourceFilesArray, path, count, words);
     }
 
     const std::int64_t files = totalNumberOfSourceFiles.load();

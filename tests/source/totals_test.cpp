@@ -182,6 +182,25 @@ TEST_F(Totals, ZeroTotalTakesTheOwnSizeOfAnEmptyFolder) {
                                                       std::string("bytes")));
 }
 
+TEST_F(Totals, TakingARowOffUsesItsCountsNotItsLabels) {
+    writeFile(home + "/two/a", bytesOf(10));
+    writeFile(home + "/two/b", bytesOf(20));
+    drop({home + "/two"});
+    ASSERT_TRUE(allCounted());
+    const Record counted = rows().at(0);
+    EXPECT_EQ(counted.integer(source::kFileCountKey), 2);
+    EXPECT_EQ(counted.integer(source::kFolderCountKey), 1);
+    expectTotals(2, 1, 30);
+    // Labels in words no number can be read from: the totals still come down exactly.
+    controller->sourceFilesArray.with([](List& list) {
+        list.at(0).asRecord()->set("numberOfFiles", "two files");
+        list.at(0).asRecord()->set("numberOfFolders", "one folder");
+    });
+    setTicked(0, false);
+    ASSERT_TRUE(allCounted());
+    expectTotals(0, 0, 0);
+}
+
 TEST_F(Totals, RowSpinnerEndsWithTheCount) {
     writeFile(home + "/s", bytesOf(3));
     drop({home + "/s"});

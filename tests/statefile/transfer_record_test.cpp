@@ -37,6 +37,27 @@ TEST(TransferRecord, KeysInTheirOrder) {
                   "sourceFilesPendingArray", "inProcessSourceFilesArray", "failedTransferArray"}));
 }
 
+TEST(TransferRecord, APendingEntryKeepsItsLabelsAndNotTheCountsBesideThem) {
+    TransferState s;
+    s.deviceType = "DAS";
+    s.sourceFilesArray = List{Record{{"filesSelectCheckbox", 1},
+                                     {"fileImage", "inode-directory"},
+                                     {"fileName", "Photos"},
+                                     {"fullFilePath", "/home/u/Photos"},
+                                     {"numberOfFiles", "3 files"},
+                                     {"numberOfFolders", "1 folder"},
+                                     {"fileSize", 42},
+                                     {"fileCount", 3},
+                                     {"folderCount", 1}}};
+    const Record r = buildTransferRecord(s);
+    const List* pending = r.list("sourceFilesPendingArray");
+    ASSERT_TRUE(pending);
+    ASSERT_EQ(pending->size(), 1u);
+    EXPECT_EQ(keysOf(*(*pending)[0].asRecord()),
+              (std::vector<std::string>{"filesSelectCheckbox", "fileName", "fullFilePath",
+                                        "numberOfFiles", "numberOfFolders", "fileSize"}));
+}
+
 TEST(TransferRecord, ValuesAreTheSnapshots) {
     TransferState s;
     s.isFileTransferCompleted = true;
