@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -57,12 +58,16 @@ std::string baseName(const std::string& path) {
     return slash == std::string::npos ? p : p.substr(slash + 1);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+// What the command line asks for.
+struct HostOptions {
     std::string recordFile, nasAddress, serial, name, screenshot;
     std::vector<std::string> dasPaths;
     bool resume = false, zeroState = false, das = false;
+};
+
+// Reads the arguments; answers an exit status when the program is done (help, version, a bad
+// argument), nothing when it goes on.
+std::optional<int> parseArguments(int argc, char** argv, HostOptions& o) {
     for (int i = 1; i < argc; ++i) {
         const std::string a = argv[i];
         auto value = [&](std::string& out) {
@@ -71,23 +76,23 @@ int main(int argc, char** argv) {
             return true;
         };
         if (a == "--record") {
-            if (!value(recordFile)) return fail("--record needs a file");
+            if (!value(o.recordFile)) return fail("--record needs a file");
         } else if (a == "--nas") {
-            if (!value(nasAddress)) return fail("--nas needs an address");
+            if (!value(o.nasAddress)) return fail("--nas needs an address");
         } else if (a == "--serial") {
-            if (!value(serial)) return fail("--serial needs a serial number");
+            if (!value(o.serial)) return fail("--serial needs a serial number");
         } else if (a == "--name") {
-            if (!value(name)) return fail("--name needs a product name");
+            if (!value(o.name)) return fail("--name needs a product name");
         } else if (a == "--screenshot") {
-            if (!value(screenshot)) return fail("--screenshot needs a file");
+            if (!value(o.screenshot)) return fail("--screenshot needs a file");
         } else if (a == "--das") {
-            das = true;
+            o.das = true;
             while (i + 1 < argc && std::strncmp(argv[i + 1], "--", 2) != 0)
-                dasPaths.push_back(argv[++i]);
+                o.dasPaths.push_back(argv[++i]);
         } else if (a == "--resume") {
-            resume = true;
+            o.resume = true;
         } else if (a == "--zero-state") {
-            zeroState = true;
+            o.zeroState = true;
         } else if (a == "--help" || a == "-h") {
             std::fputs(kUsage, stdout);
             return 0;
@@ -100,67 +105,93 @@ int main(int argc, char** argv) {
             return fail("unknown argument " + a + " (see --help)");
         }
     }
+    return std::nullopt;
+}
 
-    qvt::Record device;
-    if (!recordFile.empty()) {
-        auto value = qvt::platform::readPropertyList(recordFile);
-        if (!value || !value->asRecord())
-            return fail("cannot read a device record from " + recordFile);
-        device = *value->asRecord();
-    } else if (das) {
-        if (dasPaths.empty()) return fail("--das needs at least one volume folder");
+// The device record the options describe, or nothing with `error` set.
+std::optional<qvt::Record> deviceRecord(const HostOptions& o, std::string& error) {
+    if (!o.recordFile.empty()) {
+        auto value = qvt::platform::readPropertyList(o.recordFile);
+        if (!value || !value->asRecord()) {
+            error = "cannot read a device record from " + o.recordFile;
+            return std::nullopt;
+        }
+        return *value->asRecord();
+    }
+    if (o.das) {
+        if (o.dasPaths.empty()) {
+            error = "--das needs at least one volume folder";
+            return std::nullopt;
+        }
         qvt::List volumes;
         int n = 1;
-        for (const auto& p : dasPaths) {
+        for (const auto& p : o.dasPaths) {
             volumes.push_back(qvt::Record{{"volumeName", baseName(p)},
                                           {"volumePath", p},
                                           {"bsdName", "local" + std::to_string(n++)},
                                           {"mounted", true},
                                           {"uuid", ""}});
         }
-        qvt::Record info{{"productName", name.empty() ? std::string("Local Drive") : name},
-                         {"serialNumber", serial.empty() ? std::string("LOCAL-DRIVE") : serial},
+        qvt::Record info{{"productName", o.name.empty() ? std::string("Local Drive") : o.name},
+                         {"serialNumber", o.serial.empty() ? std::string("LOCAL-DRIVE") : o.serial},
                          {"volumeArray", volumes}};
-        device =
-            qvt::Record{{"deviceType", "DAS"}, {"isZeroState", zeroState}, {"deviceInfo", info}};
-    } else if (!nasAddress.empty()) {
-        if (serial.empty() || name.empty()) return fail("--nas needs --serial and --name");
-        qvt::Record info{{"productName", name},
-                         {"ipAddress", nasAddress},
-                         {"hostName", name},
-                         {"serialNumber", serial},
-                         {"volumeArray", qvt::List{}}};
-        device =
-            qvt::Record{{"deviceType", "NAS"}, {"isZeroState", zeroState}, {"deviceInfo", info}};
-    } else {
-        return fail("no device given: use --record FILE, --das PATH... or --nas ADDRESS");
+        return qvt::Record{
+            {"deviceType", "DAS"}, {"isZeroState", o.zeroState}, {"deviceInfo", info}};
     }
+    if (!o.nasAddress.empty()) {
+        if (o.serial.empty() || o.name.empty()) {
+            error = "--nas needs --serial and --name";
+            return std::nullopt;
+        }
+        qvt::Record info{{"productName", o.name},
+                         {"ipAddress", o.nasAddress},
+                         {"hostName", o.name},
+                         {"serialNumber", o.serial},
+                         {"volumeArray", qvt::List{}}};
+        return qvt::Record{
+            {"deviceType", "NAS"}, {"isZeroState", o.zeroState}, {"deviceInfo", info}};
+    }
+    error = "no device given: use --record FILE, --das PATH... or --nas ADDRESS";
+    return std::nullopt;
+}
+
+// Saves what a person would see of the wizard's window to `file` once it has laid itself out,
+// then ends the program.
+void saveScreenshotLater(QApplication& app, const std::string& file) {
+    QTimer::singleShot(500, [&app, file] {
+        bool saved = false;
+        for (QWidget* w : QApplication::topLevelWidgets()) {
+            if (w->isVisible() && w->windowTitle() == QStringLiteral("Tessaly")) {
+                saved = w->grab().save(QString::fromStdString(file), "PNG");
+                break;
+            }
+        }
+        std::printf(saved ? "screenshot saved to %s\n" : "no window to capture for %s\n",
+                    file.c_str());
+        app.exit(saved ? 0 : 1);
+    });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    HostOptions options;
+    if (const auto done = parseArguments(argc, argv, options)) return *done;
+    std::string error;
+    const std::optional<qvt::Record> device = deviceRecord(options, error);
+    if (!device) return fail(error);
 
     QApplication app(argc, argv);
-    auto wizard = QVTransfer::initWithDevice(device);
+    auto wizard = QVTransfer::initWithDevice(*device);
     if (!wizard) return fail("the wizard could not be created");
     auto delegate = std::make_shared<PrintingDelegate>();
     wizard->setDelegate(delegate);
-    if (resume)
+    if (options.resume)
         wizard->resumeFileTransferAfterRestart();
     else
         wizard->startFileTransfer();
 
-    if (!screenshot.empty()) {
-        // Give the window a moment to lay out, then save what a person would see.
-        QTimer::singleShot(500, [&] {
-            bool saved = false;
-            for (QWidget* w : QApplication::topLevelWidgets()) {
-                if (w->isVisible() && w->windowTitle() == QStringLiteral("Tessaly")) {
-                    saved = w->grab().save(QString::fromStdString(screenshot), "PNG");
-                    break;
-                }
-            }
-            std::printf(saved ? "screenshot saved to %s\n" : "no window to capture for %s\n",
-                        screenshot.c_str());
-            app.exit(saved ? 0 : 1);
-        });
-    }
+    if (!options.screenshot.empty()) saveScreenshotLater(app, options.screenshot);
     const int rc = app.exec();
     wizard.reset();
     return rc;

@@ -57,6 +57,67 @@ std::string toSmb(const std::string& url) {
     return url.size() >= 3 ? "smb" + url.substr(3) : url;
 }
 
+// The mount point folder of a hidden mount: the mount folder itself on 10.8 and 10.9, else a
+// folder per share in it (made when missing; "" when it cannot be made).
+std::string hiddenMountPoint(const MountVersionRules& rules, bool hide, const std::string& mountDir,
+                             const std::string& share) {
+    if (!rules.servedMajor || !hide || mountDir.empty()) return "";
+    if (rules.mountAtMountDir) return mountDir;
+    const std::string mountPoint = joinPath(mountDir, share);
+    auto& files = platform::files();
+    if (!files.isFolder(mountPoint) && files.createFolder(mountPoint, true) != 0) return "";
+    return mountPoint;
+}
+
+// The URL (guest or authenticated form, escaped), the mount path and the options of a mount.
+platform::NetMountRequest urlMountRequest(const MountVersionRules& rules, const std::string& share,
+                                          bool isPrivate, const std::string& ipAddress, bool hide,
+                                          const std::string& mountPoint, const std::string& userID,
+                                          const std::string& userPasswd) {
+    bool withCredentials = true;
+    std::string url;
+    if (!isPrivate && rules.publicAsGuestUrl) {
+        url = platform::format(kGuestForm, "afp", kGuestMechanism, ipAddress, share);
+        withCredentials = false;
+    } else {
+        url = platform::format(kAuthenticatedForm, "afp", ipAddress, share);
+    }
+    platform::NetMountRequest request;
+    request.url = platform::addPercentEscapes(url);
+    if (hide) {
+        request.mountPath = mountPoint;
+        request.mountOptions.set("MountAtMountDir", "true");
+        request.mountOptions.set("MountFlags", Value(platform::kMountFlagNoBrowse));
+    }
+    request.openOptions.set("UIOption", "NoUI");
+    if (!isPrivate && rules.publicGuestOption) {
+        request.openOptions.set("Guest", "true");
+        withCredentials = false;
+    } else if (isPrivate && userPasswd.empty() && rules.emptyPasswordOverSmb) {
+        request.url = toSmb(request.url);
+    }
+    request.withCredentials = withCredentials;
+    if (withCredentials) {
+        request.user = userID;
+        request.password = userPasswd;
+    }
+    return request;
+}
+
+// A share of the device that is mounted already, found among the mounted volumes by their
+// remount URLs; "" when there is none. Plain substring tests, so share "Public" also matches
+// "Public2".
+std::string alreadyMountedShare(const std::string& share, const std::string& ipAddress,
+                                const std::string& name, const std::string& hostName) {
+    for (const auto& volume : platform::files().mountedVolumes()) {
+        const std::string remount = platform::removePercentEscapes(volume.remountURL);
+        const bool device = contains(remount, hostName) || contains(remount, ipAddress) ||
+                            contains(remount, name + ".");
+        if (device && contains(remount, share)) return volume.path;
+    }
+    return "";
+}
+
 }  // namespace
 
 MountVersionRules mountVersionRules(const platform::PlatformVersion& version) {
@@ -128,61 +189,19 @@ std::string QVTransferMountDestination::mountWithURLService(
     const std::string& share, bool isPrivate, const std::string& ipAddress, const std::string& name,
     const std::string& hostName, const std::string& mountDir, const std::string& userID,
     const std::string& userPasswd, const std::string& noBrowse) {
-    auto& files = platform::files();
     const auto version = platform::readPlatformVersion();
     const auto rules = mountVersionRules(version);
     const bool hide = noBrowse == "true";
 
-    // 1. URL form and credentials.
-    bool withCredentials = true;
-    std::string url;
-    if (!isPrivate && rules.publicAsGuestUrl) {
-        url = platform::format(kGuestForm, "afp", kGuestMechanism, ipAddress, share);
-        withCredentials = false;
-    } else {
-        url = platform::format(kAuthenticatedForm, "afp", ipAddress, share);
-    }
-
-    // 2. Mount point folder.
-    std::string mountPoint;
-    if (rules.servedMajor && hide && !mountDir.empty()) {
-        if (rules.mountAtMountDir) {
-            mountPoint = mountDir;
-        } else {
-            mountPoint = joinPath(mountDir, share);
-            if (!files.isFolder(mountPoint) && files.createFolder(mountPoint, true) != 0)
-                mountPoint.clear();
-        }
-    }
-
-    // 3.-6. Escaped URL, mount path, options.
-    platform::NetMountRequest request;
-    request.url = platform::addPercentEscapes(url);
-    if (hide) {
-        request.mountPath = mountPoint;
-        request.mountOptions.set("MountAtMountDir", "true");
-        request.mountOptions.set("MountFlags", Value(platform::kMountFlagNoBrowse));
-    }
-    request.openOptions.set("UIOption", "NoUI");
-    if (!isPrivate && rules.publicGuestOption) {
-        request.openOptions.set("Guest", "true");
-        withCredentials = false;
-    } else if (isPrivate && userPasswd.empty() && rules.emptyPasswordOverSmb) {
-        request.url = toSmb(request.url);
-    }
-    request.withCredentials = withCredentials;
-    if (withCredentials) {
-        request.user = userID;
-        request.password = userPasswd;
-    }
-
-    // 7. Mount.
-    const auto mounted = files.mountURLSync(request);
+    const std::string mountPoint = hiddenMountPoint(rules, hide, mountDir, share);
+    const platform::NetMountRequest request =
+        urlMountRequest(rules, share, isPrivate, ipAddress, hide, mountPoint, userID, userPasswd);
+    const auto mounted = platform::files().mountURLSync(request);
 
     std::string result;
     bool foundMounted = false;
     if (mounted.status == 0) {
-        // 8. Only major 10 is served; other majors get the (empty) mount point folder.
+        // Only major 10 is served; other majors get the (empty) mount point folder.
         if (!rules.servedMajor) {
             result = mountPoint;
         } else if (noBrowse == "false") {
@@ -192,25 +211,15 @@ std::string QVTransferMountDestination::mountWithURLService(
             result = mountPoint;
         }
     } else {
-        // 9. Typically already mounted: find the share among the mounted volumes by their
-        // remount URLs. Plain substring tests, so share "Public" also matches "Public2".
-        for (const auto& volume : files.mountedVolumes()) {
-            const std::string remount = platform::removePercentEscapes(volume.remountURL);
-            const bool device = contains(remount, hostName) || contains(remount, ipAddress) ||
-                                contains(remount, name + ".");
-            if (device && contains(remount, share)) {
-                result = volume.path;
-                foundMounted = true;
-                break;
-            }
-        }
+        // Typically already mounted.
+        result = alreadyMountedShare(share, ipAddress, name, hostName);
+        foundMounted = !result.empty();
     }
 
-    // 10. On 10.8 and 10.9 the share is reached below the mount folder.
+    // On 10.8 and 10.9 the share is reached below the mount folder.
     if (!foundMounted && hide && rules.servedMajor && rules.mountAtMountDir && !result.empty())
         result = joinPath(result, share);
 
-    // 11.
     logMount(request.url, mounted.status, result, version, userPasswd);
     return result;
 }

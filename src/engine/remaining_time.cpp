@@ -26,6 +26,78 @@ std::uint64_t wholeSecondsBetween(qvt::Date earlier, qvt::Date later) {
     return static_cast<std::uint64_t>(seconds);
 }
 
+// The bytes at the destination: the handled files, plus what has been written of the file in
+// mid-copy. Reading that size may be slow on a network share, and the time it takes (returned
+// in `sampleSeconds`) is not upload time.
+std::uint64_t bytesAtDestination(const QVTransferPrivate& c, std::uint64_t& sampleSeconds) {
+    const qvt::engine::UploadJob& upload = c.job();
+    const qvt::Date sampleStart = c.clock().now();
+    std::uint64_t done = upload.totalTransferredFilesSize;
+    const std::string inProcess = upload.inProcessDestFilePath.get();
+    if (!inProcess.empty()) {
+        if (const auto size = fmt::files().totalSize(inProcess)) done += *size;
+    }
+    sampleSeconds = wholeSecondsBetween(sampleStart, c.clock().now());
+    return done;
+}
+
+// A paused upload holds the estimator here until it goes on or ends.
+void waitOutPause(QVTransferPrivate& c) {
+    if (!c.job().paused()) return;
+    c.log().write("QVTransfer: calculateRemainingTime 1: timeRemaining_semaphore");
+    c.job().waitWhilePaused();
+    c.log().write("QVTransfer: calculateRemainingTime 2: timeRemaining_semaphore");
+}
+
+// The status text of one pass: the estimate when there is one to make and it refreshes the
+// text, the paused text while paused; otherwise the text stays as it was.
+void updateEstimateText(QVTransferPrivate& c, std::uint64_t total, std::uint64_t done,
+                        std::uint64_t elapsed) {
+    const qvt::engine::TimeUnitTexts units{c.localeSECOND_txt, c.localeSECONDS_txt,
+                                           c.localeMINUTE_txt, c.localeMINUTES_txt,
+                                           c.localeHOUR_txt,   c.localeHOURS_txt};
+    if (total != 0 && total != done) {
+        const std::uint64_t remaining = qvt::engine::estimateRemainingSeconds(total, done, elapsed);
+        if (!c.job().cancelled() && qvt::engine::remainingTimeRefreshesText(remaining)) {
+            const std::string timeText = qvt::engine::remainingTimeText(remaining, units);
+            const std::string about =
+                fmt::format(c.localizedString("TIME_REMAINING_ABOUT_TEXT"), timeText);
+            c.progressStatus.set(
+                fmt::format("%@\n%@", qvt::engine::filesProgressLine(c),
+                            fmt::format("%@%@", c.localeESTIMATED_TIME_REMAINING_txt, about)));
+        }
+    }
+    if (c.job().paused()) c.progressStatus.set(qvt::engine::pausedStatusText(c));
+}
+
+// The texts and bars once the upload has ended (main thread).
+void showEndOfEstimate(QVTransferPrivate& c) {
+    qvt::engine::UploadJob& upload = c.job();
+    const std::size_t failures = c.failedTransferArray.get().size();
+    if (failures != 0) {
+        // The count of files that arrived is shown unsigned, as the device's other texts do.
+        const std::uint64_t arrived =
+            static_cast<std::uint64_t>(upload.progressValue.load()) - failures;
+        const std::string text = fmt::format(
+            c.localeSOME_FILES_SUCCESSFULLY_UPLOADED_txt,
+            fmt::format("%lu", static_cast<unsigned long long>(arrived)),
+            fmt::format("%ld", static_cast<long long>(upload.numberOfFilesCountForTransfer)));
+        c.progressStatus.set(text);
+        c.progressStatusMsg1.set(text);
+    } else {
+        upload.setFailed(false);
+        if (upload.completed()) {
+            c.progressStatus.set(c.localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
+            c.progressStatusMsg1.set(c.localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
+            const auto total = static_cast<std::int64_t>(c.totalSourceFilesSize.load());
+            c.transferProgressValue = total;
+            c.transferProgressValue2 = total;
+        }
+    }
+    if (upload.paused()) c.progressStatus.set(qvt::engine::pausedStatusText(c));
+    c.showProgressStatus();
+}
+
 }  // namespace
 
 void QVTransferPrivate::calculateRemainingTime() {
@@ -38,45 +110,15 @@ void QVTransferPrivate::calculateRemainingTime() {
     qvt::engine::UploadJob& upload = job();
     if (upload.cancelled()) return;
 
-    const qvt::engine::TimeUnitTexts units{localeSECOND_txt,  localeSECONDS_txt, localeMINUTE_txt,
-                                           localeMINUTES_txt, localeHOUR_txt,    localeHOURS_txt};
-    const std::string aboutFormat = localizedString("TIME_REMAINING_ABOUT_TEXT");
-
     while (!upload.completed() && !upload.failed()) {
-        // The bytes at the destination: the handled files, plus what has been written of the
-        // file in mid-copy. Reading that size may be slow on a network share, and the time it
-        // takes is not upload time.
-        const qvt::Date sampleStart = clock().now();
-        std::uint64_t done = upload.totalTransferredFilesSize;
-        const std::string inProcess = upload.inProcessDestFilePath.get();
-        if (!inProcess.empty()) {
-            if (const auto size = fmt::files().totalSize(inProcess)) done += *size;
-        }
-        const std::uint64_t sampleSeconds = wholeSecondsBetween(sampleStart, clock().now());
-
-        if (upload.paused()) {
-            log().write("QVTransfer: calculateRemainingTime 1: timeRemaining_semaphore");
-            upload.waitWhilePaused();
-            log().write("QVTransfer: calculateRemainingTime 2: timeRemaining_semaphore");
-        }
-
+        std::uint64_t sampleSeconds = 0;
+        const std::uint64_t done = bytesAtDestination(*this, sampleSeconds);
+        waitOutPause(*this);
         std::uint64_t elapsed = wholeSecondsBetween(upload.startedAt(), clock().now());
         if (elapsed > sampleSeconds) elapsed -= sampleSeconds;
 
         const std::uint64_t total = totalSourceFilesSize;
-        if (total != 0 && total != done) {
-            const std::uint64_t remaining =
-                qvt::engine::estimateRemainingSeconds(total, done, elapsed);
-            if (!upload.cancelled() && qvt::engine::remainingTimeRefreshesText(remaining)) {
-                const std::string timeText = qvt::engine::remainingTimeText(remaining, units);
-                progressStatus.set(
-                    fmt::format("%@\n%@", qvt::engine::filesProgressLine(*this),
-                                fmt::format("%@%@", localeESTIMATED_TIME_REMAINING_txt,
-                                            fmt::format(aboutFormat, timeText))));
-            }
-        }
-        if (upload.paused()) progressStatus.set(qvt::engine::pausedStatusText(*this));
-
+        updateEstimateText(*this, total, done, elapsed);
         dispatcher().mainSync([this, total, done] {
             progressMaxValue = static_cast<std::int64_t>(total);
             progressMaxValue2 = static_cast<std::int64_t>(total);
@@ -90,32 +132,7 @@ void QVTransferPrivate::calculateRemainingTime() {
         upload.waitUnlessEnded(3);
         if (upload.cancelled()) return;
     }
-
-    dispatcher().mainSync([this, &upload] {
-        const std::size_t failures = failedTransferArray.get().size();
-        if (failures != 0) {
-            // The count of files that arrived is shown unsigned, as the device's other texts do.
-            const std::uint64_t arrived =
-                static_cast<std::uint64_t>(upload.progressValue.load()) - failures;
-            const std::string text = fmt::format(
-                localeSOME_FILES_SUCCESSFULLY_UPLOADED_txt,
-                fmt::format("%lu", static_cast<unsigned long long>(arrived)),
-                fmt::format("%ld", static_cast<long long>(upload.numberOfFilesCountForTransfer)));
-            progressStatus.set(text);
-            progressStatusMsg1.set(text);
-        } else {
-            upload.setFailed(false);
-            if (upload.completed()) {
-                progressStatus.set(localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
-                progressStatusMsg1.set(localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);
-                const auto total = static_cast<std::int64_t>(totalSourceFilesSize.load());
-                transferProgressValue = total;
-                transferProgressValue2 = total;
-            }
-        }
-        if (upload.paused()) progressStatus.set(qvt::engine::pausedStatusText(*this));
-        showProgressStatus();
-    });
+    dispatcher().mainSync([this] { showEndOfEstimate(*this); });
 }
 
 void QVTransferPrivate::hideStatusWindow() {

@@ -51,8 +51,37 @@ bool isSignedNode(plist_t node, std::uint64_t bits) {
     return plist_compare_node_value(node, reference.get()) != 0;
 }
 
-bool toValue(plist_t node, Value& out, int depth) {
-    if (depth > kMaxDepth) return false;
+bool toValue(plist_t node, Value& out, int depth);
+
+Value integerValue(plist_t node) {
+    std::uint64_t bits = 0;
+    plist_get_uint_val(node, &bits);
+    if (bits > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) &&
+        !isSignedNode(node, bits))
+        return Value(static_cast<unsigned long long>(bits));
+    return Value(static_cast<long long>(static_cast<std::int64_t>(bits)));
+}
+
+Value dataValue(plist_t node) {
+    char* bytes = nullptr;
+    std::uint64_t length = 0;
+    plist_get_data_val(node, &bytes, &length);
+    Data data;
+    if (bytes) data.assign(bytes, bytes + length);
+    std::free(bytes);
+    return Value(std::move(data));
+}
+
+Value dateValue(plist_t node) {
+    std::int32_t sec = 0;
+    std::int32_t usec = 0;
+    plist_get_date_val(node, &sec, &usec);
+    const auto since = std::chrono::seconds(kPlistEpoch + sec) + std::chrono::microseconds(usec);
+    return Value(Date(std::chrono::duration_cast<Date::duration>(since)));
+}
+
+// The scalar types; false for a container or an unknown type.
+bool scalarValue(plist_t node, Value& out) {
     switch (plist_get_node_type(node)) {
         case PLIST_BOOLEAN: {
             std::uint8_t b = 0;
@@ -60,16 +89,9 @@ bool toValue(plist_t node, Value& out, int depth) {
             out = Value(b != 0);
             return true;
         }
-        case PLIST_UINT: {
-            std::uint64_t bits = 0;
-            plist_get_uint_val(node, &bits);
-            if (bits > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) &&
-                !isSignedNode(node, bits))
-                out = Value(static_cast<unsigned long long>(bits));
-            else
-                out = Value(static_cast<long long>(static_cast<std::int64_t>(bits)));
+        case PLIST_UINT:
+            out = integerValue(node);
             return true;
-        }
         case PLIST_UID: {
             std::uint64_t u = 0;
             plist_get_uid_val(node, &u);
@@ -94,73 +116,67 @@ bool toValue(plist_t node, Value& out, int depth) {
             out = Value(takeString(s));
             return true;
         }
-        case PLIST_DATA: {
-            char* bytes = nullptr;
-            std::uint64_t length = 0;
-            plist_get_data_val(node, &bytes, &length);
-            Data data;
-            if (bytes) data.assign(bytes, bytes + length);
-            std::free(bytes);
-            out = Value(std::move(data));
+        case PLIST_DATA:
+            out = dataValue(node);
             return true;
-        }
-        case PLIST_DATE: {
-            std::int32_t sec = 0;
-            std::int32_t usec = 0;
-            plist_get_date_val(node, &sec, &usec);
-            const auto since =
-                std::chrono::seconds(kPlistEpoch + sec) + std::chrono::microseconds(usec);
-            out = Value(Date(std::chrono::duration_cast<Date::duration>(since)));
+        case PLIST_DATE:
+            out = dateValue(node);
             return true;
-        }
-        case PLIST_ARRAY: {
-            List list;
-            const std::uint32_t n = plist_array_get_size(node);
-            list.reserve(n);
-            plist_array_iter it = nullptr;
-            plist_array_new_iter(node, &it);
-            for (std::uint32_t i = 0; i < n; ++i) {
-                plist_t item = nullptr;
-                plist_array_next_item(node, it, &item);
-                if (!item) break;
-                Value v;
-                if (!toValue(item, v, depth + 1)) {
-                    std::free(it);
-                    return false;
-                }
-                list.push_back(std::move(v));
-            }
-            std::free(it);
-            out = Value(std::move(list));
-            return true;
-        }
-        case PLIST_DICT: {
-            // The iterator walks the entries in the order the file stores them.
-            Record record;
-            plist_dict_iter it = nullptr;
-            plist_dict_new_iter(node, &it);
-            for (;;) {
-                char* key = nullptr;
-                plist_t item = nullptr;
-                plist_dict_next_item(node, it, &key, &item);
-                if (!item) {
-                    std::free(key);
-                    break;
-                }
-                std::string k = takeString(key);
-                Value v;
-                if (!toValue(item, v, depth + 1)) {
-                    std::free(it);
-                    return false;
-                }
-                record.set(std::move(k), std::move(v));
-            }
-            std::free(it);
-            out = Value(std::move(record));
-            return true;
-        }
         default:
             return false;
+    }
+}
+
+bool listValue(plist_t node, Value& out, int depth) {
+    List list;
+    const std::uint32_t n = plist_array_get_size(node);
+    list.reserve(n);
+    plist_array_iter it = nullptr;
+    plist_array_new_iter(node, &it);
+    bool ok = true;
+    for (std::uint32_t i = 0; i < n && ok; ++i) {
+        plist_t item = nullptr;
+        plist_array_next_item(node, it, &item);
+        if (!item) break;
+        Value v;
+        ok = toValue(item, v, depth + 1);
+        if (ok) list.push_back(std::move(v));
+    }
+    std::free(it);
+    if (ok) out = Value(std::move(list));
+    return ok;
+}
+
+bool recordValue(plist_t node, Value& out, int depth) {
+    // The iterator walks the entries in the order the file stores them.
+    Record record;
+    plist_dict_iter it = nullptr;
+    plist_dict_new_iter(node, &it);
+    bool ok = true;
+    while (ok) {
+        char* key = nullptr;
+        plist_t item = nullptr;
+        plist_dict_next_item(node, it, &key, &item);
+        std::string k = takeString(key);
+        if (!item) break;
+        Value v;
+        ok = toValue(item, v, depth + 1);
+        if (ok) record.set(std::move(k), std::move(v));
+    }
+    std::free(it);
+    if (ok) out = Value(std::move(record));
+    return ok;
+}
+
+bool toValue(plist_t node, Value& out, int depth) {
+    if (depth > kMaxDepth) return false;
+    switch (plist_get_node_type(node)) {
+        case PLIST_ARRAY:
+            return listValue(node, out, depth);
+        case PLIST_DICT:
+            return recordValue(node, out, depth);
+        default:
+            return scalarValue(node, out);
     }
 }
 
