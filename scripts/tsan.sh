@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# Builds the upload engine's test programs and their neighbours with ThreadSanitizer and runs
-# them, all in one private D-Bus session with a keyring (scripts/with-keyring.sh). Every report
-# is a failure: the run stops at the first one (halt_on_error) and the script exits non-zero.
+# Builds the test programs with ThreadSanitizer and runs them, all in one private D-Bus session
+# with a keyring (scripts/with-keyring.sh). Every report is a failure: the run stops at the
+# first one (halt_on_error) and the script exits non-zero.
 #
 #   scripts/tsan.sh BUILD_DIR [TEST_PROGRAM...]
 #
-# Without programs it runs the engine-related set below. A program whose tests/<area> folder
-# does not exist (yet) is named as missing and makes the run fail, so a renamed folder is not
+# Without programs it runs every test program (one per tests/<area> folder, as tests/
+# CMakeLists.txt makes them): each of them starts threads. A program named whose tests/<area>
+# folder does not exist is named as missing and makes the run fail, so a renamed folder is not
 # silently dropped from the check.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -14,7 +15,11 @@ build=${1:-$root/build-tsan}
 shift || true
 programs=("$@")
 if [ "${#programs[@]}" -eq 0 ]; then
-    programs=(test_engine test_progress test_statefile test_upload test_platform test_session)
+    for dir in "$root"/tests/*/; do
+        area=$(basename "$dir")
+        case "$area" in support | data | scripts | consumer | fuzz) continue ;; esac
+        compgen -G "$dir*.cpp" >/dev/null && programs+=("test_$area")
+    done
 fi
 
 missing=()

@@ -11,7 +11,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <semaphore>
 #include <thread>
 
 namespace qvt::platform {
@@ -98,8 +97,5 @@ class Dispatcher {
     std::shared_ptr<MainThread> main_;
     std::shared_ptr<State> state_;
 };
-
-// The counting semaphore that pauses the copy and the estimator.
-using CountingSemaphore = std::counting_semaphore<1 << 20>;
 
 }  // namespace qvt::platform

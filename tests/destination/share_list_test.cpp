@@ -37,7 +37,8 @@ bool called(Harness& h, const std::string& call) {
 void retryOnce(Harness& h) {
     std::lock_guard lock(h.view->mutex);
     h.view->modalCodes[Dialog::LostConnection] = 1;
-    auto state = h.view;
+    // The hook is kept by the state it changes: it holds it by plain pointer, not as an owner.
+    test::ScriptedView::State* state = h.view.get();
     h.view->modalHooks[Dialog::LostConnection] = [state] {
         std::lock_guard again(state->mutex);
         state->modalCodes[Dialog::LostConnection] = 0;

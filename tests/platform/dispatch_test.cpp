@@ -5,6 +5,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <semaphore>
 #include <stdexcept>
 #include <thread>
 
@@ -288,9 +289,9 @@ TEST(QtMainThread, WaitIdleOnTheGuiThreadServesHandOffs) {
     EXPECT_EQ(handOffs.load(), 3);
 }
 
-TEST(CountingSemaphore, PausesUntilReleased) {
+TEST(Dispatcher, WaitIdleWaitsForATaskThatIsBlocked) {
     Dispatcher dispatcher(std::make_shared<QueueMainThread>());
-    CountingSemaphore semaphore(0);
+    std::counting_semaphore<1> semaphore(0);
     std::atomic<bool> passed{false};
     dispatcher.async(QueuePriority::High, [&] {
         semaphore.acquire();

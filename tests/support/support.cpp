@@ -256,6 +256,14 @@ Harness::Harness(double timeScale)
     };
 }
 
+Harness::~Harness() {
+    if (!services.dispatch) return;
+    services.dispatch->waitIdle(10);
+    auto ran = std::make_shared<std::atomic<bool>>(false);
+    services.dispatch->mainAsync([ran] { *ran = true; });
+    waitFor([&] { return ran->load(); }, 10);
+}
+
 Record nasDevice(const std::string& address, const std::string& serial,
                  const std::string& product) {
     Record info{{"productName", product},

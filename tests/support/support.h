@@ -127,6 +127,11 @@ class ScriptedView : public QVTransferView {
 // a clock scaled by `timeScale`, user folders under `home`, and a scripted view.
 struct Harness {
     explicit Harness(double timeScale = 1.0);
+    // Lets the background work end and runs what it left for the main thread (a view whose
+    // controller was let go on a background thread is deleted there).
+    ~Harness();
+    Harness(const Harness&) = delete;
+    Harness& operator=(const Harness&) = delete;
     TempDir home;
     std::shared_ptr<platform::CaptureLog> log;
     std::shared_ptr<ScriptedView::State> view;
