@@ -12,6 +12,7 @@
 #include <mutex>
 
 #include "platform/files_internal.h"
+#include "platform/smb_client.h"
 
 namespace qvt::platform {
 
@@ -27,6 +28,11 @@ int platformErrorCode(int e) {
         case ENOTCONN:
         case ETIMEDOUT:
         case ECONNRESET:
+        case ECONNABORTED:
+        case ECONNREFUSED:
+        case ENETDOWN:
+        case ENETUNREACH:
+        case EPIPE:
         case EHOSTDOWN:
         case EHOSTUNREACH:
         case ESTALE:
@@ -154,25 +160,39 @@ int FileLayer::copyItem(const std::string& from, const std::string& to) {
     return error;
 }
 
-int FileLayer::moveItem(const std::string& from, const std::string& to) {
+int FileLayer::renameItem(const std::string& from, const std::string& to) {
     const auto fromShare = shareMounts().resolve(from);
     const auto toShare = shareMounts().resolve(to);
-    if (!fromShare && !isAlias(from) && !exists(from)) return ENOENT;
-    if (fromShare && toShare && fromShare->mount.mountPoint == toShare->mount.mountPoint) {
-        if (exists(to)) return EEXIST;
-        const smb::Call call(fromShare->mount.credentials);
-        if (!call.ctx()) return EIO;
-        const std::string a = fromShare->url();
-        const std::string b = toShare->url();
-        if (smbc_getFunctionRename(call.ctx())(call.ctx(), a.c_str(), call.ctx(), b.c_str()) == 0)
-            return 0;
-        return errno;
-    }
     if (!fromShare && !toShare) {
         if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
             return 0;
-        if (errno != EXDEV) return errno;
+        if (errno != EINVAL) return errno;
+        // A file system without the no-replace rename: a second name that fails on an existing
+        // one, then the first name goes.
+        if (::link(from.c_str(), to.c_str()) != 0) return errno;
+        return ::unlink(from.c_str()) == 0 ? 0 : errno;
     }
+    if (!fromShare || !toShare || fromShare->mount.mountPoint != toShare->mount.mountPoint)
+        return EXDEV;
+    // libsmbclient's rename replaces an existing file, as rename(2) does, and offers no way not
+    // to: the name is tested first. Only another client taking the name between the test and
+    // the rename could lose its file; this program's own copies never race for a name.
+    if (exists(to)) return EEXIST;
+    const std::string a = fromShare->url();
+    const std::string b = toShare->url();
+    return smb::retryOnConnectionLoss([&] {
+        const smb::Call call(fromShare->mount.credentials);
+        if (!call.ctx()) return EIO;
+        errno = 0;
+        if (smbc_getFunctionRename(call.ctx())(call.ctx(), a.c_str(), call.ctx(), b.c_str()) == 0)
+            return 0;
+        return errno != 0 ? errno : EIO;
+    });
+}
+
+int FileLayer::moveItem(const std::string& from, const std::string& to) {
+    if (!shareMounts().resolve(from) && !isAlias(from) && !exists(from)) return ENOENT;
+    if (const int rc = renameItem(from, to); rc != EXDEV) return rc;
     // Across volumes: copy, make the copy durable, then remove the source. The data of a
     // local copy may still sit in the page cache; a share has it once its file is closed.
     if (const int rc = copyItem(from, to)) return rc;

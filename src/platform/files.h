@@ -87,6 +87,9 @@ class FileLayer {
     virtual int copyItem(const std::string& from, const std::string& to);
     // Moves an item; across volumes it is copied and then the source removed.
     virtual int moveItem(const std::string& from, const std::string& to);
+    // Gives an item another name on the same volume (or share) without ever replacing what is
+    // there: EEXIST when `to` exists, EXDEV when the two are on different volumes.
+    virtual int renameItem(const std::string& from, const std::string& to);
     // Removes a file, a link or a folder with everything in it. Mount points met on the way
     // are left alone (their contents are never removed through a parent).
     virtual int removeItem(const std::string& path);

@@ -121,12 +121,15 @@ class End {
             fd_ = ::open(path_.c_str(), flags, mode);
             return fd_ >= 0 ? 0 : errno;
         }
-        const smb::Call call(share_->mount.credentials);
-        if (!call.ctx()) return EIO;
         const std::string u = share_->url();
         const int flags = forWriting ? (O_WRONLY | O_CREAT | O_EXCL) : O_RDONLY;
-        file_ = smbc_getFunctionOpen(call.ctx())(call.ctx(), u.c_str(), flags, mode);
-        return file_ ? 0 : errnoOr(EIO);
+        return smb::retryOnConnectionLoss([&] {
+            const smb::Call call(share_->mount.credentials);
+            if (!call.ctx()) return EIO;
+            errno = 0;
+            file_ = smbc_getFunctionOpen(call.ctx())(call.ctx(), u.c_str(), flags, mode);
+            return file_ ? 0 : errnoOr(EIO);
+        });
     }
 
     ssize_t read(char* buf, std::size_t n) {

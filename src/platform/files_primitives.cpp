@@ -20,12 +20,14 @@ int errnoOr(int fallback) {
 }  // namespace
 
 int statShare(const SharePath& sp, struct stat* st) {
-    const smb::Call call(sp.mount.credentials);
-    if (!call.ctx()) return EIO;
     const std::string u = sp.url();
-    errno = 0;
-    if (smbc_getFunctionStat(call.ctx())(call.ctx(), u.c_str(), st) == 0) return 0;
-    return errnoOr(EIO);
+    return smb::retryOnConnectionLoss([&] {
+        const smb::Call call(sp.mount.credentials);
+        if (!call.ctx()) return EIO;
+        errno = 0;
+        if (smbc_getFunctionStat(call.ctx())(call.ctx(), u.c_str(), st) == 0) return 0;
+        return errnoOr(EIO);
+    });
 }
 
 int statPath(const std::string& path, struct stat* st) {
@@ -37,35 +39,36 @@ int makeFolder(const std::string& path) {
     if (auto sp = shareMounts().resolve(path)) {
         // The root of a share always exists.
         if (sp->relative.empty()) return EEXIST;
-        const smb::Call call(sp->mount.credentials);
-        if (!call.ctx()) return EIO;
         const std::string u = sp->url();
-        errno = 0;
-        if (smbc_getFunctionMkdir(call.ctx())(call.ctx(), u.c_str(), 0755) == 0) return 0;
-        return errnoOr(EIO);
+        return smb::retryOnConnectionLoss([&] {
+            const smb::Call call(sp->mount.credentials);
+            if (!call.ctx()) return EIO;
+            errno = 0;
+            if (smbc_getFunctionMkdir(call.ctx())(call.ctx(), u.c_str(), 0755) == 0) return 0;
+            return errnoOr(EIO);
+        });
     }
     return mkdir(path.c_str(), 0777) == 0 ? 0 : errno;
 }
 
 std::vector<std::string> listShare(const SharePath& sp, int* error) {
     std::vector<std::string> names;
-    const smb::Call call(sp.mount.credentials);
-    if (!call.ctx()) {
-        if (error) *error = EIO;
-        return names;
-    }
     const std::string u = sp.url();
-    errno = 0;
-    SMBCFILE* dir = smbc_getFunctionOpendir(call.ctx())(call.ctx(), u.c_str());
-    if (!dir) {
-        if (error) *error = errnoOr(EIO);
-        return names;
-    }
-    while (smbc_dirent* e = smbc_getFunctionReaddir(call.ctx())(call.ctx(), dir)) {
-        const std::string name = e->name;
-        if (name != "." && name != "..") names.push_back(name);
-    }
-    smbc_getFunctionClosedir(call.ctx())(call.ctx(), dir);
+    const int rc = smb::retryOnConnectionLoss([&] {
+        names.clear();
+        const smb::Call call(sp.mount.credentials);
+        if (!call.ctx()) return EIO;
+        errno = 0;
+        SMBCFILE* dir = smbc_getFunctionOpendir(call.ctx())(call.ctx(), u.c_str());
+        if (!dir) return errnoOr(EIO);
+        while (smbc_dirent* e = smbc_getFunctionReaddir(call.ctx())(call.ctx(), dir)) {
+            const std::string name = e->name;
+            if (name != "." && name != "..") names.push_back(name);
+        }
+        smbc_getFunctionClosedir(call.ctx())(call.ctx(), dir);
+        return 0;
+    });
+    if (error) *error = rc;
     return names;
 }
 
@@ -137,10 +140,13 @@ int removeShare(const SharePath& sp) {
     if (const int rc = statShare(sp, &st)) return rc;
     const std::string u = sp.url();
     if (!S_ISDIR(st.st_mode)) {
-        const smb::Call call(sp.mount.credentials);
-        if (!call.ctx()) return EIO;
-        errno = 0;
-        return smbc_getFunctionUnlink(call.ctx())(call.ctx(), u.c_str()) == 0 ? 0 : errnoOr(EIO);
+        return smb::retryOnConnectionLoss([&] {
+            const smb::Call call(sp.mount.credentials);
+            if (!call.ctx()) return EIO;
+            errno = 0;
+            if (smbc_getFunctionUnlink(call.ctx())(call.ctx(), u.c_str()) == 0) return 0;
+            return errnoOr(EIO);
+        });
     }
     int error = 0;
     int firstError = 0;
@@ -150,12 +156,13 @@ int removeShare(const SharePath& sp) {
         if (const int rc = removeShare(child); rc && !firstError) firstError = rc;
     }
     if (error && !firstError) firstError = error;
-    const smb::Call call(sp.mount.credentials);
-    if (!call.ctx()) return EIO;
-    errno = 0;
-    if (smbc_getFunctionRmdir(call.ctx())(call.ctx(), u.c_str()) != 0 && !firstError)
-        firstError = errnoOr(EIO);
-    return firstError;
+    const int rc = smb::retryOnConnectionLoss([&] {
+        const smb::Call call(sp.mount.credentials);
+        if (!call.ctx()) return EIO;
+        errno = 0;
+        return smbc_getFunctionRmdir(call.ctx())(call.ctx(), u.c_str()) == 0 ? 0 : errnoOr(EIO);
+    });
+    return firstError ? firstError : rc;
 }
 
 namespace {

@@ -51,11 +51,16 @@ VolumeFacts FileLayer::volumeFacts(const std::string& path) {
     if (path.empty()) return facts;
     if (auto sp = shareMounts().resolve(path)) {
         // One request answers both: the share still answers, and how much room it has.
-        const smb::Call call(sp->mount.credentials);
-        if (!call.ctx()) return facts;
         std::string u = sp->url();
         struct statvfs sv {};
-        if (smbc_getFunctionStatVFS(call.ctx())(call.ctx(), u.data(), &sv) != 0) return facts;
+        const int rc = smb::retryOnConnectionLoss([&] {
+            const smb::Call call(sp->mount.credentials);
+            if (!call.ctx()) return EIO;
+            errno = 0;
+            if (smbc_getFunctionStatVFS(call.ctx())(call.ctx(), u.data(), &sv) == 0) return 0;
+            return errno != 0 ? errno : EIO;
+        });
+        if (rc != 0) return facts;
         facts.remountURL = sp->mount.remountURL();
         // libsmbclient reports bytes per sector in f_bsize and sectors per allocation unit in
         // f_frsize.

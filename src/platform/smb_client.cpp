@@ -1,6 +1,7 @@
 #include "platform/smb_client.h"
 
 #include <atomic>
+#include <cerrno>
 #include <condition_variable>
 #include <cstdint>
 #include <cstdlib>
@@ -51,6 +52,7 @@ class FairLock {
 
 FairLock gLibraryLock;
 thread_local const Credentials* tCredentials = nullptr;
+thread_local int tOpenCalls = 0;
 
 void authenticate(SMBCCTX*, const char*, const char*, char* workgroup, int workgroupLen, char* user,
                   int userLen, char* password, int passwordLen) {
@@ -131,8 +133,19 @@ void releaseThreadContext() {
     tContext.release();
 }
 
+bool isConnectionLoss(int error) {
+    // libsmbclient reports some failures of a dead connection as a plain I/O error.
+    return error == ECONNABORTED || error == ECONNRESET || error == EPIPE || error == ENOTCONN ||
+           error == EIO;
+}
+
+bool Call::open() {
+    return tOpenCalls > 0;
+}
+
 Call::Call(const Credentials& credentials, bool fresh) {
     gLibraryLock.lock();
+    ++tOpenCalls;
     previous_ = tCredentials;
     tCredentials = &credentials;
     if (fresh) {
@@ -146,6 +159,7 @@ Call::Call(const Credentials& credentials, bool fresh) {
 Call::~Call() {
     if (owned_) smbc_free_context(ctx_, 1);
     tCredentials = previous_;
+    --tOpenCalls;
     gLibraryLock.unlock();
 }
 

@@ -27,6 +27,17 @@ void setTimeoutMs(int ms);
 // Frees the calling thread's client context and its connections, if it has one.
 void releaseThreadContext();
 
+// True for the errors of a connection that the server dropped: a connection this thread keeps
+// may be one to a server that went away and has come back since.
+bool isConnectionLoss(int error);
+
+// Runs `request` (which makes its own Call and returns 0 or an errno value); when it fails on
+// a dropped connection, the thread's cached connections are let go and it runs once more on
+// new ones. A request made inside another one (a Call already open on this thread) is not run
+// again here: its outermost request is.
+template <class Request>
+int retryOnConnectionLoss(Request request);
+
 // One SMB call's context: the calling thread's client context, answering authentication
 // requests with `credentials` while this object lives.
 class Call {
@@ -40,6 +51,8 @@ class Call {
     Call& operator=(const Call&) = delete;
     // The thread's context, or nullptr when libsmbclient could not be set up.
     SMBCCTX* ctx() const { return ctx_; }
+    // True when a Call is open on this thread.
+    static bool open();
 
   private:
     SMBCCTX* ctx_ = nullptr;
@@ -50,5 +63,13 @@ class Call {
 
 // "smb://host/share/a/b" with every part escaped; `relative` is "" or "a/b".
 std::string url(const std::string& host, const std::string& share, const std::string& relative);
+
+template <class Request>
+int retryOnConnectionLoss(Request request) {
+    const int rc = request();
+    if (!isConnectionLoss(rc) || Call::open()) return rc;
+    releaseThreadContext();
+    return request();
+}
 
 }  // namespace qvt::platform::smb

@@ -9,6 +9,7 @@
 #include "../mount/mount_test_support.h"
 #include "platform/files.h"
 #include "platform/smb_url.h"
+#include "support.h"
 
 namespace qvt::mounttest {
 namespace {
@@ -20,6 +21,17 @@ class LocalFilesTest : public ::testing::Test {
     std::string path(const std::string& name) const { return box.root() + "/" + name; }
     MountSandbox box;
 };
+
+TEST_F(LocalFilesTest, RenameGivesANewNameButNeverReplacesOne) {
+    test::writeFile(path("partial"), "new");
+    test::writeFile(path("taken"), "old");
+    EXPECT_EQ(files().renameItem(path("partial"), path("taken")), EEXIST);
+    EXPECT_EQ(test::readFile(path("taken")), "old");
+    EXPECT_EQ(files().renameItem(path("partial"), path("free")), 0);
+    EXPECT_EQ(test::readFile(path("free")), "new");
+    EXPECT_FALSE(std::filesystem::exists(path("partial")));
+    EXPECT_EQ(files().renameItem(path("gone"), path("other")), ENOENT);
+}
 
 TEST_F(LocalFilesTest, ExistenceAndFolderTestsFollowLinks) {
     writeAll(path("file"), "x");

@@ -12,6 +12,7 @@
 #include "../mount/mount_test_support.h"
 #include "platform/files.h"
 #include "platform/smb_url.h"
+#include "support.h"
 
 namespace qvt::mounttest {
 namespace {
@@ -100,6 +101,28 @@ TEST_F(SmbFilesTest, ItemsOnAShare) {
     EXPECT_FALSE(std::filesystem::exists(backing("Private") + "/a"));
     EXPECT_EQ(files().removeItem(m), EBUSY);
     EXPECT_EQ(files().removeItem(m + "/mv.txt"), 0);
+}
+
+TEST_F(SmbFilesTest, RenameGivesANewNameButNeverReplacesOne) {
+    const std::string m = mount("Private");
+    ASSERT_EQ(files().copyItem(local("x"), m + "/none"), ENOENT);
+    std::FILE* f = std::fopen(local("x").c_str(), "w");
+    ASSERT_TRUE(f);
+    std::fputs("new", f);
+    std::fclose(f);
+    ASSERT_EQ(files().copyItem(local("x"), m + "/.part"), 0);
+    ASSERT_EQ(files().copyItem(local("x"), m + "/taken"), 0);
+    std::FILE* old = std::fopen((backing("Private") + "/taken").c_str(), "w");
+    std::fputs("old", old);
+    std::fclose(old);
+
+    EXPECT_EQ(files().renameItem(m + "/.part", m + "/taken"), EEXIST);
+    EXPECT_EQ(test::readFile(backing("Private") + "/taken"), "old");
+    EXPECT_EQ(files().renameItem(m + "/.part", m + "/free"), 0);
+    EXPECT_EQ(test::readFile(backing("Private") + "/free"), "new");
+    EXPECT_FALSE(std::filesystem::exists(backing("Private") + "/.part"));
+    // Another volume is another matter.
+    EXPECT_EQ(files().renameItem(m + "/free", local("back")), EXDEV);
 }
 
 TEST_F(SmbFilesTest, LargeFileArrivesIdenticalAndGrowsDuringTheCopy) {
@@ -198,6 +221,38 @@ TEST_F(SmbFilesTest, VolumeFactsFollowTheConnection) {
         20.0));
     EXPECT_EQ(files().copyItem(local("w.txt"), m + "/dest/w2.txt"), 0);
     files().removeItem(m + "/dest");
+}
+
+// A thread keeps its connection to the server between requests. When the server restarts
+// while nothing is asked, that connection is dead: the first request of each kind after the
+// restart must still succeed, on a new connection.
+TEST_F(SmbFilesTest, TheFirstRequestsAfterTheServerRestartedSucceed) {
+    const std::string m = mount("Private");
+    writeAll(local("w.txt"), "w");
+    auto* server = SambaEnvironment::server();
+    const auto restart = [&] {
+        ASSERT_TRUE(files().isFolder(m));  // the connection is made and kept
+        server->stop();
+        std::string error;
+        ASSERT_TRUE(server->start(&error)) << error;
+    };
+    restart();
+    EXPECT_EQ(files().createFolder(m + "/after", false), 0);
+    restart();
+    EXPECT_TRUE(files().exists(m + "/after"));
+    restart();
+    int error = -1;
+    EXPECT_TRUE(files().listFolder(m + "/after", &error).empty());
+    EXPECT_EQ(error, 0);
+    restart();
+    EXPECT_EQ(files().copyItem(local("w.txt"), m + "/after/w.txt"), 0);
+    restart();
+    EXPECT_EQ(files().renameItem(m + "/after/w.txt", m + "/after/v.txt"), 0);
+    restart();
+    EXPECT_TRUE(files().volumeFacts(m + "/after").availableCapacity.has_value());
+    restart();
+    EXPECT_EQ(files().removeItem(m + "/after"), 0);
+    EXPECT_FALSE(std::filesystem::exists(backing("Private") + "/after"));
 }
 
 TEST_F(SmbFilesTest, MountTableListsSharesAndRefusesDoubles) {
