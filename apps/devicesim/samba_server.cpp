@@ -296,6 +296,10 @@ bool SambaServer::start(std::string* error) {
         return false;
     }
     if (pid == 0) {
+        // A server started again from a thread that blocks signals must still stop on SIGTERM.
+        sigset_t none;
+        sigemptyset(&none);
+        sigprocmask(SIG_SETMASK, &none, nullptr);
         if (onMainThread) {
             prctl(PR_SET_PDEATHSIG, SIGTERM);
             if (getppid() != parent) _exit(1);

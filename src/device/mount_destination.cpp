@@ -109,10 +109,14 @@ platform::NetMountRequest urlMountRequest(const MountVersionRules& rules, const 
 // "Public2".
 std::string alreadyMountedShare(const std::string& share, const std::string& ipAddress,
                                 const std::string& name, const std::string& hostName) {
+    // The address may carry the port of the device's HTTP interface (a device on loopback);
+    // the share's URL names the host alone.
+    std::string host = platform::parseShareUrl("smb://" + ipAddress + "/x").host;
+    if (host.empty()) host = ipAddress;
     for (const auto& volume : platform::files().mountedVolumes()) {
         const std::string remount = platform::removePercentEscapes(volume.remountURL);
-        const bool device = contains(remount, hostName) || contains(remount, ipAddress) ||
-                            contains(remount, name + ".");
+        const bool device =
+            contains(remount, hostName) || contains(remount, host) || contains(remount, name + ".");
         if (device && contains(remount, share)) return volume.path;
     }
     return "";

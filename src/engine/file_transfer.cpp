@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "engine/duplicate_name.h"
+#include "engine/partial_copy.h"
 #include "engine/path_names.h"
 #include "platform/files.h"
 #include "platform/format.h"
@@ -32,9 +33,13 @@ void waitWhilePaused(QVTransferPrivate& c) {
 }
 
 // Whether the destination's volume is gone: its remount identity is empty once the share's
-// connection is lost or the disk has been pulled.
+// connection is lost or the disk has been pulled, and another one when a different volume now
+// sits at its place (a disk unmounted under the upload leaves its mount point folder behind).
 bool destinationVolumeLost(QVTransferPrivate& c) {
-    return fs::files().volumeFacts(c.selectedDestinationShare.get()).remountURL.empty();
+    const std::string now = fs::files().volumeFacts(c.selectedDestinationShare.get()).remountURL;
+    if (now.empty()) return true;
+    const std::string atStart = c.destinationVolumeIdentity.get();
+    return !atStart.empty() && now != atStart;
 }
 
 void reportLostDevice(QVTransferPrivate& c) {
@@ -55,49 +60,138 @@ std::string clashFreeDestination(QVTransferPrivate& c, const std::string& destin
     return appendingPathComponent(deletingLastPathComponent(destination), name);
 }
 
+// Gives `from` the name `destination`, or the clash rule's next free name when that one is
+// taken; never replaces a file. `target` receives the name it got. A name taken meanwhile by
+// someone else is met by the rename itself and the rule gives the next one.
+int renameToFreeName(QVTransferPrivate& c, const std::string& from, const std::string& destination,
+                     std::string& target) {
+    constexpr int kMaxTries = 100;
+    const auto rename = [&] {
+        c.job().renamingTo.set(target);
+        const int rc = fs::files().renameItem(from, target);
+        // A rename that failed otherwise may still have been done: its request can reach the
+        // device just before the connection drops, and a second try then finds nothing to
+        // rename. The name is kept for the retry after the device is back, which looks.
+        if (rc == 0 || rc == EEXIST) c.job().renamingTo.set("");
+        return rc;
+    };
+    target = destination;
+    int rc = rename();
+    for (int tries = 0; rc == EEXIST && tries < kMaxTries && !c.uploadCancelled(); ++tries) {
+        target = clashFreeDestination(c, destination);
+        rc = rename();
+    }
+    return rc;
+}
+
+// The final name of a copy whose last rename got no answer because the device went away,
+// when that rename was done all the same: the hidden copy is gone and a file of the source's
+// size is at the name. (Nothing else ever renames or removes this upload's hidden copy.)
+std::optional<std::string> renamedBeforeTheLoss(QVTransferPrivate& c, const std::string& source) {
+    const std::string partial = c.rebasedDestination(c.job().inProcessDestFilePath.get());
+    const std::string target = c.rebasedDestination(c.job().renamingTo.get());
+    c.job().renamingTo.set("");
+    if (partial.empty() || target.empty() || fs::files().exists(partial)) return std::nullopt;
+    const auto expected = fs::files().totalSize(source);
+    const auto placed = fs::files().totalSize(target);
+    if (!expected || !placed || *expected != *placed) return std::nullopt;
+    return target;
+}
+
+// Whether the copy at `copy` holds all of `source`: a share reports some write errors only as
+// a short file.
+int checkWhole(const std::string& source, const std::string& copy) {
+    const auto expected = fs::files().totalSize(source);
+    const auto written = fs::files().totalSize(copy);
+    return expected && written && *expected != *written ? EIO : 0;
+}
+
+// Copies (or moves) one file whole to a free name for `destination`; `target` receives the
+// name. The data goes to a hidden name in the destination folder (the file in hand, which the
+// progress follows and a cancel removes) and gets its final name only when all of it is
+// there; a move removes the source only then, after a local copy is on its disk. On one
+// volume a move is a rename: the file is whole under its new name at once.
+int placeFile(QVTransferPrivate& c, const std::string& source, const std::string& destination,
+              bool move, std::string& target) {
+    auto& files = fs::files();
+    if (move) {
+        const int rc = renameToFreeName(c, source, destination, target);
+        if (rc != EXDEV) return rc;
+    }
+    target = destination;
+    const std::string partial = qvt::engine::temporaryPathFor(destination);
+    c.job().inProcessDestFilePath.set(partial);
+    int rc = files.copyItem(source, partial);
+    // An unknown write error on a link is what writing through the link reports after the data
+    // went through: the copy counts as done.
+    if (fs::platformErrorCode(rc) == fs::kUnknownWriteError && files.isAlias(partial)) rc = 0;
+    if (rc == 0) rc = checkWhole(source, partial);
+    if (rc == 0 && move) rc = files.flushItem(partial);
+    if (rc == 0) rc = renameToFreeName(c, partial, destination, target);
+    if (rc != 0) return rc;
+    c.job().inProcessDestFilePath.set("");
+    return move ? files.removeItem(source) : 0;
+}
+
+}  // namespace
+
+void QVTransferPrivate::discardPartialCopy() {
+    const std::string partial = job().inProcessDestFilePath.get();
+    // Only a hidden copy this upload was writing is removed, never a file under a final name.
+    if (!partial.empty() && qvt::engine::isTemporaryName(lastPathComponent(partial))) {
+        const int rc = fs::files().removeItem(partial);
+        if (rc != 0 && rc != ENOENT)
+            log().write(fs::format("QVTransfer: discardPartialCopy: %@ error %d\n", partial, rc));
+    }
+    job().inProcessDestFilePath.set("");
+    job().renamingTo.set("");
+}
+
+namespace {
+
 enum class Step { Done, Retry };
 
-Step transferOneFile(QVTransferPrivate& c, const std::string& source, std::string& destination,
-                     bool excludeFile) {
+Step transferOneFile(QVTransferPrivate& c, const std::string& source,
+                     const std::string& destination, bool excludeFile) {
     qvt::engine::UploadJob& upload = c.job();
     // After a restart, a file handled before it is not copied twice.
     if (upload.resumedAfterRestart && c.inProcessSourceFilesArray.contains(destination))
         return Step::Done;
-
-    // The copy is tried under the name asked for first: it never replaces anything there, and
-    // a clash (EEXIST) is what sends it to the clash-free name. On a share this saves asking
-    // the server whether the name is taken before every file.
-    std::string target = destination;
-    const bool move = c.removeFilesAfterUpload && !excludeFile;
     // With the move option a source leaves its place, unless it is protected.
-    auto transfer = [&] {
-        upload.inProcessDestFilePath.set(target);
-        return move ? fs::files().moveItem(source, target) : fs::files().copyItem(source, target);
-    };
-    int rc = transfer();
-    if (rc == EEXIST && !upload.cancelled()) {
-        target = clashFreeDestination(c, destination);
-        rc = transfer();
+    const bool move = c.removeFilesAfterUpload && !excludeFile;
+    std::string target = destination;
+    int rc = 0;
+    if (const auto placed = renamedBeforeTheLoss(c, source)) {
+        // The earlier attempt got its file to its final name just as the device went away.
+        target = *placed;
+        upload.inProcessDestFilePath.set("");
+        if (move) rc = fs::files().removeItem(source);
+    } else {
+        // What an earlier attempt at this file left when it stopped at a lost or full device
+        // is this upload's own: it goes before the file is started again.
+        c.discardPartialCopy();
+        rc = placeFile(c, source, destination, move, target);
     }
-    if (upload.cancelled()) return Step::Done;
+    if (upload.cancelled()) {
+        c.discardPartialCopy();
+        return Step::Done;
+    }
 
     std::optional<qvt::TransferError> error;
     if (rc != 0) {
         const int code = fs::platformErrorCode(rc);
-        const bool alias = fs::files().isAlias(target);
-        if (destinationVolumeLost(c) || (code == fs::kUnknownWriteError && !alias)) {
+        // A lost or full device: the partial copy stays the file in hand until the retry (or
+        // a cancel) removes it, and the retry starts the file again under its own name.
+        if (destinationVolumeLost(c) || code == fs::kUnknownWriteError) {
             reportLostDevice(c);
-            destination = target;
             return Step::Retry;
         }
         if (code == fs::kOutOfSpaceWriteError) {
             c.displayDeviceFullDialog();
-            destination = target;
             return Step::Retry;
         }
-        // An unknown write error on an alias is what writing through the link reports after
-        // the data went through: the copy counts as done.
-        if (code != fs::kUnknownWriteError) error = transferError(rc);
+        c.discardPartialCopy();
+        error = transferError(rc);
     }
 
     c.inProcessSourceFilesArray.append(target);
@@ -147,14 +241,15 @@ Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::
 
 void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::string& destFilePath,
                                      const std::string& destDir, bool excludeFile) {
-    // A retry runs this call again for the same source, with the name chosen by the attempt
-    // before. It loops rather than calling itself, so a device that stays full (which retries
-    // at once, again and again) never deepens the stack.
-    std::string destination = destFilePath;
+    // A retry runs this call again for the same source and destination. It loops rather than
+    // calling itself, so a device that stays full (which retries again and again) never
+    // deepens the stack.
     bool retriedFile = false;
     while (true) {
         waitWhilePaused(*this);
         if (job().ended()) break;
+        // A lost volume may be back at another mount point.
+        const std::string destination = rebasedDestination(destFilePath);
 
         bool isFolder = false;
         if (!fs::files().exists(sourcePath, &isFolder)) break;
@@ -166,8 +261,8 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
         if (!isFolder) retriedFile = true;
     }
     // A file that was retried is no longer in hand, however the retry ended (a cancel during
-    // the wait included).
-    if (retriedFile) job().inProcessDestFilePath.set("");
+    // the wait included), and nothing of it stays behind under its hidden name.
+    if (retriedFile) discardPartialCopy();
 }
 
 std::string QVTransferPrivate::getDuplicateFileName(const std::string& pathWithoutExtension) {

@@ -45,9 +45,9 @@ void runCancelSteps(QVTransferPrivate& c) {
     auto self = c.shared_from_this();
     c.dispatcher().async(QueuePriority::Low, [self] { self->saveQVTransferDataToFile(); });
 
-    // The file in mid-copy is incomplete: remove it. Files finished earlier stay.
-    const std::string inProcess = c.job().inProcessDestFilePath.get();
-    if (!inProcess.empty()) fmt::files().removeItem(inProcess);
+    // The file in mid-copy is incomplete: its hidden copy goes. Files finished earlier stay,
+    // and nothing under a final name is touched.
+    c.discardPartialCopy();
 
     if (c.mountObject) c.unmountSharesVolumes(c.mountObject->mountedPathsArray.get());
     c.sendCancelledQVTransfer();

@@ -25,16 +25,44 @@ std::string logTime(const QVTransferPrivate& c) {
     return qvt::Value(c.clock().now()).toString();
 }
 
-std::size_t sourceCount(const QVTransferPrivate& c) {
-    return c.sourceFilesArray.with([](const qvt::List& rows) { return rows.size(); });
+// The walk's place in the source list: the entry it took last and where that entry was.
+struct WalkPlace {
+    std::optional<qvt::Value> entry;
+    std::size_t index = 0;
+};
+
+// The entry after `place` in the list as it is now, or nothing at the end. The list may have
+// changed since: rows added while the upload runs are walked too, and the disconnect recovery
+// takes the entries already copied out of it, so the entry taken last is looked for where it
+// was and else in the whole list. When it is gone too (a cancel empties the list), the walk
+// goes on with whatever now stands at its place.
+std::optional<qvt::Value> nextSource(const QVTransferPrivate& c, WalkPlace& place) {
+    return c.sourceFilesArray.with([&](const qvt::List& rows) -> std::optional<qvt::Value> {
+        std::size_t next = 0;
+        if (place.entry) {
+            std::size_t at = place.index;
+            if (at >= rows.size() || rows[at] != *place.entry)
+                at = static_cast<std::size_t>(std::find(rows.begin(), rows.end(), *place.entry) -
+                                              rows.begin());
+            next = at < rows.size() ? at + 1 : place.index;
+        }
+        if (next >= rows.size()) return std::nullopt;
+        place = {rows[next], next};
+        return rows[next];
+    });
 }
 
-// The entry at `index`, or nothing when the list has become shorter (a cancel empties it).
-std::optional<qvt::Value> sourceAt(const QVTransferPrivate& c, std::size_t index) {
-    return c.sourceFilesArray.with([index](const qvt::List& rows) -> std::optional<qvt::Value> {
-        if (index >= rows.size()) return std::nullopt;
-        return rows[index];
-    });
+// The mount point of the volume `path` lies on: the longest mount point that holds it.
+std::string mountPointOf(const std::string& path) {
+    std::string best;
+    for (const auto& volume : fmt::files().mountedVolumes()) {
+        const std::string& root = volume.path;
+        const bool holds = path == root || root == "/" ||
+                           (path.compare(0, root.size(), root) == 0 && path.size() > root.size() &&
+                            path[root.size()] == '/');
+        if (holds && root.size() > best.size()) best = root;
+    }
+    return best;
 }
 
 }  // namespace
@@ -59,9 +87,13 @@ void QVTransferPrivate::uploadFiles() {
         // Recognises the volume when the disk comes back; a filesystem without a UUID leaves
         // it empty.
         selectedDASUUID.set(fmt::files().volumeFacts(destination).uuid);
+        destinationVolumeRoot.set(mountPointOf(destination));
     }
 
     selectedDestinationShare.set(destination);
+    // A lost volume is known by its identity changing, also when another volume takes its
+    // place.
+    destinationVolumeIdentity.set(fmt::files().volumeFacts(destination).remountURL);
     // The status screen shows before any work begins.
     reloadStatus();
 
@@ -78,14 +110,13 @@ void QVTransferPrivate::uploadFiles() {
 
 void QVTransferPrivate::copySourceFiles() {
     qvt::engine::UploadJob& upload = job();
-    // The count is read again after every entry: rows added while the upload runs are copied
-    // too.
-    for (std::size_t i = 0; i < sourceCount(*this); ++i) {
+    WalkPlace place;
+    while (true) {
         // A pause between two sources holds the walk here until the upload goes on, and the
         // walk then takes up the next source.
         upload.waitWhilePaused();
         if (upload.ended()) break;
-        const std::optional<qvt::Value> entry = sourceAt(*this, i);
+        const std::optional<qvt::Value> entry = nextSource(*this, place);
         if (!entry) break;
         const qvt::Record* row = entry->asRecord();
         const std::string source = row ? row->string("fullFilePath") : std::string();

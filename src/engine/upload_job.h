@@ -109,6 +109,9 @@ class UploadJob {
     std::atomic<std::uint64_t> totalTransferredFilesSize{0};
     // The destination of the file being copied now; empty between files.
     Guarded<std::string> inProcessDestFilePath;
+    // The final name the file in hand is being renamed to, while that rename has no answer
+    // yet or failed on a lost device: the server may have done it all the same.
+    Guarded<std::string> renamingTo;
     // True while an upload taken up after a restart runs its copy loop.
     std::atomic<bool> resumedAfterRestart{false};
 

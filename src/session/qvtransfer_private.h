@@ -92,8 +92,13 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void runLostConnectionDialog(int retryTag);
     // The lost-connection sheet's retry button: 1 users request, 2 login, 3 shares.
     void retryDeviceConnection(int tag);
-    // Part of the disconnect recovery: called when the lost device has been found again.
+    // The lost device has been found again (by the watcher, or by the host's discovery): mounts
+    // the destination's share again (a local volume: takes it where it is now) and lets the
+    // upload go on.
     void resumeTransferAfterDisconnect();
+    // The attached volume of the destination is mounted again at `volumePath` (maybe another
+    // mount point than before): the upload goes on there.
+    void resumeOnDestinationVolume(const std::string& volumePath);
     // The users behind the popup (UserRecords: "username", "is_password"), in popup order.
     qvt::Guarded<qvt::List> usersArrayController;
     std::atomic<int> usersPopupSelectedIndex{0};
@@ -202,16 +207,26 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // (upload thread).
     void processFileTransferStatus(const std::string& sourcePath, const std::string& destFilePath,
                                    const std::optional<qvt::TransferError>& error);
+    // Removes the hidden copy of the file in hand (an unfinished one) and forgets it.
+    void discardPartialCopy();
     // The clash-free name (no folder, no extension) for a path given without its extension.
     std::string getDuplicateFileName(const std::string& pathWithoutExtension);
     // The end-of-upload step: final texts, bars, failed list, messages and the last save (main).
     void finishFileTransfer();
     // Moves one uploaded source to the Trash; failures are logged only.
     void moveSourceToTrash(const std::string& sourcePath);
-    // Entry points of the disconnect and device-full recovery: each pauses the upload and shows
-    // its dialog.
+    // Entry points of the disconnect and device-full recovery (copy thread): each pauses the
+    // upload, shows its dialog and waits for it, then starts its watcher.
     void displayDeviceDisconnect();
     void displayDeviceFullDialog();
+    // The watchers (a thread of their own each): the device's answer every 3 seconds (a local
+    // volume: the volume of the upload's UUID among the mounted ones), the free space every 30.
+    void checkDeviceReachability();
+    void checkDeviceFreeSpace();
+    void resumeTransferAfterDeviceHasFreeSpace();
+    // `path` as it is now: below the volume's current mount point once a lost local volume came
+    // back at another one.
+    std::string rebasedDestination(const std::string& path) const;
 
     // ---- Progress and remaining time ----
     // The estimator: samples the bytes at the destination every 3 seconds until the upload ends.
@@ -260,6 +275,12 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     qvt::Data deviceImage;
     qvt::Guarded<std::string> selectedDASUUID;
     qvt::Guarded<std::string> selectedDestinationShare;
+    // The identity of the destination's volume when the upload started (its remount URL), and
+    // a local destination's volume's mount point.
+    qvt::Guarded<std::string> destinationVolumeIdentity;
+    qvt::Guarded<std::string> destinationVolumeRoot;
+    // Where a local volume that came back at another mount point was (first) and is (second).
+    qvt::Guarded<std::pair<std::string, std::string>> destinationRebase;
     std::string mountDir;
     std::unique_ptr<qvt::QVTransferMountDestination> mountObject;
     qvt::Guarded<std::string> userName;
@@ -377,6 +398,14 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     std::unique_ptr<qvt::Services> services_;
     std::unique_ptr<qvt::QVTransferView> view_;
     std::unique_ptr<qvt::engine::UploadJob> job_;
+
+    // The disconnect recovery's steps (engine/device_missing.cpp).
+    // Runs the resumption unless another one is under way; answers whether it ran.
+    bool resumeAfterDisconnectOnce();
+    void watchForDestinationVolume();
+    void finishReconnection();
+    // Held by the one resumption under way.
+    std::mutex recoveryMutex;
 };
 
 namespace qvt {

@@ -20,6 +20,7 @@
 #include <thread>
 #include <vector>
 
+#include "engine/partial_copy.h"
 #include "keeping_delegate.h"
 #include "platform/dispatch.h"
 #include "platform/files.h"
@@ -46,6 +47,8 @@ class FaultyFiles : public platform::FileLayer {
         hook_ = std::move(hook);
     }
     std::atomic<bool> volumeLost{false};
+    // The free space the destination's volume reports (below 0: what it really has).
+    std::atomic<long long> availableBytes{-1};
     std::atomic<int> volumeQueries{0};
 
     int copyItem(const std::string& from, const std::string& to) override {
@@ -55,6 +58,13 @@ class FaultyFiles : public platform::FileLayer {
     int moveItem(const std::string& from, const std::string& to) override {
         if (auto rc = call("move", from, to)) return *rc;
         return FileLayer::moveItem(from, to);
+    }
+    // Renaming a source to its destination is how a move on one volume is done, so the hook
+    // sees it as "move"; renaming a finished copy from its hidden name is "rename".
+    int renameItem(const std::string& from, const std::string& to) override {
+        const bool finishing = engine::isTemporaryName(std::filesystem::path(from).filename());
+        if (auto rc = call(finishing ? "rename" : "move", from, to)) return *rc;
+        return FileLayer::renameItem(from, to);
     }
     int createFolder(const std::string& path, bool withParents) override {
         if (auto rc = call("mkdir", path, path)) return *rc;
@@ -68,6 +78,8 @@ class FaultyFiles : public platform::FileLayer {
         volumeQueries++;
         platform::VolumeFacts facts = FileLayer::volumeFacts(path);
         if (volumeLost) facts.remountURL.clear();
+        if (availableBytes >= 0)
+            facts.availableCapacity = static_cast<std::uint64_t>(availableBytes.load());
         return facts;
     }
 
@@ -119,8 +131,11 @@ struct Session {
         c->selectedDestinationShare.set(dst);
     }
     ~Session() {
+        if (!c) return;
+        // A watcher for a lost or full device looks until the upload ends: end it.
+        if (c->reconnectingDevice() || c->deviceFull()) c->job().cancel();
         // Background saves, messages and estimators end before the folders go.
-        if (c) settle();
+        settle();
     }
 
     // Waits until no background task runs and the main thread has served what they posted.

@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
+#include <filesystem>
 
+#include "engine/partial_copy.h"
 #include "engine_fixture.h"
 
 using namespace qvt;
@@ -59,6 +62,7 @@ TEST(Retry, AFullDeviceShowsItsDialogAndTheFileIsRetriedAfterTheRecovery) {
     s.c->job().progressValue = 3;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
+    layer.availableBytes = 0;
     auto attempts = std::make_shared<std::atomic<int>>(0);
     layer.setHook(failCopies(attempts, 1, ENOSPC));
     test::writeFile(s.from("big.bin"), "0123456789");
@@ -87,12 +91,18 @@ TEST(Retry, AFullDeviceShowsItsDialogAndTheFileIsRetriedAfterTheRecovery) {
         return false;
     }));
 
-    playRecovery(*s.c);
+    // The watcher keeps looking while there is no room; space is freed and it goes on.
+    EXPECT_TRUE(s.c->deviceFull());
+    layer.availableBytes = -1;
     ASSERT_TRUE(copy.waitFinished());
 
+    EXPECT_TRUE(
+        s.h.log->contains("QVTransfer: resumeTransferAfterDeviceHasFreeSpace: transfer_semaphore"));
+    EXPECT_TRUE(s.h.view->called("endModal deviceFullDialog"));
     EXPECT_TRUE(s.h.log->contains("QVTransfer: transferFile 2: transfer_semaphore"));
     EXPECT_EQ(attempts->load(), 2);
     EXPECT_EQ(test::readFile(s.at("big.bin")), "0123456789");
+    EXPECT_EQ(s.h.view->statusNow().pauseButtonTag, 3);
     // A full device is not a failure: no record, one handled entry, one counter step.
     EXPECT_TRUE(s.c->failedTransferArray.get().empty());
     EXPECT_EQ(s.c->inProcessSourceFilesArray.get(), std::vector<std::string>{s.at("big.bin")});
@@ -184,6 +194,49 @@ TEST(Retry, ALostVolumeMakesAnyErrorADisconnect) {
     EXPECT_EQ(test::readFile(s.at("doc.txt")), "doc");
     EXPECT_TRUE(s.c->failedTransferArray.get().empty());
 }
+
+// The device goes away while the finished copy is being renamed to its final name, so the
+// rename gets no answer. When the device is back the file is at its name (the server did the
+// rename) or still under its hidden name (it did not); either way it ends up once, whole and
+// under its own name: never a second file with a "copy" name beside it.
+class LostRename : public ::testing::TestWithParam<bool> {};
+
+TEST_P(LostRename, TheFileEndsUpOnceUnderItsOwnName) {
+    const bool serverRenamed = GetParam();
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto renames = std::make_shared<std::atomic<int>>(0);
+    layer.setHook([&layer, renames, serverRenamed](const std::string& op, const std::string& from,
+                                                   const std::string& to) -> std::optional<int> {
+        if (op != "rename" || (*renames)++ != 0) return std::nullopt;
+        layer.volumeLost = true;
+        // Done by the server, the rename's second try on a new connection finds nothing to
+        // rename.
+        if (serverRenamed) std::filesystem::rename(from, to);
+        return serverRenamed ? ENOENT : ECONNABORTED;
+    });
+    test::writeFile(s.from("photo.jpg"), "jpeg bytes");
+
+    CopyThread copy(s, s.from("photo.jpg"), s.at("photo.jpg"));
+    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceMissingDialog"); }));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->job().waiters() == 1; }));
+
+    layer.volumeLost = false;
+    playRecovery(*s.c);
+    ASSERT_TRUE(copy.waitFinished());
+    EXPECT_EQ(test::readFile(s.at("photo.jpg")), "jpeg bytes");
+    EXPECT_EQ(namesIn(s.dst), (std::vector<std::string>{"photo.jpg"}));
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+    EXPECT_EQ(s.c->inProcessSourceFilesArray.get(), (std::vector<std::string>{s.at("photo.jpg")}));
+    EXPECT_EQ(s.c->job().progressValue, 2);
+    EXPECT_EQ(s.c->job().inProcessDestFilePath.get(), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Retry, LostRename, ::testing::Bool(),
+                         [](const auto& info) { return info.param ? "Done" : "NotDone"; });
 
 TEST(Retry, NothingIsTriedWhileTheDeviceIsBeingReconnected) {
     Session s;
@@ -297,6 +350,9 @@ TEST(Retry, APauseInsideAFolderHoldsTheNextFileUntilResumed) {
 TEST(Retry, EachDeviceDialogIsShownOnceWhileItsFlagIsSet) {
     Session s;
     ASSERT_TRUE(s.c);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    layer.availableBytes = 0;
     s.c->displayDeviceDisconnect();
     EXPECT_TRUE(s.c->job().pausedFor(engine::PauseReason::DeviceMissing));
     const Date pausedAt = s.c->job().pausedAt();
@@ -308,7 +364,6 @@ TEST(Retry, EachDeviceDialogIsShownOnceWhileItsFlagIsSet) {
     s.c->displayDeviceFullDialog();
     EXPECT_EQ(s.c->job().pausedAt(), pausedAt);
 
-    ASSERT_TRUE(s.settle());
     EXPECT_EQ(s.h.log->count("QVTransfer: displayDeviceDisconnect: transfer_semaphore"), 1u);
     EXPECT_EQ(s.h.log->count("QVTransfer: displayDeviceFullDialog: transfer_semaphore"), 1u);
     std::vector<std::string> calls;
@@ -321,4 +376,81 @@ TEST(Retry, EachDeviceDialogIsShownOnceWhileItsFlagIsSet) {
     EXPECT_TRUE(s.c->uploadPaused());
     EXPECT_TRUE(s.c->reconnectingDevice());
     EXPECT_TRUE(s.c->deviceFull());
+    // The watchers go on until the upload ends.
+    s.c->cancelUploadFiles(2);
+    ASSERT_TRUE(s.settle());
+}
+
+namespace {
+
+// Gives a copy thread the time to reach its next wait, then answers whether it has finished.
+bool finishesWithin(CopyThread& copy, double seconds) {
+    return copy.waitFinished(seconds);
+}
+
+}  // namespace
+
+TEST(Retry, ADeviceWithOneByteFreeResumesTheUpload) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    layer.availableBytes = 0;
+    auto attempts = std::make_shared<std::atomic<int>>(0);
+    layer.setHook(failCopies(attempts, 1, ENOSPC));
+    test::writeFile(s.from("f.bin"), "ffff");
+
+    CopyThread copy(s, s.from("f.bin"), s.at("f.bin"));
+    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceFullDialog"); }));
+    // The watcher looks every 30 (scaled) seconds and finds no room.
+    EXPECT_FALSE(finishesWithin(copy, 0.2));
+    // Any free byte will do, not the size of the file.
+    layer.availableBytes = 1;
+    ASSERT_TRUE(copy.waitFinished());
+    EXPECT_EQ(test::readFile(s.at("f.bin")), "ffff");
+    EXPECT_FALSE(s.c->deviceFull());
+}
+
+TEST(Retry, ASecondFullDeviceTriesAgainNoSoonerThanASecondLater) {
+    Session s(test::nasDevice(), 1.0);
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    s.c->job().noteDeviceFullShown();
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto attempts = std::make_shared<std::atomic<int>>(0);
+    layer.setHook(failCopies(attempts, 2, ENOSPC));
+    test::writeFile(s.from("f.bin"), "f");
+    const auto start = std::chrono::steady_clock::now();
+    s.c->transferFile(s.from("f.bin"), s.at("f.bin"), s.dst);
+    // Two refusals, each followed by a second's wait, then the copy that works.
+    EXPECT_EQ(attempts->load(), 3);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1900));
+    EXPECT_EQ(test::readFile(s.at("f.bin")), "f");
+}
+
+TEST(Retry, ACancelAtTheMomentOfAClashLeavesTheFileThatWasThere) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    test::writeFile(s.at("photo.jpg"), "there before the upload");
+    test::writeFile(s.from("photo.jpg"), "the upload's");
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto dispatch = s.h.services.dispatch;
+    auto c = s.c;
+    // The copy is whole and is about to take its name, which is taken: the user stops now.
+    layer.setHook([dispatch, c](const std::string& op, const std::string&,
+                                const std::string&) -> std::optional<int> {
+        if (op == "rename") dispatch->mainSync([c] { c->cancelUploadFiles(2); });
+        return std::nullopt;
+    });
+    CopyThread copy(s, s.from("photo.jpg"), s.at("photo.jpg"));
+    ASSERT_TRUE(copy.waitFinished());
+    EXPECT_TRUE(s.c->uploadCancelled());
+    EXPECT_EQ(test::readFile(s.at("photo.jpg")), "there before the upload");
+    // Nothing half-done is left: no hidden copy.
+    for (const auto& entry : fs::directory_iterator(s.dst))
+        EXPECT_FALSE(engine::isTemporaryName(entry.path().filename().string())) << entry.path();
 }

@@ -151,6 +151,47 @@ TEST(Resume, ReleasesBothWaitersAndShiftsTheStartByThePause) {
     EXPECT_TRUE(s.h.log->contains("QVTransfer: resumeTransfer: timeRemaining_semaphore"));
 }
 
+// The time estimate leaves out a wait for the device: the start moves forward by exactly the
+// time from the pause to the moment the copy goes on.
+TEST(Resume, RoomOnTheDeviceAgainShiftsTheStartByTheWholeWait) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    const Date start = s.clock->now() - std::chrono::seconds(50);
+    s.c->job().setStartedAt(start);
+    s.c->job().pause(engine::PauseReason::DeviceFull);
+    Waiter copy(s.c->job());
+    ASSERT_TRUE(waiting(s, 1));
+
+    s.clock->advance(42);
+    s.c->resumeTransferAfterDeviceHasFreeSpace();
+
+    ASSERT_TRUE(waitFor([&] { return copy.released(); }));
+    EXPECT_FALSE(s.c->deviceFull());
+    EXPECT_EQ(s.c->job().startedAt(), start + std::chrono::seconds(42));
+    EXPECT_TRUE(
+        s.h.log->contains("QVTransfer: resumeTransferAfterDeviceHasFreeSpace: transfer_semaphore"));
+}
+
+TEST(Resume, AVolumeBackShiftsTheStartByTheWaitAndItsSettlingTime) {
+    test::TempDir volume;
+    ManualSession s(dasDevice({volume.path()}));
+    ASSERT_TRUE(s.c);
+    const Date start = s.clock->now() - std::chrono::seconds(50);
+    s.c->job().setStartedAt(start);
+    s.c->job().pause(engine::PauseReason::DeviceMissing);
+    Waiter copy(s.c->job());
+    ASSERT_TRUE(waiting(s, 1));
+
+    s.clock->advance(42);
+    // The volume is back; the copy goes on after the 3 seconds it is given to settle.
+    s.c->resumeOnDestinationVolume(volume.path());
+
+    ASSERT_TRUE(waitFor([&] { return copy.released(); }));
+    EXPECT_FALSE(s.c->reconnectingDevice());
+    EXPECT_EQ(s.c->job().startedAt(), start + std::chrono::seconds(45));
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: resumeTransferAfterDisconnect: transfer_semaphore"));
+}
+
 TEST(Resume, DoesNothingWhenNotPaused) {
     ManualSession s;
     ASSERT_TRUE(s.c);
@@ -310,8 +351,12 @@ TEST(Cancel, StopInTheDialogEndsTheUpload) {
     TempDir dest;
     writeFile(dest / "done1.txt", "first");
     writeFile(dest / "done2.txt", "second");
-    writeFile(dest / "partial.bin", std::string(4096, 'p'));
-    s.c->job().inProcessDestFilePath.set(dest / "partial.bin");
+    // The file in mid-copy is written under its hidden name; a file of the name it will get
+    // was there before the upload.
+    const std::string partial = dest / ".qvtransfer-0123456789abcdef.part";
+    writeFile(partial, std::string(4096, 'p'));
+    writeFile(dest / "big.bin", "there before");
+    s.c->job().inProcessDestFilePath.set(partial);
     s.c->sourceFilesArray.set(List{Record{{"fullFilePath", "/src/a"}}});
     s.c->failedTransferArray.set(List{Record{{"sourceFilePath", "/src/b"}}});
     s.c->progressStatus.set("x\ny");
@@ -335,8 +380,9 @@ TEST(Cancel, StopInTheDialogEndsTheUpload) {
     EXPECT_TRUE(s.h.view->called("closeWindow"));
     EXPECT_EQ(s.c->progressStatus.get(), "");
     EXPECT_EQ(s.c->subProgressStatus.get(), "");
-    // The file in mid-copy goes; the finished ones stay.
-    EXPECT_FALSE(fs::exists(dest / "partial.bin"));
+    // The file in mid-copy goes; the finished ones and the one that was there stay.
+    EXPECT_FALSE(fs::exists(partial));
+    EXPECT_EQ(readFile(dest / "big.bin"), "there before");
     EXPECT_EQ(readFile(dest / "done1.txt"), "first");
     EXPECT_EQ(readFile(dest / "done2.txt"), "second");
     // The paused threads wake up to see the cancel.
@@ -361,6 +407,19 @@ TEST(Cancel, NoFileInMidCopyRemovesNothing) {
     s.c->cancelUploadFiles(2);
     EXPECT_EQ(readFile(dest / "done.txt"), "kept");
     EXPECT_EQ(s.delegate->cancelCount, 1);
+}
+
+TEST(Cancel, AFileInHandUnderAFinalNameIsNeverRemoved) {
+    // Only a hidden copy the upload was writing is ever removed by a cancel: a final name in
+    // hand (the moment a file is given its name) belongs to a whole file.
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    TempDir dest;
+    writeFile(dest / "photo.jpg", "whole");
+    s.c->job().inProcessDestFilePath.set(dest / "photo.jpg");
+    s.c->cancelUploadFiles(2);
+    EXPECT_EQ(readFile(dest / "photo.jpg"), "whole");
+    EXPECT_EQ(s.c->job().inProcessDestFilePath.get(), "");
 }
 
 TEST(Cancel, FromTheLostConnectionDialog) {

@@ -91,7 +91,10 @@ TEST_F(PauseCancelUpload, PauseInTheBigFileLetsItFinishHoldsTheNextAndShiftsTheC
     files.holdCopyOf("/big/huge.bin");
     s.upload(dest);
     ASSERT_TRUE(files.waitHeld(120));
-    EXPECT_EQ(s.c().job().inProcessDestFilePath.get(), bigAtDest);
+    // The big file is written under its hidden name: its own name appears only once it is
+    // whole.
+    EXPECT_TRUE(isPartialCopyOf(s.c().job().inProcessDestFilePath.get(), bigAtDest));
+    EXPECT_FALSE(fs::exists(bigAtDest));
     ASSERT_TRUE(test::waitFor([&] { return s.c().job().startedAt() != Date{}; }, 10));
     const Date startBefore = s.c().job().startedAt();
 
@@ -180,13 +183,15 @@ TEST_F(PauseCancelUpload, StopAndCancelInTheBigFileRemovesItKeepsEarlierFilesTel
     files.holdCopyOf("/big/huge.bin");
     s.upload(dest);
     ASSERT_TRUE(files.waitHeld(120));
-    ASSERT_EQ(s.c().job().inProcessDestFilePath.get(), bigAtDest);
-    ASSERT_TRUE(fs::exists(bigAtDest));
+    const std::string partial = s.c().job().inProcessDestFilePath.get();
+    ASSERT_TRUE(isPartialCopyOf(partial, bigAtDest));
+    ASSERT_TRUE(fs::exists(partial));
+    EXPECT_FALSE(fs::exists(bigAtDest));
 
     // Files finished before the big one, with their contents.
     std::map<std::string, std::string> earlier;
     for (const std::string& rel : filesAtDest())
-        if (rel != "Mixed Tree/big/huge.bin") earlier[rel] = sha256Of(dest + "/" + rel);
+        if (dest + "/" + rel != partial) earlier[rel] = sha256Of(dest + "/" + rel);
 
     // The stop button (pause and the confirmation), then the confirmation's stop button.
     s.c().cancelUploadFiles(0);
@@ -194,10 +199,11 @@ TEST_F(PauseCancelUpload, StopAndCancelInTheBigFileRemovesItKeepsEarlierFilesTel
     EXPECT_TRUE(test::ScriptedView(s.harness().view).called("runModal cancelUploadConfDialog"));
     s.c().cancelUploadFiles(2);
     EXPECT_TRUE(s.c().uploadCancelled());
-    EXPECT_FALSE(fs::exists(bigAtDest));
+    EXPECT_FALSE(fs::exists(partial));
     files.release();
     ASSERT_TRUE(s.settle());
 
+    EXPECT_FALSE(fs::exists(partial));
     EXPECT_FALSE(fs::exists(bigAtDest));
     EXPECT_FALSE(s.c().isFileTransferCompleted());
     EXPECT_EQ(s.delegate().cancelCount.load(), 1);

@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "device/mount_destination.h"
+#include "engine/partial_copy.h"
 #include "platform/dispatch.h"
 #include "platform/plist_io.h"
 #include "session/services.h"
@@ -371,6 +372,12 @@ std::optional<Record> UploadSession::stateFile() {
     const auto value = platform::readPropertyList(controller_->transferDataFilePath);
     if (!value || !value->asRecord()) return std::nullopt;
     return *value->asRecord();
+}
+
+bool isPartialCopyOf(const std::string& inProcess, const std::string& finalPath) {
+    const std::filesystem::path partial(inProcess);
+    return partial.parent_path() == std::filesystem::path(finalPath).parent_path() &&
+           engine::isTemporaryName(partial.filename().string());
 }
 
 }  // namespace qvt::uploadtest

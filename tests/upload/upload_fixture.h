@@ -186,6 +186,10 @@ Record dasDeviceFor(const Ext4Volume& volume);
 
 // The files (not folders) of a snapshot.
 std::set<std::string> filesOf(const Snapshot& s);
+
+// Whether `inProcess` is the hidden copy a file is written to, in the folder of `finalPath`,
+// before it gets that name.
+bool isPartialCopyOf(const std::string& inProcess, const std::string& finalPath);
 // The entries directly in a folder (names), from the kernel's view of it.
 std::set<std::string> namesIn(const std::string& folder);
 
