@@ -97,6 +97,9 @@ class ConsoleSession : public QObject {
 
     // Status screen state.
     bool awaitingStopAnswer_ = false;
+    // What a paused upload waits for, told once when the wait begins and when it ends.
+    enum class Waiting { Nothing, Device, Space };
+    Waiting waitingFor_ = Waiting::Nothing;
     bool stopWithoutAsking_ = false;
     bool progressLineOpen_ = false;
     bool pausedShown_ = false;

@@ -89,7 +89,17 @@ void ConsoleSession::showProgress(bool force) {
 }
 
 void ConsoleSession::showPauseChange() {
-    const bool paused = view_.status().paused;
+    const StatusSnapshot status = view_.status();
+    // The end of a wait for the device or for room, told once.
+    if ((waitingFor_ == Waiting::Device && !status.deviceMissing) ||
+        (waitingFor_ == Waiting::Space && !status.deviceFull)) {
+        clearProgressLine();
+        std::printf("%s\n", waitingFor_ == Waiting::Device
+                                ? "The device is back; the upload continues."
+                                : "There is room again; the upload continues.");
+        waitingFor_ = Waiting::Nothing;
+    }
+    const bool paused = status.paused;
     if (paused == pausedShown_) return;
     pausedShown_ = paused;
     clearProgressLine();

@@ -287,11 +287,16 @@ void ConsoleSession::onModal(Dialog dialog) {
             answerLostConnection();
             break;
         case Dialog::DeviceMissing:
-            std::printf("The device is gone; the upload waits until it is back.\n");
+            // As the dialog's Close button: the upload waits, and goes on by itself once the
+            // device is back.
+            std::printf("%s is not reachable \u2014 waiting for it to come back (s stops).\n",
+                        deviceInfo("productName").c_str());
+            waitingFor_ = Waiting::Device;
             view_.answer(dialog, ConsoleView::kAnswerFirst);
             break;
         case Dialog::DeviceFull:
-            std::printf("The device is full; the upload waits until it has room.\n");
+            std::printf("The device is full \u2014 waiting for free space (s stops).\n");
+            waitingFor_ = Waiting::Space;
             view_.answer(dialog, ConsoleView::kAnswerFirst);
             break;
         default:

@@ -14,6 +14,7 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
@@ -67,9 +68,16 @@ inline ::testing::AssertionResult sameTree(const std::string& expected, const st
     const auto want = filesBelow(expected);
     const auto got = filesBelow(actual);
     if (want != got) {
-        std::string list;
-        for (const auto& f : got) list += " " + f;
-        return ::testing::AssertionFailure() << actual << " holds:" << list;
+        // Only the differences: a tree of thousands of files would bury them.
+        std::vector<std::string> missing, extra;
+        std::set_difference(want.begin(), want.end(), got.begin(), got.end(),
+                            std::back_inserter(missing));
+        std::set_difference(got.begin(), got.end(), want.begin(), want.end(),
+                            std::back_inserter(extra));
+        std::string text;
+        for (const auto& f : missing) text += " missing: " + f + ";";
+        for (const auto& f : extra) text += " extra: " + f + ";";
+        return ::testing::AssertionFailure() << actual << ":" << text;
     }
     for (const auto& f : want)
         if (test::readFile(expected + "/" + f) != test::readFile(actual + "/" + f))

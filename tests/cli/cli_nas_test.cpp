@@ -60,6 +60,7 @@ class CliNas : public CliTest {
         open.publicAccess = true;
         open.shareAccess = {"RW"};
         config.shares = {family, open};
+        config_ = config;
         ASSERT_GT(device_.start(config), 0);
     }
     void TearDown() override { device_.stop(); }
@@ -72,6 +73,7 @@ class CliNas : public CliTest {
     static inline sim::SambaServer* samba_ = nullptr;
     static inline std::string startError_;
     sim::DeviceSimulator device_;
+    sim::DeviceConfig config_;
 };
 
 TEST_F(CliNas, UploadsToAFolderOfAPrivateShare) {
@@ -174,4 +176,49 @@ TEST_F(CliNas, AtATerminalItAsksForAccountPasswordAndDestinationAndNeverEchoesTh
     // What was typed for the account and the folder shows; the password does not.
     EXPECT_NE(child.output().find("Family/Trips"), std::string::npos);
     EXPECT_EQ(child.output().find(kPassword), std::string::npos) << child.output();
+}
+
+TEST_F(CliNas, TheDeviceGoesAwayMidUploadAndTheUploadGoesOnByItselfWhenItIsBack) {
+    fs::create_directories(share("Family") + "/Trips");
+    for (int i = 0; i < 1500; ++i)
+        test::writeFile(
+            work / ("src/Many/part " + std::to_string(i / 300) + "/f" + std::to_string(i) + ".txt"),
+            "file " + std::to_string(i) + "\n");
+    auto args = deviceArgs();
+    for (const std::string a :
+         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
+        args.push_back(a);
+    args.push_back(work / "src/Many");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    child.write(std::string(kPassword) + "\n");
+    child.closeInput();
+
+    // Well into the upload, the device goes away (its HTTP interface and its smbd).
+    const auto filesOnShare = [&] {
+        std::size_t n = 0;
+        if (fs::exists(share("Family") + "/Trips/Many"))
+            for (const auto& e : fs::recursive_directory_iterator(share("Family") + "/Trips/Many"))
+                n += e.is_regular_file() ? 1 : 0;
+        return n;
+    };
+    ASSERT_TRUE(test::waitFor([&] { return filesOnShare() > 50; }, kDeadline)) << child.output();
+    const int port = device_.port();
+    device_.stop();
+    samba_->stop();
+    ASSERT_TRUE(child.waitForOutput("is not reachable", kDeadline))
+        << child.output() << child.errors();
+
+    std::string error;
+    ASSERT_TRUE(samba_->start(&error)) << error;
+    ASSERT_EQ(device_.start(config_, "127.0.0.1", port), port);
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_NE(child.output().find("Test Cloud is not reachable \u2014 waiting for it to come back"),
+              std::string::npos)
+        << child.output();
+    EXPECT_NE(child.output().find("The device is back; the upload continues."), std::string::npos)
+        << child.output();
+    EXPECT_TRUE(sameTree(work / "src/Many", share("Family") + "/Trips/Many"));
+    for (const auto& e : fs::recursive_directory_iterator(share("Family")))
+        EXPECT_EQ(e.path().filename().string().find(".qvtransfer-"), std::string::npos) << e.path();
 }
