@@ -65,16 +65,18 @@ void Terminal::setRawInput(bool raw) {
 
 std::optional<std::string> Terminal::readLine(const std::string& prompt, bool secret,
                                               const std::function<bool()>& abandon) {
-    if (!prompt.empty()) {
-        std::fputs(prompt.c_str(), stdout);
-        std::fflush(stdout);
-    }
+    // Echo goes off before the prompt shows, so that nothing typed once the prompt is there,
+    // however quickly, is shown.
     const bool hideEcho = secret && inputTty_ && settingsSaved;
     if (hideEcho) {
         struct termios t = savedSettings;
         t.c_lflag &= static_cast<tcflag_t>(~ECHO);
         t.c_lflag |= ICANON;
         tcsetattr(STDIN_FILENO, TCSANOW, &t);
+    }
+    if (!prompt.empty()) {
+        std::fputs(prompt.c_str(), stdout);
+        std::fflush(stdout);
     }
     pauseKeys(true);
     std::string line;

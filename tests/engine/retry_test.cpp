@@ -66,6 +66,14 @@ TEST(Retry, AFullDeviceShowsItsDialogAndTheFileIsRetriedAfterTheRecovery) {
     auto attempts = std::make_shared<std::atomic<int>>(0);
     layer.setHook(failCopies(attempts, 1, ENOSPC));
     test::writeFile(s.from("big.bin"), "0123456789");
+    // The status lines while the dialog is up; after it the host's message changes them.
+    auto lineWithDialog = std::make_shared<qvt::Guarded<std::string>>();
+    {
+        std::lock_guard lock(s.h.view->mutex);
+        s.h.view->modalHooks[Dialog::DeviceFull] = [c = s.c.get(), lineWithDialog] {
+            lineWithDialog->set(c->progressStatusMsg1.get());
+        };
+    }
 
     CopyThread copy(s, s.from("big.bin"), s.at("big.bin"));
 
@@ -80,7 +88,10 @@ TEST(Retry, AFullDeviceShowsItsDialogAndTheFileIsRetriedAfterTheRecovery) {
     EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceFullDialog: timeRemaining_semaphore"));
     EXPECT_EQ(s.c->statusTextColor.get(), (Colour{196, 196, 196, 1.0}));
     EXPECT_TRUE(test::waitFor([&] { return s.h.view->statusNow().pauseButtonTag == 4; }));
-    EXPECT_EQ(s.c->progressStatusMsg1.get(), "Uploading file 3 of 100");
+    EXPECT_EQ(lineWithDialog->get(), "Uploading file 3 of 100");
+    EXPECT_TRUE(test::waitFor([&] {
+        return s.c->progressStatusMsg1.get() == "Test Cloud is full";
+    })) << s.c->progressStatusMsg1.get();
     EXPECT_FALSE(copy.finished());
     EXPECT_EQ(attempts->load(), 1);
     EXPECT_FALSE(fs::exists(s.at("big.bin")));
@@ -102,7 +113,8 @@ TEST(Retry, AFullDeviceShowsItsDialogAndTheFileIsRetriedAfterTheRecovery) {
     EXPECT_TRUE(s.h.log->contains("QVTransfer: transferFile 2: transfer_semaphore"));
     EXPECT_EQ(attempts->load(), 2);
     EXPECT_EQ(test::readFile(s.at("big.bin")), "0123456789");
-    EXPECT_EQ(s.h.view->statusNow().pauseButtonTag, 3);
+    // The window hears of the change on its own thread.
+    EXPECT_TRUE(test::waitFor([&] { return s.h.view->statusNow().pauseButtonTag == 3; }));
     // A full device is not a failure: no record, one handled entry, one counter step.
     EXPECT_TRUE(s.c->failedTransferArray.get().empty());
     EXPECT_EQ(s.c->inProcessSourceFilesArray.get(), std::vector<std::string>{s.at("big.bin")});
@@ -145,6 +157,14 @@ TEST(Retry, AnUnknownWriteErrorOnAPlainFileIsALostDevice) {
     auto attempts = std::make_shared<std::atomic<int>>(0);
     layer.setHook(failCopies(attempts, 1, ETIMEDOUT));
     test::writeFile(s.from("doc.txt"), "doc");
+    // The status while the dialog is up; after it the host's message changes it.
+    auto statusWithDialog = std::make_shared<qvt::Guarded<std::string>>();
+    {
+        std::lock_guard lock(s.h.view->mutex);
+        s.h.view->modalHooks[Dialog::DeviceMissing] = [c = s.c.get(), statusWithDialog] {
+            statusWithDialog->set(c->progressStatus.get());
+        };
+    }
 
     CopyThread copy(s, s.from("doc.txt"), s.at("doc.txt"));
     ASSERT_TRUE(test::waitFor(
@@ -155,7 +175,7 @@ TEST(Retry, AnUnknownWriteErrorOnAPlainFileIsALostDevice) {
     EXPECT_FALSE(s.c->deviceFull());
     EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceDisconnect: transfer_semaphore"));
     EXPECT_TRUE(s.h.log->contains("QVTransfer: displayDeviceDisconnect: timeRemaining_semaphore"));
-    EXPECT_EQ(s.c->progressStatus.get(), "Uploading file 1 of 100\nTest Cloud is not connected");
+    EXPECT_EQ(statusWithDialog->get(), "Uploading file 1 of 100\nTest Cloud is not connected");
     // The host hears that the device cannot be reached.
     ASSERT_TRUE(test::waitFor([&] {
         for (const auto& m : s.delegate->messages())
@@ -268,6 +288,8 @@ TEST(Retry, AFullDeviceWhileCreatingAFolderRetriesTheWholeFolder) {
     s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
+    // No room until the test says so: the watcher must not end the wait by itself.
+    layer.availableBytes = 0;
     auto attempts = std::make_shared<std::atomic<int>>(0);
     layer.setHook([attempts](const std::string& op, const std::string&,
                              const std::string&) -> std::optional<int> {
@@ -294,6 +316,8 @@ TEST(Retry, ACancelReleasesTheWaitingCopyWithoutARecord) {
     s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
+    // No room until the test says so: the watcher must not end the wait by itself.
+    layer.availableBytes = 0;
     auto attempts = std::make_shared<std::atomic<int>>(0);
     layer.setHook(failCopies(attempts, 1, ENOSPC));
     test::writeFile(s.from("big.bin"), "b");

@@ -19,8 +19,7 @@ namespace {
 
 using platform::files;
 
-static ::testing::Environment* const kSamba =
-    ::testing::AddGlobalTestEnvironment(new SambaEnvironment);
+static ::testing::Environment* const kSamba = sambaEnvironment();
 
 class SmbFilesTest : public ::testing::Test {
   protected:

@@ -104,6 +104,14 @@ class SambaEnvironment : public ::testing::Environment {
     static inline std::string startError_;
 };
 
+// Registers the program-wide Samba server once, however many test files of one program ask
+// for it: a second registration would start a second server and lose the first.
+inline ::testing::Environment* sambaEnvironment() {
+    static ::testing::Environment* const environment =
+        ::testing::AddGlobalTestEnvironment(new SambaEnvironment);
+    return environment;
+}
+
 // A loop device over a small ext4 image; detached (and unmounted) when the object goes.
 class LoopVolume {
   public:

@@ -11,8 +11,7 @@
 namespace qvt::mounttest {
 namespace {
 
-static ::testing::Environment* const kSamba =
-    ::testing::AddGlobalTestEnvironment(new SambaEnvironment);
+static ::testing::Environment* const kSamba = sambaEnvironment();
 
 // The real layer, with every mount request kept for the test to look at.
 class RecordingFiles : public platform::FileLayer {

@@ -11,8 +11,7 @@
 namespace qvt::uploadtest {
 namespace {
 
-static ::testing::Environment* const kSamba =
-    ::testing::AddGlobalTestEnvironment(new mounttest::SambaEnvironment);
+static ::testing::Environment* const kSamba = mounttest::sambaEnvironment();
 
 constexpr std::size_t kBig = 100u << 20;
 

@@ -17,8 +17,7 @@
 namespace qvt::uploadtest {
 namespace {
 
-static ::testing::Environment* const kSamba =
-    ::testing::AddGlobalTestEnvironment(new mounttest::SambaEnvironment);
+static ::testing::Environment* const kSamba = mounttest::sambaEnvironment();
 
 constexpr const char* kSerial = "SN-RECOVERY";
 
