@@ -1,4 +1,5 @@
 #include "console_session.h"
+#include "progress_text.h"
 
 #include <QCoreApplication>
 #include <cstdio>
@@ -11,8 +12,6 @@ namespace qvt::cli {
 namespace {
 // How often the session looks at the controller: often enough for a live progress line.
 constexpr int kTickMilliseconds = 50;
-// How long a resume may take to bring up the status screen before it counts as nothing to do.
-constexpr auto kResumeWait = std::chrono::seconds(5);
 }  // namespace
 
 ConsoleSession::ConsoleSession(Options options, Terminal& terminal, Record device,
@@ -104,13 +103,18 @@ void ConsoleSession::tick() {
                 break;
             case Stage::Resuming:
                 if (shown && *shown == Screen::Status) {
+                    const StatusSnapshot status = view_.status();
+                    std::printf("Taking up %zu %s (%lld files, %s) to %s on %s\n", status.sources,
+                                status.sources == 1 ? "item" : "items",
+                                static_cast<long long>(status.filesTotal),
+                                progressBytesText(status.bytesTotal).c_str(),
+                                status.destination.c_str(), status.productName.c_str());
+                    std::fflush(stdout);
                     stage_ = Stage::Uploading;
                     terminal_.setRawInput(true);
                     terminal_.startKeys([this](char k) { onKey(k); }, [] {});
-                } else if (now - stageSince_ > kResumeWait) {
-                    finish(kExitSomeFailed,
-                           "Nothing was resumed: the state file holds no upload to take up for "
-                           "this device.");
+                } else if (const std::string problem = view_.resumeProblem(); !problem.empty()) {
+                    finish(kExitSomeFailed, problem);
                 }
                 break;
             case Stage::Uploading:

@@ -177,6 +177,16 @@ void ConsoleView::showDeviceFull() {
     runModal(Dialog::DeviceFull);
 }
 
+void ConsoleView::showResumeProblem(const ResumeProblem& problem) {
+    std::lock_guard lock(mutex_);
+    resumeProblem_ = problem.sentence;
+}
+
+std::string ConsoleView::resumeProblem() const {
+    std::lock_guard lock(mutex_);
+    return resumeProblem_;
+}
+
 void ConsoleView::endModal(Dialog dialog) {
     if (!onMainThread()) {
         QMetaObject::invokeMethod(

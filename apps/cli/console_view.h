@@ -46,6 +46,7 @@ class ConsoleView : public QVTransferView {
     LostConnectionAnswer askLostConnection() override;
     void showDeviceMissing() override;
     void showDeviceFull() override;
+    void showResumeProblem(const ResumeProblem& problem) override;
     void endModal(Dialog dialog) override;
     void stopModal() override;
     void setText(const std::string&, const std::string&) override {}
@@ -61,6 +62,8 @@ class ConsoleView : public QVTransferView {
     SourcesScreen sources() const;
     DestinationScreen destinations() const;
     StatusSnapshot status() const;
+    // Why the interrupted upload could not be taken up ("" while nothing was said).
+    std::string resumeProblem() const;
     // The text of the question open now ("" when none has text).
     std::string questionText() const;
     bool enabled(const std::string& control) const;
@@ -90,6 +93,7 @@ class ConsoleView : public QVTransferView {
     DestinationScreen destinations_;
     StatusSnapshot status_;
     std::string questionText_;
+    std::string resumeProblem_;
     std::map<std::string, bool> enabled_;
     std::string selectedFolder_;
     bool closed_ = false;

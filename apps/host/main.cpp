@@ -1,6 +1,8 @@
 // A sample host application: builds a device record (from a property-list file or from flags),
 // opens the upload wizard for it and prints every message the wizard sends back.
 #include <QApplication>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QTimer>
 #include <QWidget>
 #include <cstdio>
@@ -19,7 +21,8 @@ namespace {
 const char* kUsage =
     "usage: qvtransfer-host [--record FILE | --das PATH... | --nas ADDRESS --serial SN --name "
     "NAME]\n"
-    "                       [--zero-state] [--resume] [--screenshot PNG]\n";
+    "                       [--zero-state] [--resume] [--screenshot PNG]\n"
+    "Without --resume, an interrupted upload recorded for the device is offered for resuming.\n";
 
 class PrintingDelegate : public QVTransferFullDelegate {
   public:
@@ -155,13 +158,41 @@ std::optional<qvt::Record> deviceRecord(const HostOptions& o, std::string& error
     return std::nullopt;
 }
 
-// Saves what a person would see of the wizard's window to `file` once it has laid itself out,
-// then ends the program.
+// Opens the wizard; when the state file holds an interrupted upload for the device, first asks
+// whether to take it up (the library leaves that choice to its host).
+void startWizard(const std::shared_ptr<QVTransfer>& wizard, const std::string& productName) {
+    if (!wizard->hasUploadToResume()) {
+        wizard->startFileTransfer();
+        return;
+    }
+    std::printf("an interrupted upload to %s can be resumed\n", productName.c_str());
+    std::fflush(stdout);
+    auto* box = new QMessageBox(QMessageBox::Question, QStringLiteral("Resume Upload"),
+                                QStringLiteral("An upload to %1 was interrupted. Do you want to "
+                                               "take it up where it stopped?")
+                                    .arg(QString::fromStdString(productName)));
+    box->setObjectName(QStringLiteral("resumeOffer"));
+    QPushButton* resume = box->addButton(QStringLiteral("Resume Upload"), QMessageBox::AcceptRole);
+    box->addButton(QStringLiteral("Start a New Upload"), QMessageBox::RejectRole);
+    box->setDefaultButton(resume);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    QObject::connect(box, &QMessageBox::finished, box, [box, resume, wizard] {
+        if (box->clickedButton() == resume)
+            wizard->resumeFileTransferAfterRestart();
+        else
+            wizard->startFileTransfer();
+    });
+    box->open();
+}
+
+// Saves what a person would see (the wizard's window, or the question that comes before it) to
+// `file` once it has laid itself out, then ends the program.
 void saveScreenshotLater(QApplication& app, const std::string& file) {
     QTimer::singleShot(500, [&app, file] {
         bool saved = false;
         for (QWidget* w : QApplication::topLevelWidgets()) {
-            if (w->isVisible() && w->windowTitle() == QStringLiteral("Tessaly")) {
+            if (w->isVisible() && (w->windowTitle() == QStringLiteral("Tessaly") ||
+                                   w->objectName() == QStringLiteral("resumeOffer"))) {
                 saved = w->grab().save(QString::fromStdString(file), "PNG");
                 break;
             }
@@ -189,7 +220,9 @@ int main(int argc, char** argv) {
     if (options.resume)
         wizard->resumeFileTransferAfterRestart();
     else
-        wizard->startFileTransfer();
+        startWizard(wizard, device->record("deviceInfo")
+                                ? device->record("deviceInfo")->string("productName")
+                                : std::string());
 
     if (!options.screenshot.empty()) saveScreenshotLater(app, options.screenshot);
     const int rc = app.exec();

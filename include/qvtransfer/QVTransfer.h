@@ -34,6 +34,10 @@ class QVT_EXPORT QVTransfer {
     void startFileTransfer();
     // Takes up the upload recorded in the state file for this device.
     void resumeFileTransferAfterRestart();
+    // Whether the state file holds an interrupted upload for this device that
+    // resumeFileTransferAfterRestart() would take up; a host asks it before offering the resume.
+    // It reads the file and changes nothing.
+    bool hasUploadToResume() const;
     // The host's device discovery: the devices it sees now, as a record.
     void discovereDevicesForTransfer(const qvt::Record& devices);
 

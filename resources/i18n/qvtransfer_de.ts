@@ -310,6 +310,20 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>%@ ist voll</translation>
     </message>
+    <message id="RESUME_NOTHING_txt">
+        <source>There is no interrupted upload to %@ to take up.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Es gibt keinen unterbrochenen Upload auf %@, der fortgesetzt werden kann.</translation>
+    </message>
+    <message id="RESUME_UNREADABLE_txt">
+        <source>The record of the interrupted upload could not be read, so the upload cannot be taken up.</source>
+        <translation>Die Aufzeichnung des unterbrochenen Uploads konnte nicht gelesen werden, daher kann der Upload nicht fortgesetzt werden.</translation>
+    </message>
+    <message id="RESUME_NOT_MOUNTED_txt">
+        <source>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Das Ziel auf %@ ist nicht erreichbar, daher kann der unterbrochene Upload jetzt nicht fortgesetzt werden.</translation>
+    </message>
     <message id="DAY_txt">
         <source>%@ day</source>
         <extracomment>%@ is replaced by a number.</extracomment>

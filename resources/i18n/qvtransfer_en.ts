@@ -310,6 +310,20 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>%@ is full</translation>
     </message>
+    <message id="RESUME_NOTHING_txt">
+        <source>There is no interrupted upload to %@ to take up.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>There is no interrupted upload to %@ to take up.</translation>
+    </message>
+    <message id="RESUME_UNREADABLE_txt">
+        <source>The record of the interrupted upload could not be read, so the upload cannot be taken up.</source>
+        <translation>The record of the interrupted upload could not be read, so the upload cannot be taken up.</translation>
+    </message>
+    <message id="RESUME_NOT_MOUNTED_txt">
+        <source>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</translation>
+    </message>
     <message id="DAY_txt">
         <source>%@ day</source>
         <extracomment>%@ is replaced by a number.</extracomment>

@@ -310,6 +310,20 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>Plus d’espace libre sur %@</translation>
     </message>
+    <message id="RESUME_NOTHING_txt">
+        <source>There is no interrupted upload to %@ to take up.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Aucun envoi interrompu vers %@ n’est à reprendre.</translation>
+    </message>
+    <message id="RESUME_UNREADABLE_txt">
+        <source>The record of the interrupted upload could not be read, so the upload cannot be taken up.</source>
+        <translation>L’enregistrement de l’envoi interrompu est illisible, l’envoi ne peut donc pas être repris.</translation>
+    </message>
+    <message id="RESUME_NOT_MOUNTED_txt">
+        <source>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>La destination sur %@ est inaccessible, l’envoi interrompu ne peut donc pas être repris maintenant.</translation>
+    </message>
     <message id="DAY_txt">
         <source>%@ day</source>
         <extracomment>%@ is replaced by a number.</extracomment>

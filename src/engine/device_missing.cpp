@@ -14,6 +14,7 @@
 #include "engine/path_names.h"
 #include "engine/share_names.h"
 #include "engine/status_lines.h"
+#include "engine/volume_lookup.h"
 #include "platform/dispatch.h"
 #include "platform/files.h"
 #include "platform/format.h"
@@ -23,6 +24,8 @@
 #include "session/view.h"
 
 namespace fs = qvt::platform;
+using qvt::engine::isUnder;
+using qvt::engine::mountedVolumeWithUuid;
 using qvt::engine::PauseReason;
 using qvt::platform::QueuePriority;
 
@@ -34,12 +37,6 @@ constexpr double kReachabilityPoll = 3;
 constexpr double kRemountSettle = 3;
 
 const char* const kResumeOperation = "resumeTransferAfterDisconnect";
-
-// Whether `path` is `root` or lies below it.
-bool isUnder(const std::string& path, const std::string& root) {
-    return path == root || (path.size() > root.size() && path.compare(0, root.size(), root) == 0 &&
-                            (root.back() == '/' || path[root.size()] == '/'));
-}
 
 // The mount points of the mount folder's entries (hidden ones skipped) whose share no longer
 // answers. A share that answers again is no stale mount: leaving it mounted lets the mount
@@ -67,16 +64,6 @@ void keepOnlyPendingSources(QVTransferPrivate& c) {
                 pending.push_back(row);
         rows = std::move(pending);
     });
-}
-
-// The mount point of the mounted local volume whose filesystem UUID is `uuid`, or "".
-std::string mountedVolumeWithUuid(const std::string& uuid) {
-    if (uuid.empty()) return "";
-    for (const auto& volume : fs::files().mountedVolumes()) {
-        if (volume.inProcess) continue;
-        if (fs::files().volumeFacts(volume.path).uuid == uuid) return volume.path;
-    }
-    return "";
 }
 
 // The device's volume with filesystem UUID `uuid` mounted through the mount service (a disk

@@ -14,4 +14,17 @@ namespace qvt::engine {
 // "" when there is no such component.
 std::string shareNameOfDestination(const std::string& destination, const std::string& mountDir);
 
+// The name of the volume an attached device's destination lay on: the second component of
+// `destination` once every occurrence of `mountDir` is removed ("" when there is none). A
+// destination under "/Volumes" gives "Volumes".
+std::string volumeNameOfDestination(const std::string& destination, const std::string& mountDir);
+
+// `destination` moved to a share or volume mounted again at `newMount`: `mountDir` (or else
+// "/Volumes") is removed from it, its first component after the root (the old mount point's
+// name) is dropped, and the rest is appended to `newMount`. With the mount folder
+// /home/u/.QVTransfer, /home/u/.QVTransfer/Public-1/Photos/2014 on the new mount
+// /home/u/.QVTransfer/Public gives /home/u/.QVTransfer/Public/Photos/2014.
+std::string destinationOnNewMount(const std::string& destination, const std::string& mountDir,
+                                  const std::string& newMount);
+
 }  // namespace qvt::engine

@@ -1,10 +1,12 @@
 // The upload's start and its copy loop over the source list.
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "engine/path_names.h"
+#include "engine/volume_lookup.h"
 #include "platform/clock.h"
 #include "platform/dispatch.h"
 #include "platform/files.h"
@@ -52,17 +54,14 @@ std::optional<qvt::Value> nextSource(const QVTransferPrivate& c, WalkPlace& plac
     });
 }
 
-// The mount point of the volume `path` lies on: the longest mount point that holds it.
-std::string mountPointOf(const std::string& path) {
-    std::string best;
-    for (const auto& volume : fmt::files().mountedVolumes()) {
-        const std::string& root = volume.path;
-        const bool holds = path == root || root == "/" ||
-                           (path.compare(0, root.size(), root) == 0 && path.size() > root.size() &&
-                            path[root.size()] == '/');
-        if (holds && root.size() > best.size()) best = root;
-    }
-    return best;
+// Whether `name` can be a source's name at the destination: "/", "." and ".." would put the
+// copy at the destination folder itself or above it.
+bool isPlainName(const std::string& name) {
+    return name != "/" && name != "." && name != "..";
+}
+
+qvt::TransferError invalidSourceError() {
+    return qvt::TransferError{EINVAL, fmt::errorDescription(EINVAL)};
 }
 
 }  // namespace
@@ -87,7 +86,7 @@ void QVTransferPrivate::uploadFiles() {
         // Recognises the volume when the disk comes back; a filesystem without a UUID leaves
         // it empty.
         selectedDASUUID.set(fmt::files().volumeFacts(destination).uuid);
-        destinationVolumeRoot.set(mountPointOf(destination));
+        destinationVolumeRoot.set(qvt::engine::mountPointOf(destination));
     }
 
     selectedDestinationShare.set(destination);
@@ -105,10 +104,24 @@ void QVTransferPrivate::uploadFiles() {
     dispatcher().async(QueuePriority::High, [self] { self->calculateRemainingTime(); });
     dispatcher().async(QueuePriority::High,
                        [self] { self->saveQVTransferDataToFileForEachFile(); });
-    dispatcher().async(QueuePriority::High, [self] { self->copySourceFiles(); });
+    dispatcher().async(QueuePriority::High, [self] {
+        // The record is on disk before the first byte is copied: whatever a crash leaves at the
+        // destination, the state file knows of the upload.
+        self->saveQVTransferDataToFile();
+        self->copySourceFiles();
+    });
 }
 
 void QVTransferPrivate::copySourceFiles() {
+    walkSourceFiles(false);
+}
+
+void QVTransferPrivate::copyPendingSourceFiles() {
+    walkSourceFiles(true);
+    job().resumedAfterRestart = false;
+}
+
+void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
     qvt::engine::UploadJob& upload = job();
     WalkPlace place;
     while (true) {
@@ -119,14 +132,26 @@ void QVTransferPrivate::copySourceFiles() {
         const std::optional<qvt::Value> entry = nextSource(*this, place);
         if (!entry) break;
         const qvt::Record* row = entry->asRecord();
+        // An upload taken up again copies only the sources that were ticked; the others were
+        // counted in its totals all the same.
+        if (afterRestart && row && row->find("filesSelectCheckbox") &&
+            row->find("filesSelectCheckbox")->toInt64(1) == 0)
+            continue;
         const std::string source = row ? row->string("fullFilePath") : std::string();
 
         // A folder source keeps its own name at the destination.
         const std::string share = selectedDestinationShare.get();
-        const std::string destination =
-            qvt::engine::appendingPathComponent(share, qvt::engine::lastPathComponent(source));
-        log().write(fmt::format("QVTransfer: Uploading file/folder %@ to %@ Time: %@\n", source,
-                                qvt::engine::lastPathComponent(share), logTime(*this)));
+        const std::string name = qvt::engine::lastPathComponent(source);
+        if (!isPlainName(name)) {
+            // Only a damaged or forged state file names such a source: its name would put the
+            // copy outside the destination folder.
+            processFileTransferStatus(source, share, invalidSourceError());
+            continue;
+        }
+        const std::string destination = qvt::engine::appendingPathComponent(share, name);
+        if (!afterRestart)
+            log().write(fmt::format("QVTransfer: Uploading file/folder %@ to %@ Time: %@\n", source,
+                                    qvt::engine::lastPathComponent(share), logTime(*this)));
 
         // A source under a protected location is copied, never moved.
         bool excludeFile = false;

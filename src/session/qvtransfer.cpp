@@ -224,12 +224,6 @@ void QVTransferPrivate::startFileTransfer() {
     view_->setText("zeroUploadWindowHeading", fmt::format(localeUPLOADING_FILES_TO_title, product));
 }
 
-void QVTransferPrivate::resumeFileTransferAfterRestart() {
-    // Until the state file can be taken up again, the resume brings the window forward.
-    log().write("QVTransfer: resumeFileTransferAfterRestart");
-    view_->bringToFront();
-}
-
 void QVTransferPrivate::clearMainTransferView() {
     // Take the list once and remove its last element once per element: whatever is stacked
     // goes, topmost first.

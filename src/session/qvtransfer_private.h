@@ -53,7 +53,28 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void setDelegate(const std::shared_ptr<QVTransferDelegate>& delegate);
     void startFileTransfer();
     void resumeFileTransferAfterRestart();
+    // Whether the state file holds an interrupted upload for this device that a resume would
+    // take up (a host asks before it offers the resume).
+    bool hasUploadToResume() const;
     void discovereDevicesForTransfer(const qvt::Record& devices);
+
+    // ---- The resume's steps (session/resume_after_restart.cpp) ----
+    // Reads the state file, mounts the share or volume again and moves the destination there,
+    // then starts the upload on the main thread; or tells the user why it cannot.
+    void prepareResumeAfterRestart();
+    // Adds the pending sources' counts and sizes to the totals.
+    void addResumedTotals();
+    // Mounts the share of `savedDestination` again; its mount path, or "".
+    std::string mountShareForResume(const std::string& savedDestination);
+    // Finds or mounts the attached volume of `savedDestination` (the state file's key being its
+    // UUID) and answers the destination on it, or "".
+    std::string volumeDestinationForResume(const std::string& savedDestination,
+                                           const std::string& volumeUuid);
+    void failResumeAfterRestart(const std::string& sentence);
+    // Shows the progress screen and starts the estimator, the state-file loop and the copy.
+    void startResumedUpload();
+    // Removes the hidden copies a killed upload left where the pending sources go.
+    void removeLeftoverPartialCopies();
 
     // ---- Localised texts ----
     void setupLocaleTexts();
@@ -198,6 +219,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // The copy loop over sourceFilesArray; the upload's own thread. The resume and retry paths
     // run it over their own lists.
     void copySourceFiles();
+    // The copy loop of an upload taken up after a restart: unticked sources are skipped, and
+    // resumedAfterRestart ends with it.
+    void copyPendingSourceFiles();
     // Copies one source, a file or a folder with everything below it, to `destFilePath`;
     // returns when all of it has been handled (upload thread). With the move option its files
     // are moved, unless `excludeFile` says the source is protected: then they are copied.
@@ -404,6 +428,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     bool resumeAfterDisconnectOnce();
     void watchForDestinationVolume();
     void finishReconnection();
+    // The copy loop over the source list, for a new upload or one taken up after a restart.
+    void walkSourceFiles(bool afterRestart);
     // Held by the one resumption under way.
     std::mutex recoveryMutex;
 };

@@ -31,6 +31,10 @@ void QVTransfer::resumeFileTransferAfterRestart() {
     d->resumeFileTransferAfterRestart();
 }
 
+bool QVTransfer::hasUploadToResume() const {
+    return d->hasUploadToResume();
+}
+
 void QVTransfer::discovereDevicesForTransfer(const qvt::Record& devices) {
     d->discovereDevicesForTransfer(devices);
 }

@@ -103,6 +103,7 @@ qvt::StatusSnapshot QVTransferPrivate::statusSnapshot() const {
     s.uploadedFilesLabel = controls.uploadedFilesLabel;
     s.uploadedFilesLinkTitle = controls.uploadedFilesLinkTitle;
     s.uploadedFilesShown = !controls.uploadedFilesLinkHidden;
+    s.sources = sourceFilesArray.with([](const qvt::List& rows) { return rows.size(); });
     s.destination = selectedDestinationShare.get();
     s.productName = deviceInfo().string("productName");
     for (const Value& value : failedTransferArray.get())

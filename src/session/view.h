@@ -50,6 +50,10 @@ class QVTransferView {
     // the controller ends them.
     virtual void showDeviceMissing() = 0;
     virtual void showDeviceFull() = 0;
+    // Tells the user why the interrupted upload could not be taken up. The window shows the
+    // sentence with a Close button, which closes the window too; the console prints it and
+    // ends. Main thread.
+    virtual void showResumeProblem(const ResumeProblem& problem) = 0;
     // Ends the modal run of `dialog` and closes it.
     virtual void endModal(Dialog dialog) = 0;
     // Ends whatever modal run is under way.

@@ -108,6 +108,8 @@ struct StatusSnapshot {
     std::string uploadedFilesLabel;
     std::string uploadedFilesLinkTitle;
     bool uploadedFilesShown = false;
+    // The sources in the upload's list (top-level files and folders).
+    std::size_t sources = 0;
     // Where the files go, and the device's name.
     std::string destination;
     std::string productName;
@@ -145,5 +147,12 @@ enum class ProtectedFilesAnswer { StayOnSources, Continue, Dismissed };
 
 // The device cannot be reached from the login screens: Retry repeats the step that failed.
 enum class LostConnectionAnswer { Retry, Cancel, Dismissed };
+
+// Why an interrupted upload could not be taken up, in one sentence, and the title of the one
+// button that closes the message.
+struct ResumeProblem {
+    std::string sentence;
+    std::string closeTitle;
+};
 
 }  // namespace qvt

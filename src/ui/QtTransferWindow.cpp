@@ -10,7 +10,9 @@
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QScreen>
 #include <QStackedWidget>
 #include <QThread>
@@ -246,6 +248,26 @@ void QtTransferWindow::showDeviceMissing() {
 
 void QtTransferWindow::showDeviceFull() {
     runModal(Dialog::DeviceFull);
+}
+
+void QtTransferWindow::showResumeProblem(const ResumeProblem& problem) {
+    const QString sentence = QString::fromStdString(problem.sentence);
+    const QString closeTitle = QString::fromStdString(problem.closeTitle);
+    onGui([this, sentence, closeTitle] {
+        // Sheet-like: modal to the window only, so the window's own events go on meanwhile.
+        auto* box = new QMessageBox(QMessageBox::Information, window()->windowTitle(), sentence,
+                                    QMessageBox::NoButton, window());
+        box->setObjectName("resumeProblemMessage");
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        QPushButton* close = box->addButton(closeTitle, QMessageBox::AcceptRole);
+        close->setObjectName("resumeProblemCloseButton");
+        box->setDefaultButton(close);
+        box->setEscapeButton(close);
+        // Nothing was taken up: the window has nothing left to show.
+        QWidget* owner = window();
+        connect(box, &QMessageBox::finished, owner, [owner] { owner->close(); });
+        box->open();
+    });
 }
 
 void QtTransferWindow::stopModal() {

@@ -58,6 +58,7 @@ class QtTransferWindow : public QObject, public QVTransferView {
     LostConnectionAnswer askLostConnection() override;
     void showDeviceMissing() override;
     void showDeviceFull() override;
+    void showResumeProblem(const ResumeProblem& problem) override;
     void endModal(Dialog dialog) override;
     void stopModal() override;
     void setText(const std::string& control, const std::string& text) override;

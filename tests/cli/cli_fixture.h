@@ -16,9 +16,11 @@
 #include <functional>
 #include <iterator>
 #include <map>
+#include <regex>
 #include <string>
 #include <vector>
 
+#include "engine/partial_copy.h"
 #include "support/child_process.h"
 #include "support/support.h"
 
@@ -160,5 +162,59 @@ class CliTest : public ::testing::Test {
     test::TempDir home;
     test::TempDir work;
 };
+
+// Regular files below `root` (or `root` itself), relative path -> bytes.
+inline std::map<std::string, std::string> contentsOf(const std::string& root) {
+    std::map<std::string, std::string> out;
+    if (fs::is_regular_file(root)) {
+        out[fs::path(root).filename().string()] = test::readFile(root);
+        return out;
+    }
+    for (const auto& e : fs::recursive_directory_iterator(root))
+        if (e.is_regular_file())
+            out[fs::relative(e.path(), fs::path(root).parent_path()).string()] =
+                test::readFile(e.path().string());
+    return out;
+}
+
+// What is wrong at `destination` after an upload of `sources` that may have been interrupted and
+// taken up again ("" when nothing): a source file without an identical copy under its own
+// name, a file that is neither a source file nor a clash copy ("NAME copy", "NAME copy 2")
+// identical to the file it repeats, a hidden copy left behind.
+inline std::string destinationProblems(const std::vector<std::string>& sources,
+                                       const std::string& destination) {
+    static const std::regex clash(R"(^(.*) copy( [0-9]+)?$)");
+    std::map<std::string, std::string> wanted;
+    for (const std::string& s : sources) wanted.merge(contentsOf(s));
+    std::string problems;
+    std::map<std::string, std::string> arrived;
+    for (const auto& e : fs::recursive_directory_iterator(destination)) {
+        const std::string name = e.path().filename().string();
+        if (engine::isTemporaryName(name)) problems += "hidden copy left: " + name + "\n";
+        if (e.is_regular_file())
+            arrived[fs::relative(e.path(), destination).string()] =
+                test::readFile(e.path().string());
+    }
+    for (const auto& [path, bytes] : wanted) {
+        const auto found = arrived.find(path);
+        if (found == arrived.end())
+            problems += "missing: " + path + "\n";
+        else if (found->second != bytes)
+            problems += "differs from its source: " + path + "\n";
+    }
+    for (const auto& [path, bytes] : arrived) {
+        if (wanted.count(path)) continue;
+        const fs::path p(path);
+        std::smatch m;
+        const std::string stem = p.stem().string();
+        const auto original =
+            std::regex_match(stem, m, clash)
+                ? wanted.find((p.parent_path() / (m[1].str() + p.extension().string())).string())
+                : wanted.end();
+        if (original == wanted.end() || original->second != bytes)
+            problems += "a file that is not a whole copy of a source: " + path + "\n";
+    }
+    return problems;
+}
 
 }  // namespace qvt::clitest

@@ -209,7 +209,8 @@ TEST_F(CliTest, ResumeWithoutARecordedUploadSaysSo) {
     EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
     EXPECT_NE(child.output().find("Taking up the upload recorded in the state file"),
               std::string::npos);
-    EXPECT_NE(child.errors().find("Nothing was resumed"), std::string::npos) << child.errors();
+    EXPECT_NE(child.errors().find("There is no interrupted upload to"), std::string::npos)
+        << child.errors();
 }
 
 TEST_F(CliTest, MoveConfirmsOnTheCommandLineAndTheSourcesGo) {

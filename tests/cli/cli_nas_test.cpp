@@ -1,5 +1,6 @@
 // The console uploader run as a program against a network device: the device simulator's REST
 // interface and its real Samba server on loopback.
+#include <csignal>
 #include <cstdlib>
 
 #include "../../apps/devicesim/device_simulator.h"
@@ -221,4 +222,80 @@ TEST_F(CliNas, TheDeviceGoesAwayMidUploadAndTheUploadGoesOnByItselfWhenItIsBack)
     EXPECT_TRUE(sameTree(work / "src/Many", share("Family") + "/Trips/Many"));
     for (const auto& e : fs::recursive_directory_iterator(share("Family")))
         EXPECT_EQ(e.path().filename().string().find(".qvtransfer-"), std::string::npos) << e.path();
+}
+
+TEST_F(CliNas, AKilledUploadIsTakenUpWithResumeAndEveryFileArrivesOnce) {
+    fs::create_directories(share("Family") + "/Trips");
+    for (int i = 0; i < 1200; ++i)
+        test::writeFile(
+            work / ("src/Many/part " + std::to_string(i / 300) + "/f" + std::to_string(i) + ".txt"),
+            "file " + std::to_string(i) + "\n");
+    test::writeFile(work / "src/later.txt", "the second item\n");
+    auto args = deviceArgs();
+    for (const std::string a :
+         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
+        args.push_back(a);
+    args.push_back(work / "src/Many");
+    args.push_back(work / "src/later.txt");
+    {
+        ChildProcess child;
+        ASSERT_TRUE(start(child, args));
+        child.write(std::string(kPassword) + "\n");
+        child.closeInput();
+        ASSERT_TRUE(pollUntil(
+            [&] {
+                return fs::exists(share("Family") + "/Trips/Many") &&
+                       filesBelow(share("Family") + "/Trips/Many").size() > 100;
+            },
+            kDeadline));
+        child.signal(SIGKILL);
+        EXPECT_EQ(child.waitForExit(kDeadline), 128 + SIGKILL);
+    }
+    ASSERT_LT(filesBelow(share("Family") + "/Trips").size(), 1201u);
+
+    // The same device options and --resume; the password comes from the keychain.
+    auto resumeArgs = deviceArgs();
+    resumeArgs.push_back("--resume");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, resumeArgs));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_NE(child.output().find("Taking up 2 items (1201 files, "), std::string::npos)
+        << child.output();
+    EXPECT_NE(child.output().find("/Family/Trips on Test Cloud"), std::string::npos)
+        << child.output();
+    EXPECT_EQ(destinationProblems({work / "src/Many", work / "src/later.txt"},
+                                  share("Family") + "/Trips"),
+              "");
+    // The second item had not begun: it arrives once.
+    EXPECT_FALSE(fs::exists(share("Family") + "/Trips/later copy.txt"));
+}
+
+TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {
+    test::writeFile(work / "memo.txt", "memo\n");
+    const std::string record =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict><key>SN-CLI</key>"
+        "<dict><key>isFileTransferCompleted</key><false/><key>selectedDestinationShare</key>"
+        "<string>" +
+        home.path() +
+        "/.QVTransfer/Nowhere/Trips</string><key>sourceFilesPendingArray</key><array><dict>"
+        "<key>filesSelectCheckbox</key><integer>1</integer><key>fileName</key>"
+        "<string>memo.txt</string><key>fullFilePath</key><string>" +
+        (work / "memo.txt") +
+        "</string><key>numberOfFiles</key><string>1 file</string><key>numberOfFolders</key>"
+        "<string>0 folders</string><key>fileSize</key><integer>5</integer></dict></array>"
+        "</dict></dict></plist>\n";
+    test::writeFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist", record);
+    auto args = deviceArgs();
+    args.push_back("--resume");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_NE(child.errors().find("The destination on Test Cloud could not be reached, so the "
+                                  "interrupted upload cannot be taken up now."),
+              std::string::npos)
+        << child.errors();
+    // The record is kept for a later try.
+    EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
 }

@@ -35,5 +35,37 @@ TEST(ShareNames, NothingToFindGivesNothing) {
     EXPECT_EQ(shareNameOfDestination("/", ""), "");
 }
 
+TEST(VolumeNames, TheSecondComponentAfterTheMountFolderIsTheVolume) {
+    EXPECT_EQ(volumeNameOfDestination("/home/u/.QVTransfer/Photos/2024", "/home/u/.QVTransfer"),
+              "Photos");
+    EXPECT_EQ(volumeNameOfDestination("/media/anna/Photos/2024", "/home/u/.QVTransfer"), "media");
+}
+
+TEST(VolumeNames, AnAttachedDestinationUnderVolumesGivesVolumes) {
+    EXPECT_EQ(volumeNameOfDestination("/Volumes/Photos/2024", "/home/u/.QVTransfer"), "Volumes");
+    EXPECT_EQ(volumeNameOfDestination("/", "/home/u/.QVTransfer"), "");
+}
+
+TEST(NewMounts, TheRestOfTheDestinationIsAppendedToTheNewMount) {
+    EXPECT_EQ(destinationOnNewMount("/home/u/.QVTransfer/Public-1/Photos/2014",
+                                    "/home/u/.QVTransfer", "/home/u/.QVTransfer/Public"),
+              "/home/u/.QVTransfer/Public/Photos/2014");
+}
+
+TEST(NewMounts, ADestinationOutsideTheMountFolderLosesVolumes) {
+    EXPECT_EQ(destinationOnNewMount("/Volumes/Share-2/dir", "/home/u/.QVTransfer",
+                                    "/home/u/.QVTransfer/Share"),
+              "/home/u/.QVTransfer/Share/dir");
+}
+
+TEST(NewMounts, TheShareItselfAsDestinationGivesTheNewMount) {
+    EXPECT_EQ(destinationOnNewMount("/home/u/.QVTransfer/Public-1", "/home/u/.QVTransfer",
+                                    "/home/u/.QVTransfer/Public"),
+              "/home/u/.QVTransfer/Public");
+    EXPECT_EQ(
+        destinationOnNewMount("/home/u/.QVTransfer/Public-1/", "/home/u/.QVTransfer", "/mnt/x/"),
+        "/mnt/x/");
+}
+
 }  // namespace
 }  // namespace qvt::engine

@@ -48,5 +48,38 @@ else
     passed=$((passed + 1))
 fi
 
+# An interrupted upload recorded for the device: the host offers to take it up before anything
+# else, and the screenshot shows the question.
+mkdir -p "$HOME/.local/share/QVTransfer" "$work/Volume/Uploads" "$work/src"
+printf 'x' >"$work/src/a.txt"
+cat >"$HOME/.local/share/QVTransfer/qvtransfer.plist" <<PLIST
+<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0"><dict><key>0000-VOLUME</key><dict>
+<key>isFileTransferCompleted</key><false/>
+<key>selectedDestinationShare</key><string>$work/Volume/Uploads</string>
+<key>sourceFilesPendingArray</key><array><dict>
+<key>filesSelectCheckbox</key><integer>1</integer><key>fileName</key><string>a.txt</string>
+<key>fullFilePath</key><string>$work/src/a.txt</string><key>numberOfFiles</key><string>1 file</string>
+<key>numberOfFolders</key><string>0 folders</string><key>fileSize</key><integer>1</integer>
+</dict></array></dict></dict></plist>
+PLIST
+expect_status 0 "resume offered" "$host" --das "$work/Volume" --name "Demo Drive" \
+    --screenshot "$work/offer.png"
+if grep -q "an interrupted upload to Demo Drive can be resumed" "$work/out" && [ -s "$work/offer.png" ]; then
+    passed=$((passed + 1))
+else
+    echo "FAIL: the resume was not offered"; cat "$work/out"; failures=$((failures + 1))
+fi
+# A completed upload is not offered.
+sed -i 's|<key>isFileTransferCompleted</key><false/>|<key>isFileTransferCompleted</key><true/>|' \
+    "$HOME/.local/share/QVTransfer/qvtransfer.plist"
+expect_status 0 "nothing to offer" "$host" --das "$work/Volume" --name "Demo Drive" \
+    --screenshot "$work/shot2.png"
+if grep -q "can be resumed" "$work/out"; then
+    echo "FAIL: a completed upload was offered"; failures=$((failures + 1))
+else
+    passed=$((passed + 1))
+fi
+
 echo "$passed passed, $failures failed"
 [ "$failures" -eq 0 ]

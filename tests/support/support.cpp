@@ -186,6 +186,12 @@ void ScriptedView::showDeviceFull() {
     run(Dialog::DeviceFull);
 }
 
+void ScriptedView::showResumeProblem(const ResumeProblem& problem) {
+    std::lock_guard lock(s_->mutex);
+    s_->calls.push_back("showResumeProblem");
+    s_->resumeProblems.push_back(problem.sentence);
+}
+
 void ScriptedView::endModal(Dialog dialog) {
     std::lock_guard lock(s_->mutex);
     s_->calls.push_back(std::string("endModal ") + dialogName(dialog));

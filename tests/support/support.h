@@ -69,6 +69,8 @@ class ScriptedView : public QVTransferView {
         DestinationScreen destinations;
         StatusSnapshot status;
         FailedList failedList;
+        // What showResumeProblem said, in order.
+        std::vector<std::string> resumeProblems;
         // The questions asked so far.
         std::vector<StopQuestion> stopQuestions;
         std::vector<ProtectedFilesQuestion> protectedFilesQuestions;
@@ -102,6 +104,7 @@ class ScriptedView : public QVTransferView {
     LostConnectionAnswer askLostConnection() override;
     void showDeviceMissing() override;
     void showDeviceFull() override;
+    void showResumeProblem(const ResumeProblem& problem) override;
     void endModal(Dialog dialog) override;
     void stopModal() override;
     void setText(const std::string& control, const std::string& text) override;

@@ -8,6 +8,8 @@
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QScreen>
 #include <QStackedWidget>
 #include <QStandardItemModel>
@@ -528,4 +530,30 @@ TEST_F(WindowTest, ViewNowLinkSitsTwoPointsAfterTheWarningAndEndsAt640AtMost) {
     EXPECT_GE(row->x() + link->x() + link->width(), 638);
     EXPECT_EQ(link->width(), link->sizeHint().width());
     EXPECT_EQ(link->x(), label->x() + label->width() + 2);
+}
+
+TEST_F(WindowTest, AResumeWithNothingToTakeUpSaysSoAndItsCloseButtonEndsTheSession) {
+    make(dasDevice({}, "Demo Drive"));
+    auto delegate = std::make_shared<RecordingFullDelegate>();
+    wizard->setDelegate(delegate);
+    wizard->resumeFileTransferAfterRestart();
+    QMessageBox* box = nullptr;
+    ASSERT_TRUE(waitFor([&] {
+        box = window->window()->findChild<QMessageBox*>(QStringLiteral("resumeProblemMessage"));
+        return box && box->isVisible();
+    }));
+    EXPECT_EQ(box->text().toStdString(),
+              "There is no interrupted upload to Demo Drive to take up.");
+    savePicture(box->grab().toImage(), "dialog-resumeProblem");
+    auto* close = box->findChild<QPushButton*>(QStringLiteral("resumeProblemCloseButton"));
+    ASSERT_NE(close, nullptr);
+    EXPECT_EQ(close->text().toStdString(), wizard->localeCLOSE_btn);
+    EXPECT_TRUE(close->isDefault());
+    // The progress screen never showed.
+    const Screen* shown = wizard->currentTransferView();
+    EXPECT_FALSE(shown && *shown == Screen::Status);
+    close->click();
+    EXPECT_TRUE(waitFor([&] { return !window->window()->isVisible(); }));
+    // Nothing was uploaded: the host hears that the session ended.
+    EXPECT_TRUE(waitFor([&] { return delegate->cancelCount.load() == 1; }));
 }

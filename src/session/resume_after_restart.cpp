@@ -1,0 +1,385 @@
+// Taking up an upload that a quit, a crash or a restart of the computer interrupted: the state
+// file says what was still to copy and where to; the share or volume is mounted again, the
+// destination moves to the new mount, and the pending sources are copied with the progress
+// screen shown at once.
+#include <charconv>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "device/keychain.h"
+#include "device/mount_destination.h"
+#include "engine/partial_copy.h"
+#include "engine/path_names.h"
+#include "engine/share_names.h"
+#include "engine/status_lines.h"
+#include "engine/volume_lookup.h"
+#include "platform/clock.h"
+#include "platform/dispatch.h"
+#include "platform/files.h"
+#include "platform/format.h"
+#include "platform/log.h"
+#include "platform/plist_io.h"
+#include "session/qvtransfer_private.h"
+#include "session/view.h"
+
+namespace fs = qvt::platform;
+using qvt::platform::QueuePriority;
+
+namespace {
+
+// Seconds a share or volume mounted for the resume is left to settle before the copy starts.
+constexpr double kMountSettle = 3;
+
+// What the state file holds for the device.
+enum class Saved { Record, Nothing, Unreadable };
+
+struct SavedUpload {
+    Saved status = Saved::Nothing;
+    // The record's key (the serial number, or the volume's UUID) and the record.
+    std::string key;
+    qvt::Record record;
+};
+
+// The number a count label starts with ("12 files" gives 12); 0 when it starts with none.
+std::int64_t leadingNumber(const qvt::Value* value) {
+    if (!value) return 0;
+    if (value->isInteger()) return value->toInt64();
+    const std::string text = value->toString();
+    std::int64_t n = 0;
+    const std::string head = text.substr(0, text.find(' '));
+    const auto [end, ec] = std::from_chars(head.data(), head.data() + head.size(), n);
+    return ec == std::errc() && end == head.data() + head.size() ? n : 0;
+}
+
+// Whether the record leaves anything to copy: an empty record is a cancelled upload, and a
+// completed one has nothing pending.
+bool leavesWork(const qvt::Record& record) {
+    const qvt::List* pending = record.list("sourceFilesPendingArray");
+    return !record.empty() && !record.boolean("isFileTransferCompleted") && pending &&
+           !pending->empty();
+}
+
+// Whether `path` walks up or stays put anywhere: such a destination cannot come from this
+// program, and it would reach outside the mount it is moved to.
+bool climbs(const std::string& path) {
+    std::size_t at = 0;
+    while (at <= path.size()) {
+        const std::size_t end = std::min(path.find('/', at), path.size());
+        const std::string part = path.substr(at, end - at);
+        if (part == "." || part == "..") return true;
+        at = end + 1;
+    }
+    return false;
+}
+
+SavedUpload readSavedUpload(const std::string& file, const std::string& deviceType,
+                            const std::string& serialNumber) {
+    SavedUpload saved;
+    if (!fs::files().exists(file)) return saved;
+    const std::optional<qvt::Value> root = fs::readPropertyList(file);
+    const qvt::Record* records = root ? root->asRecord() : nullptr;
+    if (!records) {
+        saved.status = Saved::Unreadable;
+        return saved;
+    }
+    // A network device's record is under its serial number; an attached device's is the
+    // file's one record, under the UUID of the volume it went to.
+    const qvt::Record::Entry* entry = nullptr;
+    if (deviceType == "NAS") {
+        for (const auto& e : records->entries())
+            if (e.first == serialNumber) entry = &e;
+    } else if (deviceType == "DAS" && !records->empty()) {
+        entry = &records->entries().front();
+    }
+    if (!entry) return saved;
+    const qvt::Record* record = entry->second.asRecord();
+    if (!record) {
+        saved.status = Saved::Unreadable;
+        return saved;
+    }
+    if (!leavesWork(*record)) return saved;
+    const qvt::List* pending = record->list("sourceFilesPendingArray");
+    const std::string destination = record->string("selectedDestinationShare");
+    bool entriesAreRecords = true;
+    for (const qvt::Value& v : *pending) entriesAreRecords = entriesAreRecords && v.isRecord();
+    if (destination.empty() || destination.front() != '/' || climbs(destination) ||
+        !entriesAreRecords) {
+        saved.status = Saved::Unreadable;
+        return saved;
+    }
+    saved.status = Saved::Record;
+    saved.key = entry->first;
+    saved.record = *record;
+    return saved;
+}
+
+// The string entries of the list under `key` (others are skipped).
+std::vector<std::string> stringsIn(const qvt::Record& record, const char* key) {
+    std::vector<std::string> strings;
+    if (const qvt::List* list = record.list(key))
+        for (const qvt::Value& v : *list)
+            if (const std::string* s = v.asString()) strings.push_back(*s);
+    return strings;
+}
+
+// The destination re-rooted on an attached volume now mounted at `mountPath` when the volume's
+// old mount point is not known. Under the mount folder or "/Volumes" the old mount point is the
+// first folder there, and the rest follows it. Elsewhere (volumes mount under /media/USER or
+// /run/media/USER here) the old mount point may be any number of folders deep: the longest
+// tail of the destination that is a folder on the volume is taken, the volume's own folders
+// being what the upload went into; with none, the tail after the first folder.
+std::string destinationOnVolume(const std::string& saved, const std::string& mountDir,
+                                const std::string& mountPath) {
+    if ((!mountDir.empty() && qvt::engine::isUnder(saved, mountDir)) ||
+        qvt::engine::isUnder(saved, "/Volumes"))
+        return qvt::engine::destinationOnNewMount(saved, mountDir, mountPath);
+    std::vector<std::size_t> starts;
+    for (std::size_t at = saved.find('/', 1); at != std::string::npos; at = saved.find('/', at + 1))
+        starts.push_back(at);
+    for (const std::size_t at : starts) {
+        const std::string candidate = mountPath + saved.substr(at);
+        if (fs::files().isFolder(candidate)) return candidate;
+    }
+    return qvt::engine::destinationOnNewMount(saved, mountDir, mountPath);
+}
+
+// Removes the hidden copies an interrupted upload left in `folder` and, for a source folder's
+// copy, anywhere below `item`. Only names this program gives its hidden copies are touched.
+void removeLeftoverCopies(const std::string& folder, const std::string& item) {
+    auto& files = fs::files();
+    for (const std::string& name : files.listFolder(folder))
+        if (qvt::engine::isTemporaryName(name)) files.removeItem(folder + "/" + name);
+    std::vector<std::string> folders;
+    if (files.isFolder(item)) folders.push_back(item);
+    while (!folders.empty()) {
+        const std::string current = folders.back();
+        folders.pop_back();
+        for (const std::string& name : files.listFolder(current)) {
+            const std::string path = current + "/" + name;
+            if (qvt::engine::isTemporaryName(name))
+                files.removeItem(path);
+            else if (!files.isAlias(path) && files.isFolder(path))
+                folders.push_back(path);
+        }
+    }
+}
+
+}  // namespace
+
+void QVTransferPrivate::resumeFileTransferAfterRestart() {
+    const qvt::Record info = deviceInfo();
+    view_->setText("uploadWindowHeading",
+                   fs::format(localeUPLOADING_FILES_TO_txt, info.string("productName")));
+    log().write("QVTransfer: resumeFileTransferAfterRestart");
+    job().resumedAfterRestart = true;
+    view_->bringToFront();
+
+    // The mount folder, made without parents; mount points left from before the restart go.
+    const std::string mountFolder = userHomeDirectory + "/.QVTransfer";
+    if (!fs::files().isFolder(mountFolder) && fs::files().createFolder(mountFolder, false) != 0)
+        mountDir.clear();
+    else
+        mountDir = mountFolder;
+    if (!mountDir.empty()) {
+        std::vector<std::string> stale;
+        for (const std::string& name : fs::files().listFolder(mountDir))
+            if (!name.empty() && name.front() != '.') stale.push_back(mountDir + "/" + name);
+        unmountSharesVolumes(stale);
+    }
+
+    // The mounts and the settling wait block: they run away from the window, which shows the
+    // progress screen once the copy can start.
+    auto self = shared_from_this();
+    dispatcher().detach([self] { self->prepareResumeAfterRestart(); });
+}
+
+bool QVTransferPrivate::hasUploadToResume() const {
+    const qvt::Record info = deviceInfo();
+    return readSavedUpload(transferDataFilePath, deviceType(), info.string("serialNumber"))
+               .status == Saved::Record;
+}
+
+void QVTransferPrivate::prepareResumeAfterRestart() {
+    const qvt::Record info = deviceInfo();
+    const std::string type = deviceType();
+    const SavedUpload saved =
+        readSavedUpload(transferDataFilePath, type, info.string("serialNumber"));
+    if (saved.status != Saved::Record) {
+        failResumeAfterRestart(
+            saved.status == Saved::Unreadable
+                ? localizedString("RESUME_UNREADABLE_txt")
+                : fs::format(localizedString("RESUME_NOTHING_txt"), info.string("productName")));
+        return;
+    }
+
+    const qvt::Record& record = saved.record;
+    sourceFilesArray.set(record.list("sourceFilesPendingArray")
+                             ? *record.list("sourceFilesPendingArray")
+                             : qvt::List{});
+    if (type == "NAS")
+        inProcessSourceFilesArray.set(stringsIn(record, "inProcessSourceFilesArray"));
+    failedTransferArray.set(record.list("failedTransferArray") ? *record.list("failedTransferArray")
+                                                               : qvt::List{});
+    const std::string savedDestination = record.string("selectedDestinationShare");
+    selectedDestinationShare.set(savedDestination);
+    addResumedTotals();
+
+    std::string destination;
+    if (type == "NAS") {
+        const std::string mountPath = mountShareForResume(savedDestination);
+        if (!mountPath.empty())
+            destination = qvt::engine::destinationOnNewMount(savedDestination, mountDir, mountPath);
+    } else if (type == "DAS") {
+        destination = volumeDestinationForResume(savedDestination, saved.key);
+    }
+    if (destination.empty()) {
+        failResumeAfterRestart(
+            fs::format(localizedString("RESUME_NOT_MOUNTED_txt"), info.string("productName")));
+        return;
+    }
+
+    // The new mount is left to settle before anything is written to it.
+    clock().sleepFor(kMountSettle);
+    selectedDestinationShare.set(destination);
+    if (type == "DAS") {
+        selectedDASUUID.set(fs::files().volumeFacts(destination).uuid);
+        destinationVolumeRoot.set(qvt::engine::mountPointOf(destination));
+    }
+    destinationVolumeIdentity.set(fs::files().volumeFacts(destination).remountURL);
+
+    auto self = shared_from_this();
+    dispatcher().mainAsync([self] { self->startResumedUpload(); });
+}
+
+void QVTransferPrivate::addResumedTotals() {
+    // Every pending source counts, ticked or not; the labels' leading numbers are the counts.
+    const qvt::List rows = sourceFilesArray.get();
+    for (const qvt::Value& row : rows) {
+        const qvt::Record* r = row.asRecord();
+        if (!r) continue;
+        totalNumberOfSourceFiles += leadingNumber(r->find("numberOfFiles"));
+        totalNumberOfSourceFolders += leadingNumber(r->find("numberOfFolders"));
+        if (const qvt::Value* size = r->find("fileSize")) totalSourceFilesSize += size->toUInt64();
+    }
+    job().numberOfFilesCountForTransfer = totalNumberOfSourceFiles.load();
+}
+
+std::string QVTransferPrivate::mountShareForResume(const std::string& savedDestination) {
+    const qvt::Record info = deviceInfo();
+    const auto [user, password] = qvt::keychain::getCredentials(info.string("serialNumber"));
+    userName.set(user);
+    userPassword.set(password);
+    const std::string share = qvt::engine::shareNameOfDestination(savedDestination, mountDir);
+    // As a public share first, then as a private one.
+    const auto mountAs = [&](const char* shareAccess) {
+        return mountObject->mountNASShare(share, shareAccess, info.string("ipAddress"),
+                                          info.string("productName"), info.string("hostName"),
+                                          mountDir, user, password, "true");
+    };
+    std::string mountPath = mountAs("true");
+    if (mountPath.empty()) mountPath = mountAs("false");
+    return mountPath;
+}
+
+std::string QVTransferPrivate::volumeDestinationForResume(const std::string& savedDestination,
+                                                          const std::string& volumeUuid) {
+    const qvt::Record info = deviceInfo();
+    const qvt::List* volumes = info.list("volumeArray");
+    const std::string volumeName = qvt::engine::volumeNameOfDestination(savedDestination, mountDir);
+
+    // Volumes are not gathered under one folder here, so the destination's volume is found
+    // first by its mount point: the device's volume with the longest mount path that holds the
+    // saved destination. Then, as everywhere, by the name of the destination's first folder,
+    // and by the record's key being the volume's UUID.
+    std::vector<const qvt::Record*> candidates;
+    const qvt::Record* byPath = nullptr;
+    if (volumes) {
+        for (const qvt::Value& v : *volumes) {
+            const qvt::Record* volume = v.asRecord();
+            const std::string path = volume ? volume->string("volumePath") : "";
+            if (!path.empty() && qvt::engine::isUnder(savedDestination, path) &&
+                (!byPath || path.size() > byPath->string("volumePath").size()))
+                byPath = volume;
+        }
+        if (byPath) candidates.push_back(byPath);
+        for (const qvt::Value& v : *volumes)
+            if (const qvt::Record* volume = v.asRecord();
+                volume && volume != byPath && volume->string("volumeName") == volumeName)
+                candidates.push_back(volume);
+        for (const qvt::Value& v : *volumes)
+            if (const qvt::Record* volume = v.asRecord();
+                volume && volume != byPath && volume->string("volumeName") != volumeName &&
+                volume->string("uuid") == volumeUuid)
+                candidates.push_back(volume);
+    }
+
+    for (const qvt::Record* volume : candidates) {
+        const qvt::Value* mounted = volume->find("mounted");
+        const std::string name = volume->string("volumeName");
+        const std::string mountPath = mountObject->mountDASVolume(
+            name.empty() ? volumeName : name, volume->string("bsdName"),
+            mounted ? mounted->toInt64() : 0, volume->string("volumePath"), mountDir);
+        if (mountPath.empty() || !isVolumeMounted(mountPath)) continue;
+        // Another disk at the volume's old place is never written to.
+        const std::string uuid = fs::files().volumeFacts(mountPath).uuid;
+        if (!uuid.empty() && !volumeUuid.empty() && uuid != volumeUuid) continue;
+        if (volume == byPath) {
+            const std::string oldRoot = volume->string("volumePath");
+            return mountPath +
+                   savedDestination.substr(std::min(oldRoot.size(), savedDestination.size()));
+        }
+        return destinationOnVolume(savedDestination, mountDir, mountPath);
+    }
+    // The volume may be mounted elsewhere by now, unknown to the device's record.
+    const std::string mountPath = qvt::engine::mountedVolumeWithUuid(volumeUuid);
+    return mountPath.empty() ? "" : destinationOnVolume(savedDestination, mountDir, mountPath);
+}
+
+void QVTransferPrivate::failResumeAfterRestart(const std::string& sentence) {
+    log().write(fs::format("QVTransfer: resumeFileTransferAfterRestart: %@", sentence));
+    job().resumedAfterRestart = false;
+    auto self = shared_from_this();
+    dispatcher().mainAsync([self, sentence] {
+        self->view()->showResumeProblem(qvt::ResumeProblem{sentence, self->localeCLOSE_btn});
+    });
+}
+
+void QVTransferPrivate::startResumedUpload() {
+    clearMainTransferView();
+    statusControls.with([&](StatusControls& s) { s.closeButtonTitle = localeHIDE_btn; });
+    showScreen(qvt::Screen::Status);
+    isStatusWindowHidden = false;
+    job().reset();
+    statusTextColor.set(qvt::engine::kNormalStatusColour);
+    // The failures from before the restart are not shown again, and the interrupted source is
+    // copied again from its start (what it had copied gets the clash rule's names).
+    failedTransferArray.set({});
+    inProcessSourceFilesArray.set({});
+    job().numberOfFilesCountForTransfer = totalNumberOfSourceFiles.load();
+    reloadStatus();
+
+    job().begin();
+    auto self = shared_from_this();
+    dispatcher().async(QueuePriority::High, [self] { self->calculateRemainingTime(); });
+    dispatcher().async(QueuePriority::High,
+                       [self] { self->saveQVTransferDataToFileForEachFile(); });
+    dispatcher().async(QueuePriority::High, [self] {
+        self->removeLeftoverPartialCopies();
+        // The record names the new destination before anything is copied to it.
+        self->saveQVTransferDataToFile();
+        self->copyPendingSourceFiles();
+    });
+}
+
+void QVTransferPrivate::removeLeftoverPartialCopies() {
+    const std::string destination = selectedDestinationShare.get();
+    for (const qvt::Value& row : sourceFilesArray.get()) {
+        const qvt::Record* r = row.asRecord();
+        if (!r) continue;
+        const std::string name = qvt::engine::lastPathComponent(r->string("fullFilePath"));
+        if (name.empty() || name == "." || name == ".." || name == "/") continue;
+        removeLeftoverCopies(destination, destination + "/" + name);
+    }
+}
