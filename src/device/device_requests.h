@@ -28,9 +28,16 @@ struct UsersReply {
 };
 UsersReply requestUsers(HttpClient& client, const std::string& ipAddress);
 
+// What a reply was, without its content: for the log of a request that carried a password,
+// where nothing the device said back is written ("HTTP 200, 57 bytes", "no answer in time",
+// "HTTP 400, 310 bytes, not understood").
+std::string replySummary(const HttpReply& reply, bool understood);
+
 struct LoginReply {
     std::optional<Record> record;  // the root record itself; nothing means no reply
     std::string logForm;           // the request with the password masked
+    // The reply summed up (replySummary), with whether the login was accepted.
+    std::string summary;
 };
 LoginReply requestLogin(HttpClient& client, const std::string& ipAddress,
                         const std::string& userName, const std::string& password);
@@ -39,8 +46,9 @@ LoginReply requestLogin(HttpClient& client, const std::string& ipAddress,
 bool loginSucceeded(const std::optional<Record>& record);
 
 // The device's shares: the values of the root record of the shares reply, nothing when there
-// was no reply or no XML. Writes "QVTransfer: getAllShares: <request>\n<list>" to `log`, the
-// password masked.
+// was no reply or no XML. Writes "QVTransfer: getAllShares: <request>\n<summary>" to `log`:
+// the request with the password masked, and the reply summed up with the number of shares,
+// never its content.
 std::optional<List> getAllShares(HttpClient& client, const std::string& ipAddress,
                                  const std::string& userName, const std::string& password,
                                  platform::Log& log);

@@ -20,11 +20,13 @@ constexpr std::size_t kMaxReplyBytes = 64u * 1024u * 1024u;
 struct BodySink {
     std::string body;
     bool overflow = false;
+    std::size_t received = 0;
 };
 
 size_t appendBody(char* data, size_t size, size_t count, void* userData) {
     auto* sink = static_cast<BodySink*>(userData);
     const size_t bytes = size * count;
+    sink->received += bytes;
     if (sink->body.size() + bytes > kMaxReplyBytes) {
         sink->overflow = true;
         return 0;  // makes libcurl stop with a write error
@@ -55,10 +57,9 @@ HttpReply CurlHttpClient::get(const std::string& url, double timeoutSeconds) {
     initialiseCurlOnce();
     HttpReply reply;
 
-    // The URL goes through libcurl's URL parser with blanks allowed: the shares URL carries the
-    // password unescaped, and a blank in it must reach the device as it is rather than stop
-    // the request. A string the parser still refuses cannot be made into a URL: no request is
-    // sent and the reply is empty.
+    // The URL goes through libcurl's URL parser with blanks allowed, so a URL given with a raw
+    // blank is sent as it is rather than refused. A string the parser still refuses cannot be
+    // made into a URL: no request is sent and the reply is empty.
     std::unique_ptr<CURLU, CurlUrlDeleter> parsed(curl_url());
     if (!parsed) return reply;
     if (curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), CURLU_ALLOW_SPACE) != CURLUE_OK)
@@ -90,7 +91,15 @@ HttpReply CurlHttpClient::get(const std::string& url, double timeoutSeconds) {
     long status = 0;
     curl_easy_getinfo(c, CURLINFO_RESPONSE_CODE, &status);
     reply.status = status;
-    if (result == CURLE_OK && !sink.overflow) reply.body = std::move(sink.body);
+    reply.bytes = sink.received;
+    if (sink.overflow)
+        reply.failure = HttpReply::Failure::TooLarge;
+    else if (result == CURLE_OPERATION_TIMEDOUT)
+        reply.failure = HttpReply::Failure::TooSlow;
+    else if (result != CURLE_OK)
+        reply.failure = HttpReply::Failure::NoAnswer;
+    else
+        reply.body = std::move(sink.body);
     return reply;
 }
 
@@ -155,27 +164,55 @@ DeviceRequest usersRequest(const std::string& ipAddress) {
     return {url, url, kRequestTimeoutSeconds};
 }
 
+std::string escapeQueryValue(const std::string& text) {
+    static const char* const kHex = "0123456789ABCDEF";
+    std::string out;
+    out.reserve(text.size());
+    for (const char ch : text) {
+        const auto c = static_cast<unsigned char>(ch);
+        const bool unreserved = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+                                (c >= '0' && c <= '9') || c == '-' || c == '.' || c == '_' ||
+                                c == '~';
+        if (unreserved) {
+            out += ch;
+        } else {
+            out += '%';
+            out += kHex[c >> 4];
+            out += kHex[c & 0x0F];
+        }
+    }
+    return out;
+}
+
+namespace {
+
+// A request that carries an account: `base` (the endpoint and the fixed part of its query,
+// escaped as a whole), then the user name and the password as query values, each escaped as a
+// whole component so that "&", "=", "+", "#" and blanks stay part of the value. The log form
+// is built the same way with the mask in the password's place, so no part of the password can
+// survive in it, whatever characters it holds.
+DeviceRequest accountRequest(const std::string& base, const char* userKey,
+                             const std::string& userName, const char* passwordKey,
+                             const std::string& password) {
+    const std::string head = addPercentEscapes(base) + userKey + "=" + escapeQueryValue(userName) +
+                             "&" + passwordKey + "=";
+    return {head + escapeQueryValue(password), maskPassword(head + kPasswordMask, password),
+            kRequestTimeoutSeconds};
+}
+
+}  // namespace
+
 DeviceRequest loginRequest(const std::string& ipAddress, const std::string& userName,
                            const std::string& password) {
-    static const char* const kFormat =
-        "http://%@/api/1.0/rest/local_login?format=xml&username=%@&password=%@";
-    // The log form is built the same way with the mask in the password's place, so no part
-    // of the password can survive in it, whatever characters it holds.
-    return {addPercentEscapes(platform::format(kFormat, ipAddress, userName, password)),
-            maskPassword(addPercentEscapes(platform::format(kFormat, ipAddress, userName,
-                                                            std::string(kPasswordMask))),
-                         password),
-            kRequestTimeoutSeconds};
+    return accountRequest(
+        platform::format("http://%@/api/1.0/rest/local_login?format=xml&", ipAddress), "username",
+        userName, "password", password);
 }
 
 DeviceRequest sharesRequest(const std::string& ipAddress, const std::string& userName,
                             const std::string& password) {
-    static const char* const kFormat =
-        "http://%@/api/1.0/rest/shares?auth_username=%@&auth_password=%@";
-    return {platform::format(kFormat, ipAddress, userName, password),
-            maskPassword(platform::format(kFormat, ipAddress, userName, std::string(kPasswordMask)),
-                         password),
-            kRequestTimeoutSeconds};
+    return accountRequest(platform::format("http://%@/api/1.0/rest/shares?", ipAddress),
+                          "auth_username", userName, "auth_password", password);
 }
 
 DeviceRequest systemInformationRequest(const std::string& ipAddress) {
@@ -186,7 +223,8 @@ DeviceRequest systemInformationRequest(const std::string& ipAddress) {
 
 std::string maskPassword(std::string line, const std::string& password) {
     if (password.empty()) return line;
-    return platform::redactAll(std::move(line), {password, addPercentEscapes(password)});
+    return platform::redactAll(std::move(line),
+                               {password, addPercentEscapes(password), escapeQueryValue(password)});
 }
 
 }  // namespace device

@@ -2,17 +2,22 @@
 // endpoints the wizard uses.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
 namespace qvt {
 
 // The outcome of one GET. A transport failure of any kind (time-out, refused connection, no
-// route, a URL that cannot be made) gives an empty body; the status is 0 when no response
-// line arrived.
+// route, a URL that cannot be made, a body past the size limit) gives an empty body; the
+// status is 0 when no response line arrived.
 struct HttpReply {
+    enum class Failure { None, NoAnswer, TooSlow, TooLarge };
     long status = 0;
     std::string body;
+    Failure failure = Failure::None;
+    // Bytes of body received (also those of a body dropped for its size).
+    std::size_t bytes = 0;
 };
 
 // A blocking HTTP GET. The calling thread waits for the reply, the time-out or a failure.
@@ -56,11 +61,16 @@ inline constexpr const char* kPasswordMask = "***";
 
 // The users URL, used exactly as formatted.
 DeviceRequest usersRequest(const std::string& ipAddress);
-// The login URL, percent-escaped as a whole after formatting, so a blank in the password
-// arrives as "%20" while "&" still cuts the query string.
+// Percent-escapes `text` as one query value: only RFC 3986's unreserved characters (letters,
+// digits, - . _ ~) stay as they are; every other byte, "&", "=", "+", "#", "%" and blanks
+// included, becomes %XX, which an HTTP server decodes back into the very text.
+std::string escapeQueryValue(const std::string& text);
+
+// The login and shares URLs. The user name and the password are escaped each as a whole query
+// value (escapeQueryValue), whatever they hold: any password reaches the device as itself, and
+// one of letters and digits goes out byte for byte as it is.
 DeviceRequest loginRequest(const std::string& ipAddress, const std::string& userName,
                            const std::string& password);
-// The shares URL, used exactly as formatted: user name and password go in unescaped.
 DeviceRequest sharesRequest(const std::string& ipAddress, const std::string& userName,
                             const std::string& password);
 // The system-information URL, percent-escaped as a whole.

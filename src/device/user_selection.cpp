@@ -105,10 +105,12 @@ void QVTransferPrivate::verifyUserLoginAndSelectSourceFiles() {
     // The check blocks the window for up to the request's time-out; the device answers fast.
     const auto reply = qvt::device::requestLogin(*services().http, deviceInfo().string("ipAddress"),
                                                  userName.get(), password);
-    log().write(qvt::device::maskPassword(
-        format("QVTransfer: verifyUserLoginAndSelectSourceFiles:%@\n%@", reply.logForm,
-               reply.record ? qvt::describe(*reply.record) : std::string("(null)")),
-        password));
+    // What the device said back to a request that carried the password is summed up, never
+    // written out: a device may echo the request line.
+    log().write(
+        qvt::device::maskPassword(format("QVTransfer: verifyUserLoginAndSelectSourceFiles:%@\n%@",
+                                         reply.logForm, reply.summary),
+                                  password));
 
     if (!reply.record) {
         runLostConnectionDialog(2);

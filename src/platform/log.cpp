@@ -3,6 +3,7 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <string>
 
 namespace qvt::platform {
 
@@ -49,13 +50,28 @@ std::size_t matchEnd(const std::string& text, std::size_t start, const std::stri
     return *std::max_element(positions.begin(), positions.end());
 }
 
+// The longest line written. A reply describing a very large device (200,000 accounts) would
+// otherwise make one line of hundreds of kilobytes, which the system log keeps or drops whole.
+constexpr std::size_t kMostLineBytes = 4096;
+
+// `line` cut to kMostLineBytes at a character boundary, with a note of what was left out.
+std::string limited(std::string line) {
+    if (line.size() <= kMostLineBytes) return line;
+    const std::string note = " ... (" + std::to_string(line.size()) + " bytes in all)";
+    std::size_t cut = kMostLineBytes - note.size();
+    // Back to the start of a UTF-8 character: continuation bytes are 10xxxxxx.
+    while (cut > 0 && (static_cast<unsigned char>(line[cut]) & 0xC0) == 0x80) --cut;
+    line.resize(cut);
+    return line + note;
+}
+
 }  // namespace
 
 void Log::write(const std::string& message) {
     if (message.compare(0, kPrefix.size(), kPrefix) == 0)
-        writeLine(message);
+        writeLine(limited(message));
     else
-        writeLine(kPrefix + message);
+        writeLine(limited(kPrefix + message));
 }
 
 void SysLog::writeLine(const std::string& line) {

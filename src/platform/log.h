@@ -11,7 +11,8 @@ class Log {
   public:
     virtual ~Log() = default;
     // Writes one line. A message that does not already start with "QVTransfer: " gets that
-    // prefix, so every line the product writes can be found by it.
+    // prefix, so every line the product writes can be found by it. A line longer than 4 KB is
+    // cut there, with a note of its whole length.
     void write(const std::string& message);
 
   protected:

@@ -44,14 +44,21 @@ TEST(DeviceUrls, FormatsAndTimeOuts) {
     EXPECT_EQ(systemInformationRequest("10.0.0.5").timeoutSeconds, 10);
 }
 
-TEST(DeviceUrls, EscapingIsDeliberatelyAsymmetric) {
-    // Login: the whole URL is escaped; reserved characters stay, blanks and non-ASCII go.
-    EXPECT_EQ(loginRequest("h", "J\xC3\xBCrgen", "a b%c#d").url,
+TEST(DeviceUrls, AccountValuesAreEscapedAsWholeQueryValues) {
+    // Both requests escape the user name and the password as whole values: only unreserved
+    // characters stay, so nothing in them can end the value or the query.
+    EXPECT_EQ(loginRequest("h", "J\xC3\xBCrgen", "a b%c#d&e=f+g").url,
               "http://h/api/1.0/rest/local_login?format=xml&username=J%C3%BCrgen"
-              "&password=a%20b%25c%23d");
-    // Shares: used exactly as formatted.
-    EXPECT_EQ(sharesRequest("h", "J\xC3\xBCrgen", "a b%c").url,
-              "http://h/api/1.0/rest/shares?auth_username=J\xC3\xBCrgen&auth_password=a b%c");
+              "&password=a%20b%25c%23d%26e%3Df%2Bg");
+    EXPECT_EQ(sharesRequest("h", "J\xC3\xBCrgen", "a b%c#d&e=f+g").url,
+              "http://h/api/1.0/rest/shares?auth_username=J%C3%BCrgen"
+              "&auth_password=a%20b%25c%23d%26e%3Df%2Bg");
+    // Letters and digits go out exactly as they are.
+    EXPECT_EQ(sharesRequest("h", "admin", "Pa55w0rd").url,
+              "http://h/api/1.0/rest/shares?auth_username=admin&auth_password=Pa55w0rd");
+    EXPECT_EQ(escapeQueryValue("AZaz09-._~"), "AZaz09-._~");
+    EXPECT_EQ(escapeQueryValue("!$&'()*+,;=:@/?"), "%21%24%26%27%28%29%2A%2B%2C%3B%3D%3A%40%2F%3F");
+    // The endpoint itself is still escaped as a whole.
     EXPECT_EQ(addPercentEscapes("AZaz09-._~!$&'()*+,;=:@/?"), "AZaz09-._~!$&'()*+,;=:@/?");
     EXPECT_EQ(addPercentEscapes(" \"<>[]\\^`{|}%#\x7F"),
               "%20%22%3C%3E%5B%5D%5C%5E%60%7B%7C%7D%25%23%7F");
@@ -106,29 +113,34 @@ TEST_F(DeviceRest, TwoShareAccessValues) {
     EXPECT_FALSE((*shares)[0].asRecord()->contains("share_access_1"));
 }
 
-TEST_F(DeviceRest, BlankInPasswordIsEscapedForLoginOnly) {
-    LoginReply login = requestLogin(client, ip, "admin", "a b");
+TEST_F(DeviceRest, AnyPasswordReachesTheDeviceAsItself) {
+    const std::string password = "Pa55 w0rd&x=1%+#\xC3\xA9";
+    devicesim::DeviceConfig config = test::threeUserDevice();
+    config.users.push_back({"odd", password});
+    sim.setConfig(config);
+    LoginReply login = requestLogin(client, ip, "odd", password);
     EXPECT_TRUE(loginSucceeded(login.record));
-    EXPECT_EQ(sim.lastQuery(Endpoint::LocalLogin), "format=xml&username=admin&password=a%20b");
+    EXPECT_EQ(sim.lastQuery(Endpoint::LocalLogin),
+              "format=xml&username=odd&password=Pa55%20w0rd%26x%3D1%25%2B%23%C3%A9");
 
     platform::CaptureLog log;
-    auto shares = getAllShares(client, ip, "admin", "a b", log);
-    EXPECT_EQ(sim.lastQuery(Endpoint::Shares), "auth_username=admin&auth_password=a b");
+    auto shares = getAllShares(client, ip, "odd", password, log);
+    EXPECT_EQ(sim.lastQuery(Endpoint::Shares),
+              "auth_username=odd&auth_password=Pa55%20w0rd%26x%3D1%25%2B%23%C3%A9");
     ASSERT_TRUE(shares);
-    EXPECT_EQ(shares->size(), 2u);  // the device accepted the raw password
+    EXPECT_EQ(shares->size(), 2u);
 }
 
-TEST_F(DeviceRest, AmpersandCutsBothQueryStrings) {
-    // The device reads the password only up to the "&": user "cut" has the password "x".
+TEST_F(DeviceRest, AnAmpersandNoLongerCutsThePassword) {
+    // User "cut" has the password "x": "x&tail=1" is another password, and is refused.
     LoginReply login = requestLogin(client, ip, "cut", "x&tail=1");
-    EXPECT_EQ(sim.lastQuery(Endpoint::LocalLogin), "format=xml&username=cut&password=x&tail=1");
-    EXPECT_TRUE(loginSucceeded(login.record));
+    EXPECT_EQ(sim.lastQuery(Endpoint::LocalLogin), "format=xml&username=cut&password=x%26tail%3D1");
+    EXPECT_FALSE(loginSucceeded(login.record));
 
     platform::CaptureLog log;
     auto shares = getAllShares(client, ip, "cut", "x&tail=1", log);
-    EXPECT_EQ(sim.lastQuery(Endpoint::Shares), "auth_username=cut&auth_password=x&tail=1");
-    ASSERT_TRUE(shares);
-    EXPECT_EQ(shares->size(), 2u);
+    EXPECT_EQ(sim.lastQuery(Endpoint::Shares), "auth_username=cut&auth_password=x%26tail%3D1");
+    EXPECT_EQ(log.count("HTTP 401"), 1u);
     EXPECT_EQ(log.count("tail"), 0u);
 }
 
@@ -223,17 +235,36 @@ TEST_F(DeviceRest, UnreachableDeviceGivesEmptyReply) {
     EXPECT_TRUE(users.users.empty());
 }
 
-TEST_F(DeviceRest, UrlThatCannotBeMadeSendsNothing) {
+TEST_F(DeviceRest, AControlCharacterInAnAccountGoesOutEscaped) {
     test::CountingClient counting;
     platform::CaptureLog log;
-    // A control character cannot stand in a URL, escaped or not.
-    auto shares = getAllShares(counting, ip, "ad\x01min", "a b", log);
-    EXPECT_FALSE(shares);
-    const HttpReply reply = client.get(sharesRequest(ip, "ad\nmin", "pw").url, 5.0);
+    getAllShares(counting, ip, "ad\x01min", "a\nb", log);
+    ASSERT_EQ(counting.urls().size(), 1u);
+    EXPECT_EQ(sim.lastQuery(Endpoint::Shares), "auth_username=ad%01min&auth_password=a%0Ab");
+    EXPECT_EQ(log.count("HTTP 401"), 1u);
+}
+
+TEST_F(DeviceRest, UrlThatCannotBeMadeSendsNothing) {
+    // A control character cannot stand in a host name, escaped or not.
+    const HttpReply reply = client.get("http://h\x01st/api/1.0/rest/users", 5.0);
     EXPECT_TRUE(reply.body.empty());
     EXPECT_EQ(reply.status, 0);
-    EXPECT_EQ(sim.requestCount(Endpoint::Shares), 0u);
-    EXPECT_EQ(counting.urls().size(), 1u);
+    EXPECT_EQ(replySummary(reply, false), "no answer");
+    EXPECT_EQ(sim.requestCount(Endpoint::Users), 0u);
+}
+
+TEST_F(DeviceRest, TheReplySummaryTellsWhatHappenedWithoutTheContent) {
+    HttpReply reply;
+    reply.status = 200;
+    reply.body = "<x>secret</x>";
+    EXPECT_EQ(replySummary(reply, true), "HTTP 200, 13 bytes");
+    EXPECT_EQ(replySummary(reply, false), "HTTP 200, 13 bytes, not understood");
+    reply.body.clear();
+    reply.bytes = 70000000;
+    reply.failure = HttpReply::Failure::TooLarge;
+    EXPECT_EQ(replySummary(reply, false), "HTTP 200, 70000000 bytes, too large (dropped)");
+    reply.failure = HttpReply::Failure::TooSlow;
+    EXPECT_EQ(replySummary(reply, false), "no answer in time");
 }
 
 TEST_F(DeviceRest, NonAsciiPasswordArrivesAsUtf8Escapes) {
@@ -254,7 +285,7 @@ TEST_F(DeviceRest, GetAllSharesSendsOneRequestAndLogsWithoutPassword) {
     ASSERT_TRUE(shares);
     ASSERT_EQ(counting.urls().size(), 1u);
     EXPECT_EQ(counting.urls()[0],
-              "http://" + ip + "/api/1.0/rest/shares?auth_username=admin&auth_password=a b");
+              "http://" + ip + "/api/1.0/rest/shares?auth_username=admin&auth_password=a%20b");
     EXPECT_EQ(counting.timeouts()[0], 30);
 
     const std::vector<std::string> lines = log.lines();
@@ -263,7 +294,11 @@ TEST_F(DeviceRest, GetAllSharesSendsOneRequestAndLogsWithoutPassword) {
         "QVTransfer: getAllShares: http://" + ip +
         "/api/1.0/rest/shares?auth_username=admin&auth_password=***\n";
     EXPECT_EQ(lines[0].rfind(expectedStart, 0), 0u) << lines[0];
-    EXPECT_NE(lines[0].find("Backup"), std::string::npos);
+    // What the device answered to a request that carried the password is summed up, never
+    // written out.
+    EXPECT_NE(lines[0].find("HTTP 200"), std::string::npos) << lines[0];
+    EXPECT_NE(lines[0].find("2 shares"), std::string::npos) << lines[0];
+    EXPECT_EQ(lines[0].find("Backup"), std::string::npos) << lines[0];
     for (const std::string& line : lines) {
         EXPECT_EQ(line.find(password), std::string::npos);
         EXPECT_EQ(line.find("a%20b"), std::string::npos);

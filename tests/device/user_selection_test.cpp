@@ -114,16 +114,20 @@ TEST(UserSelection, PasswordWithABlankIsEscapedForTheLoginAndAccepted) {
         EXPECT_EQ(line.find("a%20b"), std::string::npos) << line;
 }
 
-TEST(UserSelection, AmpersandCutsTheLoginQuerySoThePasswordIsWrong) {
+TEST(UserSelection, AnAmpersandInThePasswordIsPartOfIt) {
     Session s(deviceWith({{"admin", "x&y"}, {"bob", ""}}));
     s.wizard->startFileTransfer();
     ASSERT_TRUE(waitFor([&] { return s.wizard->finishedfetchingUsers.load(); }, 20));
     s.wizard->selectUser(0);
     s.wizard->userPassword.set("x&y");
     s.wizard->verifyUserLoginAndSelectSourceFiles();
-    EXPECT_NE(s.sim.lastQuery(Endpoint::LocalLogin).find("password=x&y"), std::string::npos);
-    EXPECT_TRUE(s.wizard->incorrectPassword);
-    EXPECT_TRUE(s.screenIs(Screen::Users));
+    EXPECT_NE(s.sim.lastQuery(Endpoint::LocalLogin).find("password=x%26y"), std::string::npos);
+    EXPECT_FALSE(s.wizard->incorrectPassword);
+    EXPECT_TRUE(s.screenIs(Screen::Sources));
+    for (const auto& line : s.h.log->lines()) {
+        EXPECT_EQ(line.find("x&y"), std::string::npos) << line;
+        EXPECT_EQ(line.find("x%26y"), std::string::npos) << line;
+    }
 }
 
 TEST(UserSelection, WrongPasswordMarksTheFieldAndStays) {

@@ -23,6 +23,34 @@ TEST(Log, EveryLineStartsWithThePrefix) {
     for (const auto& line : lines) EXPECT_EQ(line.rfind("QVTransfer: ", 0), 0u);
 }
 
+TEST(Log, ALineLongerThanFourKilobytesIsCutAtACharacterWithItsLength) {
+    CaptureLog log;
+    std::string users;
+    for (int i = 0; i < 20000; ++i) users += "J\xC3\xBCrgen" + std::to_string(i) + ", ";
+    log.write("allUsers: " + users);
+    const std::string line = log.lines().at(0);
+    EXPECT_LE(line.size(), 4096u);
+    EXPECT_EQ(line.rfind("QVTransfer: allUsers: J\xC3\xBC", 0), 0u);
+    const std::string note =
+        " ... (" + std::to_string(std::string("QVTransfer: allUsers: ").size() + users.size()) +
+        " bytes in all)";
+    ASSERT_GT(line.size(), note.size());
+    EXPECT_EQ(line.substr(line.size() - note.size()), note);
+    // What is left before the note is whole UTF-8: it does not end inside a character.
+    const std::string kept = line.substr(0, line.size() - note.size());
+    std::size_t i = kept.size();
+    while (i > 0 && (static_cast<unsigned char>(kept[i - 1]) & 0xC0) == 0x80) --i;
+    ASSERT_GT(i, 0u);
+    const auto lead = static_cast<unsigned char>(kept[i - 1]);
+    const std::size_t length = lead < 0x80 ? 1 : lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    EXPECT_EQ(kept.size() - (i - 1), length);
+    // A line of exactly 4 KB is kept whole.
+    log.clear();
+    const std::string exact(4096 - std::string("QVTransfer: ").size(), 'x');
+    log.write(exact);
+    EXPECT_EQ(log.lines().at(0), "QVTransfer: " + exact);
+}
+
 TEST(Log, CaptureQueriesAndForwarding) {
     CaptureLog downstream;
     CaptureLog log(&downstream);

@@ -1,0 +1,122 @@
+// A password made of the characters that break URLs and logs, used for real: the device
+// simulator and a Samba server whose account has it, the console uploader given it on stdin.
+// The login, the share list, the mount and the upload work, and no piece of the password is
+// left anywhere a person or another program could read it.
+#include <fstream>
+
+#include "../../apps/devicesim/device_simulator.h"
+#include "../../apps/devicesim/samba_server.h"
+#include "cli_fixture.h"
+#include "syslog_sink.h"
+
+using namespace qvt;
+using namespace qvt::clitest;
+namespace sim = qvt::devicesim;
+
+namespace {
+
+constexpr double kDeadline = 90;
+constexpr const char* kUser = "qvtodd";
+const std::string kOddPassword = "Pa55 w0rd&x=1%+#\xC3\xA9";
+
+// Every run of four bytes of the password found in `text` ("" when none).
+std::string piecesOfThePasswordIn(const std::string& text) {
+    std::string found;
+    for (std::size_t i = 0; i + 4 <= kOddPassword.size(); ++i)
+        if (text.find(kOddPassword.substr(i, 4)) != std::string::npos)
+            found += "\"" + kOddPassword.substr(i, 4) + "\" ";
+    return found;
+}
+
+class CliSecrets : public CliTest {
+  protected:
+    static void SetUpTestSuite() {
+        sim::SambaConfig config;
+        sim::SambaShare share;
+        share.name = "Family";
+        share.validUsers = {kUser};
+        config.shares.push_back(share);
+        config.users.push_back({kUser, kOddPassword, {}});
+        samba_ = new sim::SambaServer(config);
+        if (!samba_->start(&startError_)) return;
+        setenv("QVTRANSFER_SMB_PORT", std::to_string(samba_->port()).c_str(), 1);
+    }
+    static void TearDownTestSuite() {
+        delete samba_;
+        samba_ = nullptr;
+    }
+
+    void SetUp() override {
+        ASSERT_TRUE(samba_ && samba_->running()) << "smbd did not start: " << startError_;
+        for (const auto& entry : fs::directory_iterator(samba_->sharePath("Family")))
+            fs::remove_all(entry.path());
+        sim::DeviceConfig config;
+        config.serialNumber = "SN-ODD";
+        config.productName = "Test Cloud";
+        config.users = {{kUser, kOddPassword}};
+        sim::SimShare family;
+        family.shareName = "Family";
+        family.shareAccess = {"RW"};
+        config.shares = {family};
+        ASSERT_GT(device_.start(config), 0);
+    }
+    void TearDown() override { device_.stop(); }
+
+    // Runs the uploader (through the sink) with the password on stdin; its exit status.
+    int run(ChildProcess& child, const std::vector<std::string>& tail) {
+        std::vector<std::string> args = {"--nas",           device_.address(), "--serial", "SN-ODD",
+                                         "--name",          "Test Cloud",      "--user",   kUser,
+                                         "--password-stdin"};
+        args.insert(args.end(), tail.begin(), tail.end());
+        const auto [program, arguments] = sink_.command(cliProgram(), args);
+        if (!child.start(program, arguments, environment())) return -1;
+        child.write(kOddPassword + "\n");
+        child.closeInput();
+        return child.waitForExit(kDeadline);
+    }
+
+    static inline sim::SambaServer* samba_ = nullptr;
+    static inline std::string startError_;
+    sim::DeviceSimulator device_;
+    SyslogSink sink_;
+};
+
+TEST_F(CliSecrets, AnOddPasswordLogsInMountsAndUploadsAndLeavesNoPieceOfItAnywhere) {
+    ASSERT_TRUE(sink_.ok());
+    fs::create_directories(samba_->sharePath("Family") + "/Trips");
+    test::writeFile(work / "src/Odd/photo.jpg", "a photo\n");
+    test::writeFile(work / "src/Odd/more/notes.txt", "notes\n");
+
+    // A run that fails after the login and the share list: the share does not exist.
+    ChildProcess failed;
+    EXPECT_EQ(run(failed, {"--destination", "Nowhere/x", work / "src/Odd"}), 2)
+        << failed.output() << failed.errors();
+
+    ChildProcess uploaded;
+    EXPECT_EQ(run(uploaded, {"--destination", "Family/Trips", work / "src/Odd"}), 0)
+        << uploaded.output() << uploaded.errors();
+    EXPECT_TRUE(sameTree(work / "src/Odd", samba_->sharePath("Family") + "/Trips/Odd"));
+
+    // The program logged (the sink works), and no line holds a piece of the password.
+    const std::vector<std::string> lines = sink_.lines();
+    EXPECT_FALSE(lines.empty());
+    bool loggedTheLogin = false;
+    for (const std::string& line : lines) {
+        EXPECT_EQ(piecesOfThePasswordIn(line), "") << line;
+        loggedTheLogin = loggedTheLogin || line.find("local_login") != std::string::npos;
+    }
+    EXPECT_TRUE(loggedTheLogin);
+    for (const ChildProcess* child : {&failed, &uploaded}) {
+        EXPECT_EQ(piecesOfThePasswordIn(child->output()), "");
+        EXPECT_EQ(piecesOfThePasswordIn(child->errors()), "");
+    }
+    // Nor does any file under the home folder (the state file, the mount folder, caches).
+    for (const auto& e : fs::recursive_directory_iterator(home.path())) {
+        if (!e.is_regular_file()) continue;
+        std::ifstream in(e.path(), std::ios::binary);
+        const std::string bytes((std::istreambuf_iterator<char>(in)), {});
+        EXPECT_EQ(piecesOfThePasswordIn(bytes), "") << e.path();
+    }
+}
+
+}  // namespace
