@@ -66,10 +66,13 @@ const char* usageText() {
            "  --version             the library's version\n"
            "\n"
            "While uploading: p pauses, r resumes, s stops (after a confirmation). Keys come from\n"
-           "the terminal, or from stdin when it is a pipe. SIGINT stops without asking.\n"
+           "the terminal, or from stdin when it is a pipe. SIGINT (Ctrl-C) stops without\n"
+           "asking. SIGTERM and SIGHUP (the end of a desktop session) are not a stop: the upload\n"
+           "is paused and recorded, and --resume takes it up later.\n"
            "\n"
            "Exit status: 0 every file arrived; 1 some files failed, or the upload could not be\n"
-           "done; 2 bad arguments; 130 stopped.\n";
+           "done; 2 bad arguments; 130 stopped; 143 (SIGTERM) or 129 (SIGHUP) paused and\n"
+           "recorded for --resume.\n";
 }
 
 ParseResult parseArguments(const std::vector<std::string>& arguments) {

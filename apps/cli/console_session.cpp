@@ -26,7 +26,7 @@ ConsoleSession::ConsoleSession(Options options, Terminal& terminal, Record devic
       delegate_(std::make_shared<ConsoleDelegate>()) {
     wizard_->setDelegate(delegate_);
     view_.setModalHandler([this](Dialog d) { onModal(d); });
-    terminal_.catchStopSignals([this](int) { onStopSignal(); });
+    terminal_.catchStopSignals([this](int number) { onStopSignal(number); });
     timer_.setInterval(kTickMilliseconds);
     connect(&timer_, &QTimer::timeout, this, &ConsoleSession::tick);
 }

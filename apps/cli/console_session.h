@@ -73,7 +73,10 @@ class ConsoleSession : public QObject {
     void showPauseChange();
     void clearProgressLine();
     void onKey(char key);
-    void onStopSignal();
+    void onStopSignal(int number);
+    // SIGTERM or SIGHUP (logout, shutdown): the upload is paused and recorded, and the process
+    // ends with 128 plus the signal's number, ready for --resume.
+    void endWithTheDesktopSession(int number);
     void checkEnd();
     void printResult(const StatusSnapshot& status);
 

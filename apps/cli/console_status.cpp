@@ -5,7 +5,9 @@
 
 #include <QTimer>
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 #include "console_session.h"
 #include "console_view.h"
@@ -154,8 +156,38 @@ void ConsoleSession::onKey(char key) {
     showProgress(true);
 }
 
-void ConsoleSession::onStopSignal() {
+void ConsoleSession::endWithTheDesktopSession(int number) {
+    const int code = 128 + number;
+    if (stage_ == Stage::Resuming) {
+        // The recorded upload has not been touched yet: it stays as it was for the next try.
+        clearProgressLine();
+        std::printf("Ended before the upload was taken up; the record stays for --resume.\n");
+        std::fflush(stdout);
+        Terminal::restore();
+        std::_Exit(code);
+    }
+    if (stage_ != Stage::Uploading) {
+        clearProgressLine();
+        actions_.windowShouldClose();
+        return finish(code, "Ended before the upload began.");
+    }
+    const engine::UploadState state = view_.status().state;
+    if (state == engine::UploadState::Completed || state == engine::UploadState::Cancelled)
+        return;  // the end is printed
+    actions_.suspendForShutdown();
+    clearProgressLine();
+    std::printf("Paused and recorded for the end of the session; take it up with --resume.\n");
+    std::fflush(stdout);
+    Terminal::restore();
+    // The copy thread may be inside a file: the process ends here as a kill would end it,
+    // after the record was written. The file's hidden copy is removed when the upload is
+    // taken up.
+    std::_Exit(code);
+}
+
+void ConsoleSession::onStopSignal(int number) {
     if (ended()) return;
+    if (number == SIGTERM || number == SIGHUP) return endWithTheDesktopSession(number);
     if (stage_ != Stage::Uploading) {
         clearProgressLine();
         // As closing the window before an upload: the controller lets its mounts go.

@@ -26,7 +26,7 @@ void onStopSignal(int number) {
     // A second stop while the first is still being handled: leave at once.
     if (signalsSeen.fetch_add(1) >= 1) {
         Terminal::restore();
-        _exit(130);
+        _exit(number == SIGINT ? 130 : 128 + number);
     }
     const char byte = static_cast<char>(number);
     const ssize_t written = write(signalPipe[1], &byte, 1);
@@ -156,6 +156,7 @@ void Terminal::catchStopSignals(std::function<void(int)> onSignal) {
     action.sa_flags = SA_RESTART;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGHUP, &action, nullptr);
 }
 
 void Terminal::readSignal() {

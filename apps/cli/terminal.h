@@ -34,8 +34,9 @@ class Terminal : public QObject {
     void pauseKeys(bool paused);
     bool inputEnded() const { return inputEnded_; }
 
-    // SIGINT and SIGTERM call `onSignal` on the main thread; a second signal while the first is
-    // handled ends the process with 130.
+    // SIGINT, SIGTERM and SIGHUP call `onSignal` with their number on the main thread; a second
+    // signal while the first is handled ends the process at once (130 after SIGINT, 128 plus
+    // the signal's number otherwise).
     void catchStopSignals(std::function<void(int)> onSignal);
 
     // Puts the terminal back as it was (also done at exit and on a fatal signal).

@@ -80,6 +80,16 @@ void QVTransferPrivate::pauseTransfer() {
                        [self, message] { self->sendFileTransferStatusUpdate(message); });
 }
 
+void QVTransferPrivate::suspendForShutdown() {
+    qvt::engine::UploadJob& upload = job();
+    if (upload.completed() || upload.cancelled()) return;
+    pauseTransfer();
+    // Written here rather than on the background queue: the process may end as soon as this
+    // returns.
+    saveQVTransferDataToFile();
+    log().write("QVTransfer: suspendForShutdown: the upload's state is saved");
+}
+
 void QVTransferPrivate::resumeTransfer() {
     // Only the user's own pause ends here: a lost or full device's pause ends when the device
     // is back or has room again.

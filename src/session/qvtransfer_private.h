@@ -264,6 +264,7 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // ---- Pause, resume and cancel ----
     void pauseTransfer();
     void resumeTransfer();
+    void suspendForShutdown() override;
     void cancelTransfer();
     // Every status-screen button and the stop confirmation's buttons, told apart by tag.
     void cancelUploadFiles(int senderTag) override;

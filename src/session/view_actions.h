@@ -61,6 +61,12 @@ class QVTransferActions {
     virtual void hideStatusWindow() = 0;
     // Closing the status after an upload with failed files: the session ends.
     virtual void terminateTransfer() = 0;
+
+    // ---- Leaving ----
+    // The desktop session ends (logout, shutdown) during an upload: the upload is paused and
+    // its state written before this returns, so that it can be taken up after the restart.
+    // Unlike a stop, nothing of the record is dropped.
+    virtual void suspendForShutdown() = 0;
 };
 
 }  // namespace qvt

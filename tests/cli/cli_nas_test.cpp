@@ -299,3 +299,55 @@ TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {
     // The record is kept for a later try.
     EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
 }
+
+TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile) {
+    fs::create_directories(share("Family") + "/Trips");
+    for (int i = 0; i < 1200; ++i)
+        test::writeFile(
+            work / ("src/Many/part " + std::to_string(i / 300) + "/f" + std::to_string(i) + ".txt"),
+            "file " + std::to_string(i) + "\n");
+    auto args = deviceArgs();
+    for (const std::string a :
+         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
+        args.push_back(a);
+    args.push_back(work / "src/Many");
+    const std::string stateFile = home.path() + "/.local/share/QVTransfer/qvtransfer.plist";
+    {
+        ChildProcess child;
+        ASSERT_TRUE(start(child, args));
+        child.write(std::string(kPassword) + "\n");
+        child.closeInput();
+        ASSERT_TRUE(pollUntil(
+            [&] {
+                return fs::exists(share("Family") + "/Trips/Many") &&
+                       filesBelow(share("Family") + "/Trips/Many").size() > 100;
+            },
+            kDeadline));
+        // Logout: SIGTERM is not a stop.
+        child.signal(SIGTERM);
+        EXPECT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+        EXPECT_NE(child.output().find("Paused and recorded"), std::string::npos) << child.output();
+    }
+    const std::string recorded = test::readFile(stateFile);
+    EXPECT_NE(recorded.find("sourceFilesPendingArray"), std::string::npos);
+    EXPECT_NE(recorded.find(work / "src/Many"), std::string::npos);
+
+    auto resumeArgs = deviceArgs();
+    resumeArgs.push_back("--resume");
+    {
+        // A hang-up while the resume waits for its mount to settle leaves the record as it was.
+        ChildProcess child;
+        ASSERT_TRUE(start(child, resumeArgs));
+        child.closeInput();
+        ASSERT_TRUE(child.waitForOutput("Taking up the upload recorded", kDeadline))
+            << child.output();
+        child.signal(SIGHUP);
+        EXPECT_EQ(child.waitForExit(kDeadline), 129) << child.output() << child.errors();
+        EXPECT_EQ(test::readFile(stateFile), recorded);
+    }
+    ChildProcess child;
+    ASSERT_TRUE(start(child, resumeArgs));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_EQ(destinationProblems({work / "src/Many"}, share("Family") + "/Trips"), "");
+}
