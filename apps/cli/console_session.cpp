@@ -112,7 +112,7 @@ void ConsoleSession::tick() {
                     std::fflush(stdout);
                     stage_ = Stage::Uploading;
                     terminal_.setRawInput(true);
-                    terminal_.startKeys([this](char k) { onKey(k); }, [] {});
+                    terminal_.startKeys([this](char k) { onKey(k); }, [this] { handleKeys(); });
                 } else if (const std::string problem = view_.resumeProblem(); !problem.empty()) {
                     finish(kExitSomeFailed, problem);
                 }

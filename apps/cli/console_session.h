@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <atomic>
 #include <chrono>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -72,7 +73,16 @@ class ConsoleSession : public QObject {
     // A line of its own whenever the upload is paused or resumed, whatever paused it.
     void showPauseChange();
     void clearProgressLine();
+    // Keys go into a queue as they come and are handled in order: a key typed ahead of the
+    // question it answers waits for that question.
     void onKey(char key);
+    void handleKeys();
+    // Handles one key; false when it must wait (a stop was asked for and its question is not
+    // up yet).
+    bool handleKey(char key);
+    // The end of stdin: a question still open is answered "no", and the upload goes on.
+    void onInputEnded();
+    void answerStop(bool stop);
     void onStopSignal(int number);
     // SIGTERM or SIGHUP (logout, shutdown): the upload is paused and recorded, and the process
     // ends with 128 plus the signal's number, ready for --resume.
@@ -100,6 +110,9 @@ class ConsoleSession : public QObject {
 
     // Status screen state.
     bool awaitingStopAnswer_ = false;
+    // The stop key was taken and its question is not up yet.
+    bool stopQuestionComing_ = false;
+    std::deque<char> keys_;
     // What a paused upload waits for, told once when the wait begins and when it ends.
     enum class Waiting { Nothing, Device, Space };
     Waiting waitingFor_ = Waiting::Nothing;

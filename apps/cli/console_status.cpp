@@ -112,26 +112,49 @@ void ConsoleSession::showPauseChange() {
 
 void ConsoleSession::onKey(char key) {
     if (ended() || stage_ != Stage::Uploading) return;
+    keys_.push_back(key);
+    handleKeys();
+}
+
+void ConsoleSession::handleKeys() {
+    while (!keys_.empty() && !ended()) {
+        if (!handleKey(keys_.front())) return;
+        keys_.pop_front();
+    }
+    if (keys_.empty() && terminal_.inputEnded()) onInputEnded();
+}
+
+void ConsoleSession::answerStop(bool stop) {
     Dialog open = Dialog::QuitConfirmation;
-    const bool modal = view_.modalOpen(&open);
-    if (modal && open == Dialog::CancelUploadConfirm && awaitingStopAnswer_) {
+    if (!view_.modalOpen(&open) || open != Dialog::CancelUploadConfirm) return;
+    awaitingStopAnswer_ = false;
+    std::printf("%s\n", stop ? "yes" : "no");
+    std::fflush(stdout);
+    view_.answer(open, stop ? ConsoleView::kAnswerSecond : ConsoleView::kAnswerFirst);
+    // The controller acts on the answer once the question's loop has returned.
+    QTimer::singleShot(0, this, [this] {
+        if (!ended()) showPauseChange();
+    });
+}
+
+void ConsoleSession::onInputEnded() {
+    // Nobody is left to answer: "no", and the upload goes on without keys.
+    if (awaitingStopAnswer_) answerStop(false);
+}
+
+bool ConsoleSession::handleKey(char key) {
+    if (awaitingStopAnswer_) {
         // Blanks between keys in a pipe are no answer; Enter on a terminal is the default, no.
         if ((key == '\n' || key == '\r') && terminal_.inputIsTerminal()) key = 'n';
-        if (key == '\n' || key == '\r' || key == ' ') return;
-        awaitingStopAnswer_ = false;
-        const bool stop = key == 'y' || key == 'Y';
-        std::printf("%s\n", stop ? "yes" : "no");
-        std::fflush(stdout);
-        view_.answer(open, stop ? ConsoleView::kAnswerSecond : ConsoleView::kAnswerFirst);
-        // The controller acts on the answer once the question's loop has returned.
-        QTimer::singleShot(0, this, [this] {
-            if (!ended()) showPauseChange();
-        });
-        return;
+        if (key == '\n' || key == '\r' || key == ' ') return true;
+        answerStop(key == 'y' || key == 'Y');
+        return true;
     }
-    if (modal) return;
+    // The keys after a stop key belong to its question: they wait until it is up.
+    if (stopQuestionComing_) return false;
+    if (view_.modalOpen()) return true;
     const StatusSnapshot status = view_.status();
-    if (status.ended()) return;
+    if (status.ended()) return true;
     const int tag = status.pauseButtonTag;
     switch (key) {
         case 'p':
@@ -148,12 +171,21 @@ void ConsoleSession::onKey(char key) {
         case 'S':
             // The stop button: pauses, then asks. The question runs as a nested loop, so it
             // starts from the event loop rather than from inside this key's handling.
-            QTimer::singleShot(0, this, [this] { actions_.cancelUploadFiles(kTagStop); });
-            return;
+            stopQuestionComing_ = true;
+            QTimer::singleShot(0, this, [this] {
+                actions_.cancelUploadFiles(kTagStop);
+                // No question came (the upload had ended): the keys go on.
+                if (stopQuestionComing_) {
+                    stopQuestionComing_ = false;
+                    handleKeys();
+                }
+            });
+            return true;
         default:
-            return;
+            return true;
     }
     showProgress(true);
+    return true;
 }
 
 void ConsoleSession::endWithTheDesktopSession(int number) {
@@ -196,11 +228,7 @@ void ConsoleSession::onStopSignal(int number) {
     }
     Dialog open = Dialog::QuitConfirmation;
     if (view_.modalOpen(&open)) {
-        if (open == Dialog::CancelUploadConfirm) {
-            awaitingStopAnswer_ = false;
-            std::printf("yes\n");
-            view_.answer(open, ConsoleView::kAnswerSecond);
-        }
+        if (open == Dialog::CancelUploadConfirm) answerStop(true);
         return;
     }
     if (view_.status().state == engine::UploadState::Completed) return;  // the end is printed

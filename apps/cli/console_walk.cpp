@@ -248,7 +248,7 @@ void ConsoleSession::startUpload() {
     std::fflush(stdout);
     stage_ = Stage::Uploading;
     terminal_.setRawInput(true);
-    terminal_.startKeys([this](char k) { onKey(k); }, [] {});
+    terminal_.startKeys([this](char k) { onKey(k); }, [this] { handleKeys(); });
     actions_.uploadFiles();
     showProgress(true);
 }
@@ -257,11 +257,9 @@ void ConsoleSession::onModal(Dialog dialog) {
     clearProgressLine();
     switch (dialog) {
         case Dialog::CancelUploadConfirm:
+            stopQuestionComing_ = false;
             if (stopWithoutAsking_) {
                 view_.answer(dialog, ConsoleView::kAnswerSecond);
-            } else if (terminal_.inputEnded()) {
-                // Nobody can answer: keep uploading.
-                view_.answer(dialog, ConsoleView::kAnswerFirst);
             } else {
                 showPauseChange();  // the stop button pauses before it asks
                 std::string prompt = view_.questionText();
@@ -269,6 +267,8 @@ void ConsoleSession::onModal(Dialog dialog) {
                 std::printf("%s [y/N] ", prompt.c_str());
                 std::fflush(stdout);
                 awaitingStopAnswer_ = true;
+                // A key typed ahead answers it; with stdin at its end, nobody can: "no".
+                handleKeys();
             }
             break;
         case Dialog::ProtectedFiles: {

@@ -236,3 +236,48 @@ TEST_F(CliTest, MoveConfirmsOnTheCommandLineAndTheSourcesGo) {
     EXPECT_TRUE(filesBelow(work / "src").empty());
     EXPECT_FALSE(fs::exists(work / "src/notes.txt"));
 }
+
+// Many small files: an upload long enough that keys given at its start land while it runs.
+static void makeManyFiles(const std::string& folder, int count) {
+    for (int i = 0; i < count; ++i)
+        test::writeFile(
+            folder + "/part " + std::to_string(i / 500) + "/f" + std::to_string(i) + ".txt",
+            "file " + std::to_string(i) + "\n");
+}
+
+TEST_F(CliTest, StopKeysTypedAheadStopTheUploadInOnePieceOrOneByOne) {
+    for (const bool onePiece : {true, false}) {
+        SCOPED_TRACE(onePiece ? "in one piece" : "one by one");
+        TmpfsVolume volume(work / "Drive", 64 << 20);
+        ASSERT_TRUE(volume.ok());
+        makeManyFiles(work / "src/Many", 3000);
+        ChildProcess child;
+        ASSERT_TRUE(
+            start(child, {"--das", volume.path(), "--destination", "Drive", work / "src/Many"}));
+        // Both keys are there before the question: the "y" waits for it.
+        if (onePiece) {
+            child.write("sy");
+        } else {
+            child.write("s");
+            child.write("y");
+        }
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 130) << child.output() << child.errors();
+        EXPECT_NE(child.output().find("[y/N] yes"), std::string::npos) << child.output();
+        EXPECT_LT(filesBelow(volume.path()).size(), 3000u);
+    }
+}
+
+TEST_F(CliTest, TheEndOfInputAtTheStopQuestionIsANoAndTheUploadEnds) {
+    TmpfsVolume volume(work / "Drive", 64 << 20);
+    ASSERT_TRUE(volume.ok());
+    makeManyFiles(work / "src/Many", 3000);
+    ChildProcess child;
+    ASSERT_TRUE(
+        start(child, {"--das", volume.path(), "--destination", "Drive", work / "src/Many"}));
+    child.write("s");
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_NE(child.output().find("[y/N] no"), std::string::npos) << child.output();
+    EXPECT_TRUE(sameTree(work / "src/Many", volume.path() + "/Many"));
+}
