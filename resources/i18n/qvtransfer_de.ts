@@ -324,6 +324,14 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>Das Ziel auf %@ ist nicht erreichbar, daher kann der unterbrochene Upload jetzt nicht fortgesetzt werden.</translation>
     </message>
+    <message id="SOURCE_GONE_txt">
+        <source>The file is no longer there.</source>
+        <translation>Die Datei ist nicht mehr vorhanden.</translation>
+    </message>
+    <message id="LINK_DANGLING_txt">
+        <source>The link points to nothing.</source>
+        <translation>Der Verweis zeigt ins Leere.</translation>
+    </message>
     <message id="DAY_txt">
         <source>%@ day</source>
         <extracomment>%@ is replaced by a number.</extracomment>

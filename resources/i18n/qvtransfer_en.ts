@@ -324,6 +324,14 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</translation>
     </message>
+    <message id="SOURCE_GONE_txt">
+        <source>The file is no longer there.</source>
+        <translation>The file is no longer there.</translation>
+    </message>
+    <message id="LINK_DANGLING_txt">
+        <source>The link points to nothing.</source>
+        <translation>The link points to nothing.</translation>
+    </message>
     <message id="DAY_txt">
         <source>%@ day</source>
         <extracomment>%@ is replaced by a number.</extracomment>

@@ -324,6 +324,14 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>La destination sur %@ est inaccessible, l’envoi interrompu ne peut donc pas être repris maintenant.</translation>
     </message>
+    <message id="SOURCE_GONE_txt">
+        <source>The file is no longer there.</source>
+        <translation>Le fichier n’est plus là.</translation>
+    </message>
+    <message id="LINK_DANGLING_txt">
+        <source>The link points to nothing.</source>
+        <translation>Le lien ne mène nulle part.</translation>
+    </message>
     <message id="DAY_txt">
         <source>%@ day</source>
         <extracomment>%@ is replaced by a number.</extracomment>

@@ -252,7 +252,16 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
         const std::string destination = rebasedDestination(destFilePath);
 
         bool isFolder = false;
-        if (!fs::files().exists(sourcePath, &isFolder)) break;
+        if (!fs::files().exists(sourcePath, &isFolder)) {
+            // Removed or renamed since it was chosen, or a link to nothing: the user hears
+            // which, rather than an upload that says everything arrived.
+            const bool danglingLink = fs::files().isAlias(sourcePath);
+            processFileTransferStatus(
+                sourcePath, destination,
+                qvt::TransferError{ENOENT, localizedString(danglingLink ? "LINK_DANGLING_txt"
+                                                                        : "SOURCE_GONE_txt")});
+            break;
+        }
 
         const Step step = isFolder
                               ? transferFolder(*this, sourcePath, destination, destDir, excludeFile)

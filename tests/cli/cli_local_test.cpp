@@ -281,3 +281,25 @@ TEST_F(CliTest, TheEndOfInputAtTheStopQuestionIsANoAndTheUploadEnds) {
     EXPECT_NE(child.output().find("[y/N] no"), std::string::npos) << child.output();
     EXPECT_TRUE(sameTree(work / "src/Many", volume.path() + "/Many"));
 }
+
+TEST_F(CliTest, ASourceDeletedDuringTheUploadIsNamedAndTheExitStatusIsOne) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    ASSERT_EQ(mkfifo((work / "pipe").c_str(), 0644), 0);
+    makeManyFiles(work / "src/Many", 20);
+    const std::string gone = work / "src/letter.txt";
+    test::writeFile(gone, "Dear all\n");
+    FifoWriter writer(work / "pipe");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "pipe",
+                              work / "src/Many", gone}));
+    child.closeInput();
+    // While the first source is being read, the last one goes.
+    ASSERT_TRUE(pollUntil([&] { return writer.attach(); }, kDeadline)) << child.output();
+    ASSERT_TRUE(fs::remove(gone));
+    writer.release();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_NE(child.output().find(gone + ": The file is no longer there."), std::string::npos)
+        << child.output();
+    EXPECT_TRUE(sameTree(work / "src/Many", volume.path() + "/Many"));
+}

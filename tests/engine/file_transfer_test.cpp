@@ -52,15 +52,33 @@ TEST(TransferFile, CopiesAFileAndCountsIt) {
     EXPECT_NE(m.thread, std::this_thread::get_id());
 }
 
-TEST(TransferFile, AMissingSourceIsSkippedSilently) {
+TEST(TransferFile, AMissingSourceIsAFailedItemWithItsReason) {
     Session s;
     ASSERT_TRUE(s.c);
     s.c->job().numberOfFilesCountForTransfer = 10;
     s.c->transferFile(s.from("gone.txt"), s.at("gone.txt"), s.dst);
-    EXPECT_TRUE(handled(s).empty());
-    EXPECT_EQ(s.c->job().progressValue, 1);
-    EXPECT_EQ(failureCount(s), 0u);
+    EXPECT_EQ(s.c->job().progressValue, 2);
+    ASSERT_EQ(failureCount(s), 1u);
+    const Record failure = *s.c->failedTransferArray.get()[0].asRecord();
+    EXPECT_EQ(failure.string("sourceFilePath"), s.from("gone.txt"));
+    EXPECT_EQ(failure.string("localizedError"), "The file is no longer there.");
     EXPECT_FALSE(fs::exists(s.at("gone.txt")));
+}
+
+TEST(TransferFile, ALinkToNothingIsAFailedItemWithItsReason) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 10;
+    fs::create_directories(s.from("album"));
+    fs::create_symlink(s.from("nowhere.jpg"), s.from("album/broken.jpg"));
+    test::writeFile(s.from("album/fine.jpg"), "fine");
+    s.c->transferFile(s.from("album"), s.at("album"), s.dst);
+    ASSERT_EQ(failureCount(s), 1u);
+    const Record failure = *s.c->failedTransferArray.get()[0].asRecord();
+    EXPECT_EQ(failure.string("sourceFilePath"), s.from("album/broken.jpg"));
+    EXPECT_EQ(failure.string("localizedError"), "The link points to nothing.");
+    EXPECT_EQ(test::readFile(s.at("album/fine.jpg")), "fine");
+    EXPECT_FALSE(fs::exists(fs::symlink_status(s.at("album/broken.jpg"))));
 }
 
 TEST(TransferFile, AClashingFileGetsTheNextCopyName) {
