@@ -1,8 +1,8 @@
 #include "cli_options.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <sys/stat.h>
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -192,6 +192,28 @@ std::optional<Record> deviceRecordFor(const Options& o, std::string& error) {
                 {"serialNumber", o.serialNumber},
                 {"volumeArray", List{}}};
     return Record{{"deviceType", "NAS"}, {"isZeroState", false}, {"deviceInfo", info}};
+}
+
+std::vector<std::string> unreachableVolumes(const Record& device,
+                                            const std::vector<std::string>& mountPoints) {
+    std::vector<std::string> missing;
+    const Record* info = device.record("deviceInfo");
+    const List* volumes = info ? info->list("volumeArray") : nullptr;
+    if (device.string("deviceType") != "DAS" || !volumes) return missing;
+    for (const Value& v : *volumes) {
+        const Record* volume = v.asRecord();
+        if (!volume) continue;
+        const std::string path = volume->string("volumePath");
+        const std::string node = volume->string("bsdName");
+        const bool mounted =
+            std::find(mountPoints.begin(), mountPoints.end(), path) != mountPoints.end();
+        struct stat st {};
+        const bool attached = !node.empty() && node.find('/') == std::string::npos &&
+                              ::stat(("/dev/" + node).c_str(), &st) == 0;
+        if (!mounted && !attached)
+            missing.push_back(volume->string("volumeName") + " (" + path + ")");
+    }
+    return missing;
 }
 
 std::string firstFolderNotMounted(const std::vector<std::string>& folders,

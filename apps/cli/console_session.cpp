@@ -79,6 +79,8 @@ void ConsoleSession::tick() {
         switch (stage_) {
             case Stage::Start:
                 stageSince_ = now;
+                if (options_.passwordFromStdin)
+                    stdinPassword_ = terminal_.readLine("", true, [this] { return ended(); });
                 if (options_.resume) {
                     stage_ = Stage::Resuming;
                     std::printf("Taking up the upload recorded in the state file...\n");
@@ -92,7 +94,7 @@ void ConsoleSession::tick() {
             case Stage::FirstScreen:
                 if (shown && *shown == Screen::Users)
                     chooseUser();
-                else if (shown && *shown == Screen::Sources)
+                else if (shown && *shown == Screen::Sources && accountAsAsked())
                     addSources();
                 break;
             case Stage::Counting:

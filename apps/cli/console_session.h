@@ -59,6 +59,10 @@ class ConsoleSession : public QObject {
 
     // The walk (console_walk.cpp).
     void chooseUser();
+    // With --user, the account a device signs in with by itself (its one account without a
+    // password) must be the one asked for. False while the accounts are not known yet, and
+    // when they differ (the session has then ended with a bad-argument status).
+    bool accountAsAsked();
     void addSources();
     void leaveSources();
     void chooseDestination();
@@ -94,6 +98,9 @@ class ConsoleSession : public QObject {
     std::string deviceInfo(const char* key) const;
 
     Options options_;
+    // The line --password-stdin gave, read before anything else so that it is never taken
+    // for keys; nothing when stdin ended first.
+    std::optional<std::string> stdinPassword_;
     Terminal& terminal_;
     Record device_;
     std::shared_ptr<QVTransfer> wizard_;

@@ -53,6 +53,17 @@ std::optional<std::string> ConsoleSession::ask(const std::string& prompt, bool s
     return terminal_.readLine(prompt, secret, [this] { return ended(); });
 }
 
+bool ConsoleSession::accountAsAsked() {
+    if (options_.user.empty() || device_.string("deviceType") != "NAS") return true;
+    const UsersScreen users = view_.users();
+    if (!users.usersFetched) return false;
+    const std::vector<std::string>& names = users.userNames;
+    if (names.size() == 1 && names.front() == options_.user) return true;
+    finish(kExitBadArguments,
+           "The device has no account " + options_.user + " (it has: " + joined(names) + ").");
+    return false;
+}
+
 void ConsoleSession::chooseUser() {
     const UsersScreen users = view_.users();
     if (!users.usersFetched) return;
@@ -86,7 +97,7 @@ void ConsoleSession::chooseUser() {
         std::optional<std::string> password = std::string();
         if (view_.users().passwordShown) {
             if (options_.passwordFromStdin)
-                password = terminal_.readLine("", true, [this] { return ended(); });
+                password = stdinPassword_;
             else if (terminal_.inputIsTerminal())
                 password = ask("Password for " + wanted + ": ", true);
             else

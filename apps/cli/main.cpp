@@ -55,6 +55,25 @@ int main(int argc, char** argv) {
             return badArguments("not a mounted volume: " + folder +
                                 " (give the folder a file system is mounted on)");
     }
+    if (!options.deviceFile.empty()) {
+        // A disk that is not attached is told at once, rather than after the destination
+        // screen has waited for volumes that cannot come.
+        std::vector<std::string> mountPoints;
+        for (const auto& volume : qvt::platform::files().mountedVolumes())
+            mountPoints.push_back(volume.path);
+        const std::vector<std::string> missing = unreachableVolumes(*device, mountPoints);
+        const qvt::Record* info = device->record("deviceInfo");
+        const qvt::List* volumes = info ? info->list("volumeArray") : nullptr;
+        if (!missing.empty() && volumes && missing.size() == volumes->size()) {
+            std::string names;
+            for (const auto& m : missing) names += (names.empty() ? "" : ", ") + m;
+            std::fprintf(stderr,
+                         "qvtransfer-cli: the disk's volume is not there: %s. Attach the disk, "
+                         "or mount the volume at that folder, and try again.\n",
+                         names.c_str());
+            return kExitSomeFailed;
+        }
+    }
     // The console lists only the sources it is given, never the default folders.
     device->set("isZeroState", true);
 

@@ -2,6 +2,7 @@
 // opens the upload wizard for it and prints every message the wizard sends back.
 #include <QApplication>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QTimer>
 #include <QWidget>
@@ -159,11 +160,13 @@ std::optional<qvt::Record> deviceRecord(const HostOptions& o, std::string& error
 }
 
 // Opens the wizard; when the state file holds an interrupted upload for the device, first asks
-// whether to take it up (the library leaves that choice to its host).
-void startWizard(const std::shared_ptr<QVTransfer>& wizard, const std::string& productName) {
+// whether to take it up (the library leaves that choice to its host). Answers the question
+// while it is open, so that the program can close it before it lets the wizard go.
+QMessageBox* startWizard(const std::shared_ptr<QVTransfer>& wizard,
+                         const std::string& productName) {
     if (!wizard->hasUploadToResume()) {
         wizard->startFileTransfer();
-        return;
+        return nullptr;
     }
     std::printf("an interrupted upload to %s can be resumed\n", productName.c_str());
     std::fflush(stdout);
@@ -176,13 +179,18 @@ void startWizard(const std::shared_ptr<QVTransfer>& wizard, const std::string& p
     box->addButton(QStringLiteral("Start a New Upload"), QMessageBox::RejectRole);
     box->setDefaultButton(resume);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    QObject::connect(box, &QMessageBox::finished, box, [box, resume, wizard] {
+    // The question holds the wizard weakly: the program owns it.
+    const std::weak_ptr<QVTransfer> weak = wizard;
+    QObject::connect(box, &QMessageBox::finished, box, [box, resume, weak] {
+        const auto w = weak.lock();
+        if (!w) return;
         if (box->clickedButton() == resume)
-            wizard->resumeFileTransferAfterRestart();
+            w->resumeFileTransferAfterRestart();
         else
-            wizard->startFileTransfer();
+            w->startFileTransfer();
     });
     box->open();
+    return box;
 }
 
 // Saves what a person would see (the wizard's window, or the question that comes before it) to
@@ -217,15 +225,17 @@ int main(int argc, char** argv) {
     if (!wizard) return fail("the wizard could not be created");
     auto delegate = std::make_shared<PrintingDelegate>();
     wizard->setDelegate(delegate);
+    QPointer<QMessageBox> offer;
     if (options.resume)
         wizard->resumeFileTransferAfterRestart();
     else
-        startWizard(wizard, device->record("deviceInfo")
-                                ? device->record("deviceInfo")->string("productName")
-                                : std::string());
+        offer = startWizard(wizard, device->record("deviceInfo")
+                                        ? device->record("deviceInfo")->string("productName")
+                                        : std::string());
 
     if (!options.screenshot.empty()) saveScreenshotLater(app, options.screenshot);
     const int rc = app.exec();
+    delete offer.data();  // a question left open (a screenshot was taken of it)
     wizard.reset();
     return rc;
 }

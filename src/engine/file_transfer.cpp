@@ -255,11 +255,14 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
         if (!fs::files().exists(sourcePath, &isFolder)) {
             // Removed or renamed since it was chosen, or a link to nothing: the user hears
             // which, rather than an upload that says everything arrived.
+            // It is not counted as a handled file: the totals held it as nothing (or it was
+            // counted and is gone), and the counter reaching the count ends the upload.
             const bool danglingLink = fs::files().isAlias(sourcePath);
-            processFileTransferStatus(
+            recordFailure(
                 sourcePath, destination,
                 qvt::TransferError{ENOENT, localizedString(danglingLink ? "LINK_DANGLING_txt"
                                                                         : "SOURCE_GONE_txt")});
+            ++job().uncountedFailures;
             break;
         }
 

@@ -1,4 +1,5 @@
 // The bookkeeping of each handled file and the end of the upload.
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -48,18 +49,22 @@ qvt::List failedListRows(const qvt::List& failures) {
 
 }  // namespace
 
+void QVTransferPrivate::recordFailure(const std::string& sourcePath,
+                                      const std::string& destFilePath,
+                                      const qvt::TransferError& error) {
+    qvt::Record failure{{"sourceFilePath", sourcePath},
+                        {"destFilePath", destFilePath},
+                        {"localizedError", fmt::format("%@", error.localizedDescription)}};
+    failedTransferArray.with([&](qvt::List& failures) { failures.push_back(failure); });
+    log().write(fmt::format(
+        "QVTransfer: processFileTransferStatus of file/folder %@ to %@ Time: %@ Error: %@\n",
+        sourcePath, selectedDestinationShare.get(), logTime(*this), describeError(error)));
+}
+
 void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
                                                   const std::string& destFilePath,
                                                   const std::optional<qvt::TransferError>& error) {
-    if (error) {
-        qvt::Record failure{{"sourceFilePath", sourcePath},
-                            {"destFilePath", destFilePath},
-                            {"localizedError", fmt::format("%@", error->localizedDescription)}};
-        failedTransferArray.with([&](qvt::List& failures) { failures.push_back(failure); });
-        log().write(fmt::format(
-            "QVTransfer: processFileTransferStatus of file/folder %@ to %@ Time: %@ Error: %@\n",
-            sourcePath, selectedDestinationShare.get(), logTime(*this), describeError(*error)));
-    }
+    if (error) recordFailure(sourcePath, destFilePath, *error);
 
     qvt::engine::UploadJob& upload = job();
     // What is at the destination counts as transferred, a partial file after a failure too.
@@ -119,8 +124,11 @@ void QVTransferPrivate::finishFileTransfer() {
     upload.complete();
     if (failed != 0) {
         // Also when every file failed: "0 of n" in the some-files text, not a text of its own.
+        // The counter holds the counted failures, not the sources found gone.
+        const std::int64_t counted =
+            static_cast<std::int64_t>(failed) - upload.uncountedFailures.load();
         const std::uint64_t arrived =
-            static_cast<std::uint64_t>(upload.progressValue.load()) - failed;
+            static_cast<std::uint64_t>(std::max<std::int64_t>(0, upload.progressValue - counted));
         const std::string status = fmt::format(
             localeSOME_FILES_SUCCESSFULLY_UPLOADED_txt, unsignedText(arrived),
             fmt::format("%ld",

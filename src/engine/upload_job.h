@@ -105,6 +105,9 @@ class UploadJob {
     // Files handled, starting at 1 (the counter's first value), and files in all.
     std::atomic<std::int64_t> progressValue{1};
     std::atomic<std::int64_t> numberOfFilesCountForTransfer{0};
+    // Failed items the counter above leaves out: sources gone since they were counted (or
+    // never there), which the totals held as nothing or as files no longer to be found.
+    std::atomic<std::int64_t> uncountedFailures{0};
     // Bytes now at the destination for the files handled.
     std::atomic<std::uint64_t> totalTransferredFilesSize{0};
     // The destination of the file being copied now; empty between files.

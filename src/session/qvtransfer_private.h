@@ -231,6 +231,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // (upload thread).
     void processFileTransferStatus(const std::string& sourcePath, const std::string& destFilePath,
                                    const std::optional<qvt::TransferError>& error);
+    // Adds a failed item to the list and the log, without counting it as a handled file.
+    void recordFailure(const std::string& sourcePath, const std::string& destFilePath,
+                       const qvt::TransferError& error);
     // Removes the hidden copy of the file in hand (an unfinished one) and forgets it.
     void discardPartialCopy();
     // The clash-free name (no folder, no extension) for a path given without its extension.

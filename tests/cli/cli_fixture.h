@@ -59,8 +59,12 @@ inline std::vector<std::string> filesBelow(const std::string& root) {
     std::vector<std::string> out;
     std::error_code ec;
     for (auto it = fs::recursive_directory_iterator(root, ec); !ec && it != fs::end(it);
-         it.increment(ec))
-        if (it->is_regular_file()) out.push_back(fs::relative(it->path(), root).string());
+         it.increment(ec)) {
+        // Read while an upload may still be writing here: an entry that goes meanwhile is
+        // skipped, never an error.
+        std::error_code gone;
+        if (it->is_regular_file(gone)) out.push_back(it->path().lexically_relative(root).string());
+    }
     std::sort(out.begin(), out.end());
     return out;
 }

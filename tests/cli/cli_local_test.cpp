@@ -303,3 +303,30 @@ TEST_F(CliTest, ASourceDeletedDuringTheUploadIsNamedAndTheExitStatusIsOne) {
         << child.output();
     EXPECT_TRUE(sameTree(work / "src/Many", volume.path() + "/Many"));
 }
+
+TEST_F(CliTest, ADeviceRecordWhoseDiskIsNotAttachedIsToldAtOnce) {
+    // The record's volume is neither mounted at its folder nor has a device node.
+    fs::create_directories(work / "Gone");
+    Record info{{"productName", "Travel Drive"},
+                {"serialNumber", "GONE-1"},
+                {"volumeArray", List{Record{{"volumeName", "Travel"},
+                                            {"volumePath", work / "Gone"},
+                                            {"bsdName", "qvt-no-such-disk"},
+                                            {"mounted", true},
+                                            {"uuid", "0000-GONE"}}}}};
+    const Record device{{"deviceType", "DAS"}, {"isZeroState", false}, {"deviceInfo", info}};
+    ASSERT_TRUE(platform::writePropertyList(work / "device.plist", Value(device)));
+    test::writeFile(work / "a.txt", "a\n");
+    ChildProcess child;
+    const auto started = std::chrono::steady_clock::now();
+    ASSERT_TRUE(start(
+        child, {"--device", work / "device.plist", "--destination", "Travel", work / "a.txt"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(5));
+    EXPECT_NE(child.errors().find("the disk's volume is not there: Travel (" + (work / "Gone") +
+                                  "). Attach the disk, or mount the volume at that folder"),
+              std::string::npos)
+        << child.errors();
+    EXPECT_TRUE(fs::is_empty(work / "Gone"));
+}

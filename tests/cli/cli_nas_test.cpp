@@ -351,3 +351,40 @@ TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile
     EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
     EXPECT_EQ(destinationProblems({work / "src/Many"}, share("Family") + "/Trips"), "");
 }
+
+TEST_F(CliNas, AUserTheDeviceWouldNotSignInAsIsRefusedAndThePasswordLineIsNeverKeys) {
+    // The device has one account without a password: the wizard would sign in as it by itself.
+    device_.stop();
+    sim::DeviceConfig single = config_;
+    single.users = {{kOtherUser, ""}};
+    ASSERT_GT(device_.start(single), 0);
+    fs::create_directories(share("Public") + "/In");
+    test::writeFile(work / "a.txt", "a\n");
+    auto args = deviceArgs();
+    for (const std::string a : {"--user", kUser, "--password-stdin", "--destination", "Public/In"})
+        args.push_back(a);
+    args.push_back(work / "a.txt");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    // A password line made of keys: read as the password, never as "s" and "y".
+    child.write("sysy\n");
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 2) << child.output() << child.errors();
+    EXPECT_NE(child.errors().find("The device has no account qvtcli (it has: qvtcli2)."),
+              std::string::npos)
+        << child.errors();
+    EXPECT_FALSE(fs::exists(share("Public") + "/In/a.txt"));
+
+    // The account it has, asked for by name, works; the password line is read and unused.
+    auto same = deviceArgs();
+    for (const std::string a :
+         {"--user", kOtherUser, "--password-stdin", "--destination", "Public/In"})
+        same.push_back(a);
+    same.push_back(work / "a.txt");
+    ChildProcess ok;
+    ASSERT_TRUE(start(ok, same));
+    ok.write("sysy\n");
+    ok.closeInput();
+    EXPECT_EQ(ok.waitForExit(kDeadline), 0) << ok.output() << ok.errors();
+    EXPECT_EQ(test::readFile(share("Public") + "/In/a.txt"), "a\n");
+}

@@ -31,6 +31,11 @@ class StatusWindow : public WindowTest {
         // The first source is a FIFO, so the upload surely runs while the buttons are pressed.
         ASSERT_EQ(mkfifo((work / "first").c_str(), 0644), 0);
         writer = std::make_unique<qvt::clitest::FifoWriter>(work / "first");
+        // A home as people have it: the default source folders are there (one that is not
+        // would be listed among the failed items).
+        for (const char* folder :
+             {"Desktop", "Documents", "Downloads", "Music", "Pictures", "Videos"})
+            std::filesystem::create_directories(harness.services.folders.home + "/" + folder);
         writeFile(work / "second.txt", "second\n");
         writeFile(work / "third.bin", std::string(2 << 20, 'x'));
     }
