@@ -9,6 +9,7 @@
 #include "cli_options.h"
 #include "console_session.h"
 #include "console_view.h"
+#include "device/mount_destination.h"
 #include "platform/files.h"
 #include "qvtransfer/Version.h"
 #include "session/qvtransfer_private.h"
@@ -107,6 +108,11 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     std::fflush(stderr);
     if (!idle) _exit(code);
+    // The shares and volumes this run mounted go with it, however it ended (an error, a stop,
+    // failed files kept for a retry the console does not offer): a mount point left in the
+    // mount folder would wait there for the next run.
+    if (controller->mountObject)
+        controller->unmountSharesVolumes(controller->mountObject->mountedPathsArray.get());
     controller.reset();
     return code;
 }

@@ -388,3 +388,23 @@ TEST_F(CliNas, AUserTheDeviceWouldNotSignInAsIsRefusedAndThePasswordLineIsNeverK
     EXPECT_EQ(ok.waitForExit(kDeadline), 0) << ok.output() << ok.errors();
     EXPECT_EQ(test::readFile(share("Public") + "/In/a.txt"), "a\n");
 }
+
+TEST_F(CliNas, AnUploadThatEndsInAnErrorLeavesNoMountPointBehind) {
+    test::writeFile(work / "a.txt", "a\n");
+    auto args = deviceArgs();
+    for (const std::string a : {"--user", kUser, "--password-stdin", "--destination", "Nowhere/x"})
+        args.push_back(a);
+    args.push_back(work / "a.txt");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    child.write(std::string(kPassword) + "\n");
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 2) << child.output() << child.errors();
+    const std::string mountFolder = home.path() + "/.QVTransfer";
+    EXPECT_TRUE(!fs::exists(mountFolder) || fs::is_empty(mountFolder)) << [&] {
+        std::string names;
+        for (const auto& e : fs::directory_iterator(mountFolder))
+            names += e.path().filename().string() + " ";
+        return names;
+    }();
+}
