@@ -332,6 +332,10 @@
         <source>The link points to nothing.</source>
         <translation>Der Verweis zeigt ins Leere.</translation>
     </message>
+    <message id="NOT_REGULAR_FILE_txt">
+        <source>Not a regular file.</source>
+        <translation>Keine gewöhnliche Datei.</translation>
+    </message>
     <message id="DAY_txt">
         <source>%@ day</source>
         <extracomment>%@ is replaced by a number.</extracomment>

@@ -332,6 +332,10 @@
         <source>The link points to nothing.</source>
         <translation>The link points to nothing.</translation>
     </message>
+    <message id="NOT_REGULAR_FILE_txt">
+        <source>Not a regular file.</source>
+        <translation>Not a regular file.</translation>
+    </message>
     <message id="DAY_txt">
         <source>%@ day</source>
         <extracomment>%@ is replaced by a number.</extracomment>

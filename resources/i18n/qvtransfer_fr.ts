@@ -332,6 +332,10 @@
         <source>The link points to nothing.</source>
         <translation>Le lien ne mène nulle part.</translation>
     </message>
+    <message id="NOT_REGULAR_FILE_txt">
+        <source>Not a regular file.</source>
+        <translation>Ce n’est pas un fichier ordinaire.</translation>
+    </message>
     <message id="DAY_txt">
         <source>%@ day</source>
         <extracomment>%@ is replaced by a number.</extracomment>

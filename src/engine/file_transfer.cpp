@@ -136,7 +136,8 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
 }  // namespace
 
 void QVTransferPrivate::discardPartialCopy() {
-    const std::string partial = job().inProcessDestFilePath.get();
+    // A volume that came back at another mount point holds the hidden copy there now.
+    const std::string partial = rebasedDestination(job().inProcessDestFilePath.get());
     // Only a hidden copy this upload was writing is removed, never a file under a final name.
     if (!partial.empty() && qvt::engine::isTemporaryName(lastPathComponent(partial))) {
         const int rc = fs::files().removeItem(partial);
@@ -191,7 +192,10 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
             return Step::Retry;
         }
         c.discardPartialCopy();
-        error = transferError(rc);
+        // A FIFO, a socket or a device node is never read: it is listed with its reason.
+        error = rc == fs::kNotARegularFile
+                    ? qvt::TransferError{rc, c.localizedString("NOT_REGULAR_FILE_txt")}
+                    : transferError(rc);
     }
 
     c.inProcessSourceFilesArray.append(target);

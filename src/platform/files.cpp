@@ -43,6 +43,7 @@ int platformErrorCode(int e) {
 }
 
 std::string errorDescription(int e) {
+    if (e == kNotARegularFile) return "Not a regular file";
     if (e == kOutOfSpaceWriteError) e = ENOSPC;
     if (e == kUnknownWriteError) e = EIO;
     char buf[256];

@@ -24,6 +24,10 @@ int platformErrorCode(int errnoValue);
 // The readable description of an errno value (of the mapped code for 512 and 640).
 std::string errorDescription(int errnoValue);
 
+// A copy's source that is neither a regular file nor a folder (a FIFO, a socket, a device
+// node): it is never read, since reading it could wait for ever. Outside the errno range.
+inline constexpr int kNotARegularFile = 10001;
+
 struct VolumeFacts {
     // An SMB mount: its smb://host/share URL while the connection answers, "" once it is lost.
     // A local volume: an identity of its device while the volume is there; "" when the path

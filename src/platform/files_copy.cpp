@@ -54,13 +54,39 @@ bool isUnsupported(int e) {
     return e == EXDEV || e == ENOSYS || e == EINVAL || e == EOPNOTSUPP || e == EBADF;
 }
 
+// Opens a local source for reading without waiting on it: opening a FIFO (or reading it, or a
+// device node) waits until something else acts, maybe never. Only a regular file is read;
+// anything else is kNotARegularFile. A file under another program's lease is waited for at
+// most the kernel's lease-break time.
+int openLocalSource(const std::string& path, int* fd, struct stat* st) {
+    // A socket cannot be opened at all; the type is told before anything is opened.
+    if (::stat(path.c_str(), st) == 0 && !S_ISREG(st->st_mode) && !S_ISDIR(st->st_mode))
+        return kNotARegularFile;
+    int f = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (f < 0 && errno == EWOULDBLOCK) f = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (f < 0) return errno;
+    int rc = 0;
+    if (fstat(f, st) != 0)
+        rc = errno;
+    else if (S_ISDIR(st->st_mode))
+        rc = EISDIR;
+    else if (!S_ISREG(st->st_mode))
+        rc = kNotARegularFile;
+    else if (const int flags = fcntl(f, F_GETFL);
+             flags < 0 || fcntl(f, F_SETFL, flags & ~O_NONBLOCK) != 0)
+        rc = errno;
+    if (rc != 0) {
+        close(f);
+        return rc;
+    }
+    *fd = f;
+    return 0;
+}
+
 int copyLocal(const std::string& from, const std::string& to) {
     Fd in;
-    in.fd = open(from.c_str(), O_RDONLY | O_CLOEXEC);
-    if (in.fd < 0) return errno;
     struct stat st {};
-    if (fstat(in.fd, &st) != 0) return errno;
-    if (S_ISDIR(st.st_mode)) return EISDIR;
+    if (const int rc = openLocalSource(from, &in.fd, &st)) return rc;
     Fd out;
     out.fd = open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, st.st_mode & 07777);
     if (out.fd < 0) return errno;
@@ -116,9 +142,11 @@ class End {
     int open(bool forWriting, mode_t mode) {
         errno = 0;
         if (!share_) {
-            const int flags =
-                forWriting ? (O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC) : (O_RDONLY | O_CLOEXEC);
-            fd_ = ::open(path_.c_str(), flags, mode);
+            if (!forWriting) {
+                struct stat st {};
+                return openLocalSource(path_, &fd_, &st);
+            }
+            fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
             return fd_ >= 0 ? 0 : errno;
         }
         const std::string u = share_->url();

@@ -116,30 +116,6 @@ inline void makeSources(const std::string& folder) {
     test::writeFile(folder + "/notes.txt", "Meeting notes\n");
 }
 
-// The writing end of a FIFO that an upload reads as its source. Once the copy has opened the
-// FIFO, holding the writing end keeps that copy waiting for data, so the upload is surely under
-// way; closing it lets the copy end with an empty file.
-class FifoWriter {
-  public:
-    explicit FifoWriter(std::string path) : path_(std::move(path)) {}
-    ~FifoWriter() { release(); }
-    FifoWriter(const FifoWriter&) = delete;
-    FifoWriter& operator=(const FifoWriter&) = delete;
-    // Opens the writing end if a reader has the FIFO open; true once it is held.
-    bool attach() {
-        if (fd_ < 0) fd_ = open(path_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-        return fd_ >= 0;
-    }
-    void release() {
-        if (fd_ >= 0) close(fd_);
-        fd_ = -1;
-    }
-
-  private:
-    std::string path_;
-    int fd_ = -1;
-};
-
 // Polls `done` until it holds or `seconds` pass, without an event loop (for child programs).
 inline bool pollUntil(const std::function<bool()>& done, double seconds) {
     const auto deadline = std::chrono::steady_clock::now() +

@@ -3,10 +3,12 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include "../mount/mount_test_support.h"
 #include "cli_fixture.h"
 #include "platform/plist_io.h"
+#include "support/lease_hold.h"
 
 using namespace qvt;
 using namespace qvt::clitest;
@@ -107,7 +109,7 @@ TEST_F(CliTest, AFileThatCannotBeReadFailsAndTheRestArrives) {
     // The failed list names the socket with the reason.
     EXPECT_NE(child.output().find("Failed (1):"), std::string::npos) << child.output();
     EXPECT_NE(child.output().find(work / "src/Holiday/socket"), std::string::npos);
-    EXPECT_NE(child.output().find("No such device or address"), std::string::npos);
+    EXPECT_NE(child.output().find("Not a regular file."), std::string::npos);
     // Everything else arrived, byte for byte.
     fs::remove(work / "src/Holiday/socket");
     EXPECT_TRUE(sameTree(work / "src/Holiday", volume.path() + "/Inbox/Holiday"));
@@ -138,63 +140,66 @@ TEST_F(CliTest, ADestinationThatIsNotThereIsABadArgument) {
 TEST_F(CliTest, StopKeyAsksAndYesStopsWithOneThirty) {
     TmpfsVolume volume(work / "Drive", 8 << 20);
     ASSERT_TRUE(volume.ok());
-    // The first source is a FIFO: its copy waits for a writer, so the upload is surely still
+    // The first source is held: its copy waits to open it, so the upload is surely still
     // running when the keys arrive.
-    ASSERT_EQ(mkfifo((work / "pipe").c_str(), 0644), 0);
-    test::writeFile(work / "later.txt", "after the pipe\n");
+    test::writeFile(work / "held.bin", "the held file\n");
+    test::writeFile(work / "later.txt", "after the held file\n");
 
-    FifoWriter writer(work / "pipe");
+    test::LeaseHold hold(work / "held.bin");
+    ASSERT_TRUE(hold.held());
     ChildProcess child;
-    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "pipe",
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
                               work / "later.txt"}));
-    ASSERT_TRUE(pollUntil([&] { return writer.attach(); }, kDeadline)) << child.output();
+    ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
     child.write("s");
     ASSERT_TRUE(child.waitForOutput("[y/N]", kDeadline)) << child.output();
     child.write("y");
     ASSERT_TRUE(child.waitForOutput("Stopped.", kDeadline)) << child.output() << child.errors();
-    writer.release();
+    hold.release();
     EXPECT_EQ(child.waitForExit(kDeadline), 130) << child.output() << child.errors();
-    // The walk ended at the stop: the source after the pipe never went.
+    // The walk ended at the stop: the source after the held file never went.
     EXPECT_FALSE(fs::exists(volume.path() + "/later.txt"));
 }
 
 TEST_F(CliTest, NoToTheStopQuestionKeepsUploading) {
     TmpfsVolume volume(work / "Drive", 8 << 20);
     ASSERT_TRUE(volume.ok());
-    ASSERT_EQ(mkfifo((work / "pipe").c_str(), 0644), 0);
-    test::writeFile(work / "later.txt", "after the pipe\n");
+    test::writeFile(work / "held.bin", "the held file\n");
+    test::writeFile(work / "later.txt", "after the held file\n");
 
-    FifoWriter writer(work / "pipe");
+    test::LeaseHold hold(work / "held.bin");
+    ASSERT_TRUE(hold.held());
     ChildProcess child;
-    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "pipe",
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
                               work / "later.txt"}));
-    ASSERT_TRUE(pollUntil([&] { return writer.attach(); }, kDeadline)) << child.output();
+    ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
     child.write("s");
     ASSERT_TRUE(child.waitForOutput("[y/N]", kDeadline)) << child.output();
     child.write("n");
     ASSERT_TRUE(child.waitForOutput("Resumed.", kDeadline)) << child.output();
-    writer.release();
+    hold.release();
     child.closeInput();
     EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
-    EXPECT_EQ(test::readFile(volume.path() + "/later.txt"), "after the pipe\n");
-    EXPECT_TRUE(fs::exists(volume.path() + "/pipe"));
+    EXPECT_EQ(test::readFile(volume.path() + "/later.txt"), "after the held file\n");
+    EXPECT_EQ(test::readFile(volume.path() + "/held.bin"), "the held file\n");
 }
 
 TEST_F(CliTest, SigintStopsWithoutAsking) {
     TmpfsVolume volume(work / "Drive", 8 << 20);
     ASSERT_TRUE(volume.ok());
-    ASSERT_EQ(mkfifo((work / "pipe").c_str(), 0644), 0);
-    test::writeFile(work / "later.txt", "after the pipe\n");
+    test::writeFile(work / "held.bin", "the held file\n");
+    test::writeFile(work / "later.txt", "after the held file\n");
 
-    FifoWriter writer(work / "pipe");
+    test::LeaseHold hold(work / "held.bin");
+    ASSERT_TRUE(hold.held());
     ChildProcess child;
-    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "pipe",
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
                               work / "later.txt"}));
     child.closeInput();
-    ASSERT_TRUE(pollUntil([&] { return writer.attach(); }, kDeadline)) << child.output();
+    ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
     child.signal(SIGINT);
     ASSERT_TRUE(child.waitForOutput("Stopped.", kDeadline)) << child.output() << child.errors();
-    writer.release();
+    hold.release();
     EXPECT_EQ(child.waitForExit(kDeadline), 130);
     EXPECT_EQ(child.output().find("[y/N]"), std::string::npos) << child.output();
     EXPECT_FALSE(fs::exists(volume.path() + "/later.txt"));
@@ -285,19 +290,20 @@ TEST_F(CliTest, TheEndOfInputAtTheStopQuestionIsANoAndTheUploadEnds) {
 TEST_F(CliTest, ASourceDeletedDuringTheUploadIsNamedAndTheExitStatusIsOne) {
     TmpfsVolume volume(work / "Drive", 8 << 20);
     ASSERT_TRUE(volume.ok());
-    ASSERT_EQ(mkfifo((work / "pipe").c_str(), 0644), 0);
+    test::writeFile(work / "held.bin", "the held file\n");
     makeManyFiles(work / "src/Many", 20);
     const std::string gone = work / "src/letter.txt";
     test::writeFile(gone, "Dear all\n");
-    FifoWriter writer(work / "pipe");
+    test::LeaseHold hold(work / "held.bin");
+    ASSERT_TRUE(hold.held());
     ChildProcess child;
-    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "pipe",
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
                               work / "src/Many", gone}));
     child.closeInput();
     // While the first source is being read, the last one goes.
-    ASSERT_TRUE(pollUntil([&] { return writer.attach(); }, kDeadline)) << child.output();
+    ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
     ASSERT_TRUE(fs::remove(gone));
-    writer.release();
+    hold.release();
     EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
     EXPECT_NE(child.output().find(gone + ": The file is no longer there."), std::string::npos)
         << child.output();
@@ -329,4 +335,27 @@ TEST_F(CliTest, ADeviceRecordWhoseDiskIsNotAttachedIsToldAtOnce) {
               std::string::npos)
         << child.errors();
     EXPECT_TRUE(fs::is_empty(work / "Gone"));
+}
+
+TEST_F(CliTest, AFifoASocketAndADeviceNodeAreFailedItemsAndTheUploadEnds) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "src/Odd/before.txt", "before\n");
+    test::writeFile(work / "src/Odd/zz after.txt", "after\n");
+    // Nothing ever writes to the FIFO: reading it would wait for ever.
+    ASSERT_EQ(mkfifo((work / "src/Odd/pipe").c_str(), 0644), 0);
+    ASSERT_TRUE(makeSocketFile(work / "src/Odd/socket"));
+    ASSERT_EQ(mknod((work / "src/Odd/null").c_str(), S_IFCHR | 0644, makedev(1, 3)), 0);
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "src/Odd"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    for (const char* name : {"pipe", "socket", "null"})
+        EXPECT_NE(child.output().find(work / "src/Odd" + "/" + name + ": Not a regular file."),
+                  std::string::npos)
+            << name << "\n"
+            << child.output();
+    EXPECT_EQ(test::readFile(volume.path() + "/Odd/before.txt"), "before\n");
+    EXPECT_EQ(test::readFile(volume.path() + "/Odd/zz after.txt"), "after\n");
+    EXPECT_EQ(filesBelow(volume.path() + "/Odd").size(), 2u);
 }

@@ -13,6 +13,7 @@
 
 #include "../ui/window_fixture.h"
 #include "cli_fixture.h"
+#include "support/lease_hold.h"
 #include "ui/destination_outline_view.h"
 #include "widgets/QVTransferPausedAndStopButton.h"
 #include "widgets/QVTransferProgressIndicator.h"
@@ -28,9 +29,10 @@ class StatusWindow : public WindowTest {
         volume = std::make_unique<TmpfsVolume>(work / "Drive", 16 << 20);
         ASSERT_TRUE(volume->ok());
         std::filesystem::create_directories(volume->path() + "/Photos");
-        // The first source is a FIFO, so the upload surely runs while the buttons are pressed.
-        ASSERT_EQ(mkfifo((work / "first").c_str(), 0644), 0);
-        writer = std::make_unique<qvt::clitest::FifoWriter>(work / "first");
+        // The first source is held, so the upload surely runs while the buttons are pressed.
+        writeFile(work / "first", "the held file\n");
+        hold = std::make_unique<test::LeaseHold>(work / "first");
+        ASSERT_TRUE(hold->held());
         // A home as people have it: the default source folders are there (one that is not
         // would be listed among the failed items).
         for (const char* folder :
@@ -40,7 +42,7 @@ class StatusWindow : public WindowTest {
         writeFile(work / "third.bin", std::string(2 << 20, 'x'));
     }
     void TearDown() override {
-        if (writer) writer->release();
+        if (hold) hold->release();
         WindowTest::TearDown();
         volume.reset();
     }
@@ -74,9 +76,9 @@ class StatusWindow : public WindowTest {
         EXPECT_EQ(window->mainArea()->currentWidget(), window->screenView(Screen::Status));
     }
 
-    // The copy has opened the FIFO and waits for its data: the upload is surely under way.
+    // The copy waits to open the held file: the upload is surely under way.
     bool copyUnderWay() {
-        return waitFor([&] { return writer->attach(); }, 30);
+        return waitFor([&] { return hold->opened(); }, 30);
     }
 
     QImage picture() {
@@ -86,7 +88,7 @@ class StatusWindow : public WindowTest {
 
     test::TempDir work;
     std::unique_ptr<TmpfsVolume> volume;
-    std::unique_ptr<qvt::clitest::FifoWriter> writer;
+    std::unique_ptr<test::LeaseHold> hold;
 };
 
 TEST_F(StatusWindow, PauseButtonPausesAndResumesAndTheEndReadsWell) {
@@ -125,7 +127,7 @@ TEST_F(StatusWindow, PauseButtonPausesAndResumesAndTheEndReadsWell) {
     EXPECT_EQ(pause->currentImageName(), QStringLiteral("icn_pause_up.png"));
     EXPECT_NE(line1->styleSheet().indexOf(QStringLiteral("rgba(75, 90, 104")), -1);
 
-    writer->release();
+    hold->release();
     auto* close = window->control<QAbstractButton>(QStringLiteral("statusCloseButton"));
     ASSERT_TRUE(waitFor(
         [&] {
@@ -184,7 +186,7 @@ TEST_F(StatusWindow, StopButtonAsksAndStopEndsTheSession) {
     EXPECT_TRUE(waitFor([&] { return delegate->cancelCount.load() == 1; }));
     EXPECT_TRUE(waitFor([&] { return !window->window()->isVisible(); }));
     // The walk ended at the stop: nothing after the first source went.
-    writer->release();
+    hold->release();
     EXPECT_TRUE(waitFor([&] { return harness.services.dispatch->running() == 0; }, 15));
     EXPECT_FALSE(std::filesystem::exists(volume->path() + "/Photos/second.txt"));
 }
@@ -211,7 +213,7 @@ TEST_F(StatusWindow, KeepUploadingResumesAndHideMinimises) {
     window->control<QAbstractButton>(QStringLiteral("statusCloseButton"))->click();
     EXPECT_TRUE(wizard->isStatusWindowHidden);
     EXPECT_TRUE(waitFor([&] { return window->window()->isMinimized(); }));
-    writer->release();
+    hold->release();
     EXPECT_TRUE(waitFor([&] { return wizard->isFileTransferCompleted(); }, 30));
     EXPECT_EQ(delegate->cancelCount.load(), 0);
 }

@@ -81,6 +81,16 @@ TEST_F(LocalFilesTest, FoldersWithAndWithoutParents) {
     EXPECT_EQ(files().createFolder(path("plain/x"), true), ENOTDIR);
 }
 
+TEST_F(LocalFilesTest, OnlyARegularFileIsEverReadAndNothingWaits) {
+    // Nothing writes to the FIFO: opening it for reading in the usual way would wait for ever.
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0644), 0);
+    EXPECT_EQ(files().copyItem(path("pipe"), path("pipe copy")), platform::kNotARegularFile);
+    EXPECT_EQ(files().copyItem("/dev/null", path("null copy")), platform::kNotARegularFile);
+    EXPECT_FALSE(std::filesystem::exists(path("pipe copy")));
+    EXPECT_FALSE(std::filesystem::exists(path("null copy")));
+    EXPECT_EQ(platform::errorDescription(platform::kNotARegularFile), "Not a regular file");
+}
+
 TEST_F(LocalFilesTest, CopyMoveRemoveAndSizes) {
     std::string data(3 * 1024 * 1024 + 17, '\0');
     for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(i * 131 % 251);
