@@ -36,7 +36,7 @@ if [ "${#present[@]}" -eq 0 ]; then
 fi
 
 start=$SECONDS
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQVT_SANITIZE=thread \
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQVT_WERROR=ON -DQVT_SANITIZE=thread \
     >/dev/null
 cmake --build "$build" -j "$(nproc)" --target "${present[@]}"
 built=$SECONDS

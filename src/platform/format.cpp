@@ -204,7 +204,12 @@ std::string printC(const Specifier& sp, const char* lengthModifier, char convers
     if (conversion == 'd' || conversion == 'u') std::erase(flags, '#');
     std::string cf = "%" + flags;
     if (sp.width >= 0) cf += std::to_string(sp.width);
-    if (sp.precision >= 0) cf += "." + std::to_string(sp.precision);
+    if (sp.precision >= 0) {
+        // Appended piece by piece: GCC 12 at -O3 takes "." + std::to_string(...) for an
+        // overlapping copy (a false -Wrestrict).
+        cf += '.';
+        cf += std::to_string(sp.precision);
+    }
     cf += lengthModifier;
     cf += conversion;
     const locale_t loc = cLocale();
