@@ -1,5 +1,7 @@
 #include "console_view.h"
 
+#include <cstdio>
+
 #include <QCoreApplication>
 #include <QThread>
 #include <algorithm>
@@ -175,6 +177,10 @@ void ConsoleView::showDeviceMissing() {
 
 void ConsoleView::showDeviceFull() {
     runModal(Dialog::DeviceFull);
+}
+
+void ConsoleView::showNotice(const Notice& notice) {
+    std::fprintf(stderr, "%s\n", notice.sentence.c_str());
 }
 
 void ConsoleView::showResumeProblem(const ResumeProblem& problem) {

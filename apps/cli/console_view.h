@@ -47,6 +47,7 @@ class ConsoleView : public QVTransferView {
     void showDeviceMissing() override;
     void showDeviceFull() override;
     void showResumeProblem(const ResumeProblem& problem) override;
+    void showNotice(const Notice& notice) override;
     void endModal(Dialog dialog) override;
     void stopModal() override;
     void setText(const std::string&, const std::string&) override {}

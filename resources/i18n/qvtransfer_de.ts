@@ -336,6 +336,10 @@
         <source>Not a regular file.</source>
         <translation>Keine gewöhnliche Datei.</translation>
     </message>
+    <message id="NO_DESTINATION_txt">
+        <source>Choose the folder to upload to first.</source>
+        <translation>Wählen Sie zuerst den Ordner, in den hochgeladen werden soll.</translation>
+    </message>
     <message id="DAY_txt">
         <source>%@ day</source>
         <extracomment>%@ is replaced by a number.</extracomment>

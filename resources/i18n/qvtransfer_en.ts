@@ -336,6 +336,10 @@
         <source>Not a regular file.</source>
         <translation>Not a regular file.</translation>
     </message>
+    <message id="NO_DESTINATION_txt">
+        <source>Choose the folder to upload to first.</source>
+        <translation>Choose the folder to upload to first.</translation>
+    </message>
     <message id="DAY_txt">
         <source>%@ day</source>
         <extracomment>%@ is replaced by a number.</extracomment>

@@ -336,6 +336,10 @@
         <source>Not a regular file.</source>
         <translation>Ce n’est pas un fichier ordinaire.</translation>
     </message>
+    <message id="NO_DESTINATION_txt">
+        <source>Choose the folder to upload to first.</source>
+        <translation>Choisissez d’abord le dossier de destination.</translation>
+    </message>
     <message id="DAY_txt">
         <source>%@ day</source>
         <extracomment>%@ is replaced by a number.</extracomment>

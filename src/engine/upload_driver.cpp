@@ -69,11 +69,19 @@ qvt::TransferError invalidSourceError() {
 void QVTransferPrivate::uploadFiles() {
     log().write("QVTransfer: uploadFiles \n");
 
+    // Without a folder to upload to nothing starts: a relative or empty path would put the
+    // files (or, with the move option, move the sources) wherever the process happens to be.
+    const std::string destination = view()->selectedDestinationFolder();
+    if (destination.empty() || destination.front() != '/') {
+        log().write("QVTransfer: uploadFiles: no destination folder is selected \n");
+        view()->showNotice(qvt::Notice{localizedString("NO_DESTINATION_txt"), localeCLOSE_btn});
+        return;
+    }
+
     clearMainTransferView();
     statusControls.with([&](StatusControls& s) { s.closeButtonTitle = localeHIDE_btn; });
     showScreen(qvt::Screen::Status);
 
-    const std::string destination = view()->selectedDestinationFolder();
     const std::string type = deviceType();
     if (type == "NAS") {
         // The login is kept so that a reconnection or a restart can mount the share again

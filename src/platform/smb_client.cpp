@@ -50,7 +50,12 @@ class FairLock {
     int depth_ = 0;
 };
 
-FairLock gLibraryLock;
+// Never destroyed: a worker thread may still give its SMB context back while the process's
+// static objects are being destroyed at exit.
+FairLock& libraryLock() {
+    static FairLock* const lock = new FairLock;
+    return *lock;
+}
 thread_local const Credentials* tCredentials = nullptr;
 thread_local int tOpenCalls = 0;
 
@@ -73,9 +78,9 @@ struct ThreadContext {
     ~ThreadContext() { release(); }
     void release() {
         if (!ctx) return;
-        gLibraryLock.lock();
+        libraryLock().lock();
         smbc_free_context(ctx, 1);
-        gLibraryLock.unlock();
+        libraryLock().unlock();
         ctx = nullptr;
     }
 };
@@ -144,7 +149,7 @@ bool Call::open() {
 }
 
 Call::Call(const Credentials& credentials, bool fresh) {
-    gLibraryLock.lock();
+    libraryLock().lock();
     ++tOpenCalls;
     previous_ = tCredentials;
     tCredentials = &credentials;
@@ -160,7 +165,7 @@ Call::~Call() {
     if (owned_) smbc_free_context(ctx_, 1);
     tCredentials = previous_;
     --tOpenCalls;
-    gLibraryLock.unlock();
+    libraryLock().unlock();
 }
 
 std::string url(const std::string& host, const std::string& share, const std::string& relative) {

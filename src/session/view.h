@@ -54,6 +54,9 @@ class QVTransferView {
     // sentence with a Close button, which closes the window too; the console prints it and
     // ends. Main thread.
     virtual void showResumeProblem(const ResumeProblem& problem) = 0;
+    // Tells the user why an action did nothing (the window: a message with a Close button over
+    // the screen; the console: the sentence printed). Main thread.
+    virtual void showNotice(const Notice& notice) = 0;
     // Ends the modal run of `dialog` and closes it.
     virtual void endModal(Dialog dialog) = 0;
     // Ends whatever modal run is under way.

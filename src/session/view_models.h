@@ -155,4 +155,11 @@ struct ResumeProblem {
     std::string closeTitle;
 };
 
+// Why what the user asked for was not done, in one sentence, and the title of the one button
+// that closes the message; the screen stays as it was.
+struct Notice {
+    std::string sentence;
+    std::string closeTitle;
+};
+
 }  // namespace qvt

@@ -270,6 +270,22 @@ void QtTransferWindow::showResumeProblem(const ResumeProblem& problem) {
     });
 }
 
+void QtTransferWindow::showNotice(const Notice& notice) {
+    const QString sentence = QString::fromStdString(notice.sentence);
+    const QString closeTitle = QString::fromStdString(notice.closeTitle);
+    onGui([this, sentence, closeTitle] {
+        auto* box = new QMessageBox(QMessageBox::Information, window()->windowTitle(), sentence,
+                                    QMessageBox::NoButton, window());
+        box->setObjectName("noticeMessage");
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        QPushButton* close = box->addButton(closeTitle, QMessageBox::AcceptRole);
+        close->setObjectName("noticeCloseButton");
+        box->setDefaultButton(close);
+        box->setEscapeButton(close);
+        box->open();
+    });
+}
+
 void QtTransferWindow::stopModal() {
     onGui([this] {
         modalRuns_.erase(std::remove(modalRuns_.begin(), modalRuns_.end(), nullptr),

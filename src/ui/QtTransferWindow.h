@@ -59,6 +59,7 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void showDeviceMissing() override;
     void showDeviceFull() override;
     void showResumeProblem(const ResumeProblem& problem) override;
+    void showNotice(const Notice& notice) override;
     void endModal(Dialog dialog) override;
     void stopModal() override;
     void setText(const std::string& control, const std::string& text) override;
@@ -135,6 +136,8 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void applyUsers(const UsersScreen& screen);
     void applySources(const SourcesScreen& screen);
     void applyDestinations(const DestinationScreen& screen);
+    // Upload is enabled when the controller allows it and a destination row is selected.
+    void updateUploadButton();
     void applyStatus(const StatusSnapshot& status);
     void applyFailedList(const FailedList& list);
 
@@ -153,6 +156,8 @@ class QtTransferWindow : public QObject, public QVTransferView {
     QStandardItemModel* failedModel_ = nullptr;
     std::vector<QPointer<QDialog>> modalRuns_;
     bool closingProgrammatically_ = false;
+    bool uploadAllowed_ = false;
+    bool watchingDestinationSelection_ = false;
     bool placed_ = false;
     bool reloadingSources_ = false;
 };

@@ -1,3 +1,5 @@
+#include <QItemSelectionModel>
+
 #include "ui/destination_outline_view.h"
 
 #include <QHeaderView>
@@ -69,6 +71,8 @@ DestinationOutlineView::DestinationOutlineView(QVTransferActions& controller, QW
     : QTreeView(parent), controller_(controller), model_(new DestinationTreeModel(this)) {
     setObjectName(QStringLiteral("destinationFolderOutlineView"));
     setModel(model_);
+    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &DestinationOutlineView::selectedFolderChanged);
     setItemDelegate(new DestinationCellDelegate(this));
     setHeaderHidden(true);
     setUniformRowHeights(true);

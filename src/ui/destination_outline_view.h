@@ -39,6 +39,10 @@ class DestinationOutlineView : public QTreeView {
     // The selected node's folder path, or "" when nothing is selected.
     QString selectedFolderPath() const;
 
+  signals:
+    // The selection changed (by the mouse, the keyboard or a reload).
+    void selectedFolderChanged();
+
   private:
     void onExpanded(const QModelIndex& index);
 

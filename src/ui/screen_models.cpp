@@ -137,11 +137,25 @@ void QtTransferWindow::applySources(const SourcesScreen& screen) {
 }
 
 void QtTransferWindow::applyDestinations(const DestinationScreen& screen) {
-    if (auto* tree =
-            control<ui::DestinationOutlineView>(QStringLiteral("destinationFolderOutlineView")))
-        tree->showTree(screen.roots);
+    auto* tree =
+        control<ui::DestinationOutlineView>(QStringLiteral("destinationFolderOutlineView"));
+    if (tree) tree->showTree(screen.roots);
+    uploadAllowed_ = screen.uploadEnabled;
+    if (tree && !watchingDestinationSelection_) {
+        watchingDestinationSelection_ = true;
+        connect(tree, &ui::DestinationOutlineView::selectedFolderChanged, this,
+                [this] { updateUploadButton(); });
+    }
+    updateUploadButton();
+}
+
+void QtTransferWindow::updateUploadButton() {
+    // Upload needs a folder to upload to: without a selected row there is none, whatever the
+    // tree's state.
+    auto* tree =
+        control<ui::DestinationOutlineView>(QStringLiteral("destinationFolderOutlineView"));
     if (QWidget* upload = control(QStringLiteral("uploadFilesButton")))
-        upload->setEnabled(screen.uploadEnabled);
+        upload->setEnabled(uploadAllowed_ && tree && !tree->selectedFolderPath().isEmpty());
 }
 
 void QtTransferWindow::applyStatus(const StatusSnapshot& status) {

@@ -63,9 +63,12 @@ class StatusWindow : public WindowTest {
         tree->expand(tree->model()->index(0, 0));
         ASSERT_TRUE(
             waitFor([&] { return tree->model()->rowCount(tree->model()->index(0, 0)) == 1; }, 30));
+        // Nothing is selected yet: there is no folder to upload to.
+        auto* upload = window->control<QAbstractButton>(QStringLiteral("uploadFilesButton"));
+        ASSERT_TRUE(waitFor([&] { return wizard->finishedPopulatingDestinationFolders.load(); }));
+        EXPECT_FALSE(upload->isEnabled());
         tree->setCurrentIndex(tree->model()->index(0, 0, tree->model()->index(0, 0)));
         ASSERT_EQ(tree->selectedFolderPath().toStdString(), volume->path() + "/Photos");
-        auto* upload = window->control<QAbstractButton>(QStringLiteral("uploadFilesButton"));
         ASSERT_TRUE(waitFor([&] { return upload->isEnabled(); }, 30));
         upload->click();
         ASSERT_TRUE(waitFor([&] {

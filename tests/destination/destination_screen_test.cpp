@@ -98,11 +98,14 @@ TEST_F(DestinationWindow, ExpandingANodeTwiceLeavesNoDuplicates) {
     ASSERT_TRUE(settle(h));
     c->showDestinaionSharesToTransfer();
     ASSERT_TRUE(onScreen(Screen::Destination));
-    EXPECT_TRUE(upload->isEnabled());
+    // The tree is ready, but Upload waits for a selected row.
+    EXPECT_FALSE(upload->isEnabled());
 
     auto* model = tree->model();
     ASSERT_EQ(model->rowCount(), 1);
     const QModelIndex root = model->index(0, 0);
+    tree->setCurrentIndex(root);
+    EXPECT_TRUE(upload->isEnabled());
     EXPECT_EQ(root.data().toString(), "Archive");
     // The placeholder makes the triangle but is not a row of its own.
     EXPECT_TRUE(model->hasChildren(root));

@@ -304,6 +304,9 @@ TEST_F(ShareList, PictureOfTheSharesOnTheDestinationScreen) {
     ASSERT_NE(tree, nullptr);
     auto* model = tree->model();
     ASSERT_EQ(model->rowCount(), 3);
+    // Upload waits for a selected row.
+    EXPECT_FALSE(window->control(QStringLiteral("uploadFilesButton"))->isEnabled());
+    tree->setCurrentIndex(model->index(0, 0));
     EXPECT_TRUE(window->control(QStringLiteral("uploadFilesButton"))->isEnabled());
     // Creating a folder is not offered yet: its link stays hidden.
     EXPECT_TRUE(window->control(QStringLiteral("createNewFolderLink"))->isHidden());

@@ -441,3 +441,25 @@ TEST(CopyLoop, NothingIsTrashedAfterAFailure) {
     EXPECT_FALSE(s.h.log->contains("removeError"));
     EXPECT_TRUE(s.c->isFileTransferFailed());
 }
+
+TEST(UploadFiles, WithoutADestinationFolderNothingStartsAndTheUserIsTold) {
+    for (const std::string chosen : {std::string(), std::string("Photos/2024")}) {
+        Session s;
+        ASSERT_TRUE(s.c);
+        test::writeFile(s.from("a.txt"), "a");
+        s.c->sourceFilesArray.set(List{Record{
+            {"filesSelectCheckbox", 1}, {"fileName", "a.txt"}, {"fullFilePath", s.from("a.txt")}}});
+        s.c->job().numberOfFilesCountForTransfer = 1;
+        s.c->setRemoveFilesAfterUpload(true);
+        s.h.view->selectedFolder = chosen;
+        s.c->uploadFiles();
+        ASSERT_TRUE(s.h.services.dispatch->waitIdle(10));
+        EXPECT_TRUE(s.h.view->called("showNotice")) << chosen;
+        EXPECT_EQ(s.h.view->notices.back(), "Choose the folder to upload to first.");
+        EXPECT_FALSE(s.h.view->called("showScreen statusView"));
+        EXPECT_FALSE(s.c->job().completed());
+        // The source stays where it was, even with the move option.
+        EXPECT_EQ(test::readFile(s.from("a.txt")), "a");
+        EXPECT_FALSE(fs::exists("Photos/2024/a.txt"));
+    }
+}

@@ -186,6 +186,12 @@ void ScriptedView::showDeviceFull() {
     run(Dialog::DeviceFull);
 }
 
+void ScriptedView::showNotice(const Notice& notice) {
+    std::lock_guard lock(s_->mutex);
+    s_->calls.push_back("showNotice");
+    s_->notices.push_back(notice.sentence);
+}
+
 void ScriptedView::showResumeProblem(const ResumeProblem& problem) {
     std::lock_guard lock(s_->mutex);
     s_->calls.push_back("showResumeProblem");

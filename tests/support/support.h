@@ -69,8 +69,9 @@ class ScriptedView : public QVTransferView {
         DestinationScreen destinations;
         StatusSnapshot status;
         FailedList failedList;
-        // What showResumeProblem said, in order.
+        // What showResumeProblem and showNotice said, in order.
         std::vector<std::string> resumeProblems;
+        std::vector<std::string> notices;
         // The questions asked so far.
         std::vector<StopQuestion> stopQuestions;
         std::vector<ProtectedFilesQuestion> protectedFilesQuestions;
@@ -105,6 +106,7 @@ class ScriptedView : public QVTransferView {
     void showDeviceMissing() override;
     void showDeviceFull() override;
     void showResumeProblem(const ResumeProblem& problem) override;
+    void showNotice(const Notice& notice) override;
     void endModal(Dialog dialog) override;
     void stopModal() override;
     void setText(const std::string& control, const std::string& text) override;
