@@ -140,15 +140,14 @@ bool leftAsIs(unsigned char c) {
     }
 }
 
-}  // namespace
-
-std::string addPercentEscapes(const std::string& text) {
+// `text` as UTF-8 with every byte that `keep` refuses written as %XX.
+std::string percentEscaped(const std::string& text, bool (*keep)(unsigned char)) {
     static const char* const kHex = "0123456789ABCDEF";
     std::string out;
     out.reserve(text.size());
     for (const char ch : text) {
         const auto c = static_cast<unsigned char>(ch);
-        if (leftAsIs(c)) {
+        if (keep(c)) {
             out += ch;
         } else {
             out += '%';
@@ -157,31 +156,26 @@ std::string addPercentEscapes(const std::string& text) {
         }
     }
     return out;
+}
+
+bool unreserved(unsigned char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
+           c == '.' || c == '_' || c == '~';
+}
+
+}  // namespace
+
+std::string addPercentEscapes(const std::string& text) {
+    return percentEscaped(text, &leftAsIs);
+}
+
+std::string escapeQueryValue(const std::string& text) {
+    return percentEscaped(text, &unreserved);
 }
 
 DeviceRequest usersRequest(const std::string& ipAddress) {
     std::string url = platform::format("http://%@/api/1.0/rest/users", ipAddress);
     return {url, url, kRequestTimeoutSeconds};
-}
-
-std::string escapeQueryValue(const std::string& text) {
-    static const char* const kHex = "0123456789ABCDEF";
-    std::string out;
-    out.reserve(text.size());
-    for (const char ch : text) {
-        const auto c = static_cast<unsigned char>(ch);
-        const bool unreserved = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-                                (c >= '0' && c <= '9') || c == '-' || c == '.' || c == '_' ||
-                                c == '~';
-        if (unreserved) {
-            out += ch;
-        } else {
-            out += '%';
-            out += kHex[c >> 4];
-            out += kHex[c & 0x0F];
-        }
-    }
-    return out;
 }
 
 namespace {

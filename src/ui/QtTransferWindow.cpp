@@ -250,23 +250,29 @@ void QtTransferWindow::showDeviceFull() {
     runModal(Dialog::DeviceFull);
 }
 
+QMessageBox* QtTransferWindow::openMessage(const QString& sentence, const QString& closeTitle,
+                                           const QString& name) {
+    // Sheet-like: modal to the window only, so the window's own events go on meanwhile.
+    auto* box = new QMessageBox(QMessageBox::Information, window()->windowTitle(), sentence,
+                                QMessageBox::NoButton, window());
+    box->setObjectName(name + QStringLiteral("Message"));
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    QPushButton* close = box->addButton(closeTitle, QMessageBox::AcceptRole);
+    close->setObjectName(name + QStringLiteral("CloseButton"));
+    box->setDefaultButton(close);
+    box->setEscapeButton(close);
+    box->open();
+    return box;
+}
+
 void QtTransferWindow::showResumeProblem(const ResumeProblem& problem) {
     const QString sentence = QString::fromStdString(problem.sentence);
     const QString closeTitle = QString::fromStdString(problem.closeTitle);
     onGui([this, sentence, closeTitle] {
-        // Sheet-like: modal to the window only, so the window's own events go on meanwhile.
-        auto* box = new QMessageBox(QMessageBox::Information, window()->windowTitle(), sentence,
-                                    QMessageBox::NoButton, window());
-        box->setObjectName("resumeProblemMessage");
-        box->setAttribute(Qt::WA_DeleteOnClose);
-        QPushButton* close = box->addButton(closeTitle, QMessageBox::AcceptRole);
-        close->setObjectName("resumeProblemCloseButton");
-        box->setDefaultButton(close);
-        box->setEscapeButton(close);
+        QMessageBox* box = openMessage(sentence, closeTitle, QStringLiteral("resumeProblem"));
         // Nothing was taken up: the window has nothing left to show.
         QWidget* owner = window();
         connect(box, &QMessageBox::finished, owner, [owner] { owner->close(); });
-        box->open();
     });
 }
 
@@ -274,15 +280,7 @@ void QtTransferWindow::showNotice(const Notice& notice) {
     const QString sentence = QString::fromStdString(notice.sentence);
     const QString closeTitle = QString::fromStdString(notice.closeTitle);
     onGui([this, sentence, closeTitle] {
-        auto* box = new QMessageBox(QMessageBox::Information, window()->windowTitle(), sentence,
-                                    QMessageBox::NoButton, window());
-        box->setObjectName("noticeMessage");
-        box->setAttribute(Qt::WA_DeleteOnClose);
-        QPushButton* close = box->addButton(closeTitle, QMessageBox::AcceptRole);
-        close->setObjectName("noticeCloseButton");
-        box->setDefaultButton(close);
-        box->setEscapeButton(close);
-        box->open();
+        openMessage(sentence, closeTitle, QStringLiteral("notice"));
     });
 }
 

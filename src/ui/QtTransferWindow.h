@@ -12,6 +12,7 @@
 #include "session/view.h"
 
 class QDialog;
+class QMessageBox;
 class QStackedWidget;
 class QStandardItemModel;
 class QModelIndex;
@@ -138,6 +139,10 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void applyDestinations(const DestinationScreen& screen);
     // Upload is enabled when the controller allows it and a destination row is selected.
     void updateUploadButton();
+    // Opens a message over the window with one Close button ("<name>Message",
+    // "<name>CloseButton"); it deletes itself when closed.
+    QMessageBox* openMessage(const QString& sentence, const QString& closeTitle,
+                             const QString& name);
     void applyStatus(const StatusSnapshot& status);
     void applyFailedList(const FailedList& list);
 

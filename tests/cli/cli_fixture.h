@@ -116,6 +116,14 @@ inline void makeSources(const std::string& folder) {
     test::writeFile(folder + "/notes.txt", "Meeting notes\n");
 }
 
+// Many small files: an upload long enough that keys given at its start land while it runs.
+inline void makeManyFiles(const std::string& folder, int count) {
+    for (int i = 0; i < count; ++i)
+        test::writeFile(
+            folder + "/part " + std::to_string(i / 500) + "/f" + std::to_string(i) + ".txt",
+            "file " + std::to_string(i) + "\n");
+}
+
 // Polls `done` until it holds or `seconds` pass, without an event loop (for child programs).
 inline bool pollUntil(const std::function<bool()>& done, double seconds) {
     const auto deadline = std::chrono::steady_clock::now() +

@@ -242,14 +242,6 @@ TEST_F(CliTest, MoveConfirmsOnTheCommandLineAndTheSourcesGo) {
     EXPECT_FALSE(fs::exists(work / "src/notes.txt"));
 }
 
-// Many small files: an upload long enough that keys given at its start land while it runs.
-static void makeManyFiles(const std::string& folder, int count) {
-    for (int i = 0; i < count; ++i)
-        test::writeFile(
-            folder + "/part " + std::to_string(i / 500) + "/f" + std::to_string(i) + ".txt",
-            "file " + std::to_string(i) + "\n");
-}
-
 TEST_F(CliTest, StopKeysTypedAheadStopTheUploadInOnePieceOrOneByOne) {
     for (const bool onePiece : {true, false}) {
         SCOPED_TRACE(onePiece ? "in one piece" : "one by one");

@@ -6,6 +6,7 @@
 #include "../../apps/devicesim/device_simulator.h"
 #include "../../apps/devicesim/samba_server.h"
 #include "cli_fixture.h"
+#include "nas_fixture.h"
 
 using namespace qvt;
 using namespace qvt::clitest;
@@ -23,21 +24,7 @@ constexpr const char* kPassword = "cli pass 42";
 class CliNas : public CliTest {
   protected:
     static void SetUpTestSuite() {
-        sim::SambaConfig config;
-        sim::SambaShare share;
-        share.name = "Family";
-        share.validUsers = {kUser};
-        config.shares.push_back(share);
-        sim::SambaShare open;
-        open.name = "Public";
-        open.guestOk = true;
-        config.shares.push_back(open);
-        config.users.push_back({kUser, kPassword, {}});
-        config.users.push_back({kOtherUser, "", {}});
-        samba_ = new sim::SambaServer(config);
-        if (!samba_->start(&startError_)) return;
-        // The program inherits this: its SMB connections go to the private server.
-        setenv("QVTRANSFER_SMB_PORT", std::to_string(samba_->port()).c_str(), 1);
+        samba_ = startSuiteSamba(kUser, kPassword, true, {{kOtherUser, "", {}}}, &startError_);
     }
     static void TearDownTestSuite() {
         delete samba_;
@@ -49,18 +36,8 @@ class CliNas : public CliTest {
         for (const char* share : {"Family", "Public"})
             for (const auto& entry : fs::directory_iterator(samba_->sharePath(share)))
                 fs::remove_all(entry.path());
-        sim::DeviceConfig config;
-        config.serialNumber = "SN-CLI";
-        config.productName = "Test Cloud";
-        config.users = {{kUser, kPassword}, {kOtherUser, ""}};
-        sim::SimShare family;
-        family.shareName = "Family";
-        family.shareAccess = {"RW"};
-        sim::SimShare open;
-        open.shareName = "Public";
-        open.publicAccess = true;
-        open.shareAccess = {"RW"};
-        config.shares = {family, open};
+        const sim::DeviceConfig config =
+            deviceWithFamilyShare("SN-CLI", {{kUser, kPassword}, {kOtherUser, ""}}, true);
         config_ = config;
         ASSERT_GT(device_.start(config), 0);
     }
@@ -181,10 +158,7 @@ TEST_F(CliNas, AtATerminalItAsksForAccountPasswordAndDestinationAndNeverEchoesTh
 
 TEST_F(CliNas, TheDeviceGoesAwayMidUploadAndTheUploadGoesOnByItselfWhenItIsBack) {
     fs::create_directories(share("Family") + "/Trips");
-    for (int i = 0; i < 1500; ++i)
-        test::writeFile(
-            work / ("src/Many/part " + std::to_string(i / 300) + "/f" + std::to_string(i) + ".txt"),
-            "file " + std::to_string(i) + "\n");
+    makeManyFiles(work / "src/Many", 1500);
     auto args = deviceArgs();
     for (const std::string a :
          {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
@@ -226,10 +200,7 @@ TEST_F(CliNas, TheDeviceGoesAwayMidUploadAndTheUploadGoesOnByItselfWhenItIsBack)
 
 TEST_F(CliNas, AKilledUploadIsTakenUpWithResumeAndEveryFileArrivesOnce) {
     fs::create_directories(share("Family") + "/Trips");
-    for (int i = 0; i < 1200; ++i)
-        test::writeFile(
-            work / ("src/Many/part " + std::to_string(i / 300) + "/f" + std::to_string(i) + ".txt"),
-            "file " + std::to_string(i) + "\n");
+    makeManyFiles(work / "src/Many", 1200);
     test::writeFile(work / "src/later.txt", "the second item\n");
     auto args = deviceArgs();
     for (const std::string a :
@@ -302,10 +273,7 @@ TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {
 
 TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile) {
     fs::create_directories(share("Family") + "/Trips");
-    for (int i = 0; i < 1200; ++i)
-        test::writeFile(
-            work / ("src/Many/part " + std::to_string(i / 300) + "/f" + std::to_string(i) + ".txt"),
-            "file " + std::to_string(i) + "\n");
+    makeManyFiles(work / "src/Many", 1200);
     auto args = deviceArgs();
     for (const std::string a :
          {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})

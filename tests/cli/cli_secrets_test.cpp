@@ -7,6 +7,7 @@
 #include "../../apps/devicesim/device_simulator.h"
 #include "../../apps/devicesim/samba_server.h"
 #include "cli_fixture.h"
+#include "nas_fixture.h"
 #include "syslog_sink.h"
 
 using namespace qvt;
@@ -31,15 +32,7 @@ std::string piecesOfThePasswordIn(const std::string& text) {
 class CliSecrets : public CliTest {
   protected:
     static void SetUpTestSuite() {
-        sim::SambaConfig config;
-        sim::SambaShare share;
-        share.name = "Family";
-        share.validUsers = {kUser};
-        config.shares.push_back(share);
-        config.users.push_back({kUser, kOddPassword, {}});
-        samba_ = new sim::SambaServer(config);
-        if (!samba_->start(&startError_)) return;
-        setenv("QVTRANSFER_SMB_PORT", std::to_string(samba_->port()).c_str(), 1);
+        samba_ = startSuiteSamba(kUser, kOddPassword, false, {}, &startError_);
     }
     static void TearDownTestSuite() {
         delete samba_;
@@ -50,14 +43,8 @@ class CliSecrets : public CliTest {
         ASSERT_TRUE(samba_ && samba_->running()) << "smbd did not start: " << startError_;
         for (const auto& entry : fs::directory_iterator(samba_->sharePath("Family")))
             fs::remove_all(entry.path());
-        sim::DeviceConfig config;
-        config.serialNumber = "SN-ODD";
-        config.productName = "Test Cloud";
-        config.users = {{kUser, kOddPassword}};
-        sim::SimShare family;
-        family.shareName = "Family";
-        family.shareAccess = {"RW"};
-        config.shares = {family};
+        const sim::DeviceConfig config =
+            deviceWithFamilyShare("SN-ODD", {{kUser, kOddPassword}}, false);
         ASSERT_GT(device_.start(config), 0);
     }
     void TearDown() override { device_.stop(); }

@@ -16,6 +16,7 @@
 #include "../../apps/devicesim/samba_server.h"
 #include "../mount/mount_test_support.h"
 #include "cli_fixture.h"
+#include "nas_fixture.h"
 #include "platform/plist_io.h"
 
 using namespace qvt;
@@ -68,15 +69,7 @@ std::vector<std::string> makeCampaignSources(const std::string& root) {
 class KillCampaign : public CliTest {
   protected:
     static void SetUpTestSuite() {
-        sim::SambaConfig config;
-        sim::SambaShare share;
-        share.name = "Family";
-        share.validUsers = {kUser};
-        config.shares.push_back(share);
-        config.users.push_back({kUser, kPassword, {}});
-        samba_ = new sim::SambaServer(config);
-        if (!samba_->start(&startError_)) return;
-        setenv("QVTRANSFER_SMB_PORT", std::to_string(samba_->port()).c_str(), 1);
+        samba_ = startSuiteSamba(kUser, kPassword, false, {}, &startError_);
     }
     static void TearDownTestSuite() {
         delete samba_;
@@ -85,14 +78,8 @@ class KillCampaign : public CliTest {
 
     void SetUp() override {
         ASSERT_TRUE(samba_ && samba_->running()) << "smbd did not start: " << startError_;
-        sim::DeviceConfig config;
-        config.serialNumber = "SN-KILL";
-        config.productName = "Test Cloud";
-        config.users = {{kUser, kPassword}};
-        sim::SimShare family;
-        family.shareName = "Family";
-        family.shareAccess = {"RW"};
-        config.shares = {family};
+        const sim::DeviceConfig config =
+            deviceWithFamilyShare("SN-KILL", {{kUser, kPassword}}, false);
         ASSERT_GT(device_.start(config), 0);
     }
     void TearDown() override { device_.stop(); }
