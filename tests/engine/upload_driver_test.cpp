@@ -443,7 +443,7 @@ TEST(CopyLoop, NothingIsTrashedAfterAFailure) {
 }
 
 TEST(UploadFiles, WithoutADestinationFolderNothingStartsAndTheUserIsTold) {
-    for (const std::string chosen : {std::string(), std::string("Photos/2024")}) {
+    for (const std::string& chosen : {std::string(), std::string("Photos/2024")}) {
         Session s;
         ASSERT_TRUE(s.c);
         test::writeFile(s.from("a.txt"), "a");
