@@ -66,7 +66,8 @@ void ConsoleSession::showProgress(bool force) {
     const std::uint64_t bytes =
         sized ? static_cast<std::uint64_t>(std::max(0.0, status.barValue)) : status.bytesDone;
     const std::string& first = status.line1;
-    const std::string& second = status.line2;
+    // Once the upload has ended there is nothing left to estimate.
+    const std::string second = status.ended() ? std::string() : status.line2;
     const bool paused = status.paused;
 
     char counts[160];

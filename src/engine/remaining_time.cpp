@@ -76,11 +76,9 @@ void showEndOfEstimate(QVTransferPrivate& c) {
     const std::size_t failures = c.failedTransferArray.get().size();
     if (failures != 0) {
         // The count of files that arrived is shown unsigned, as the device's other texts do.
-        const std::uint64_t arrived =
-            static_cast<std::uint64_t>(upload.progressValue.load()) - failures;
         const std::string text = fmt::format(
             c.localeSOME_FILES_SUCCESSFULLY_UPLOADED_txt,
-            fmt::format("%lu", static_cast<unsigned long long>(arrived)),
+            fmt::format("%lu", static_cast<unsigned long long>(c.arrivedFileCount())),
             fmt::format("%ld", static_cast<long long>(upload.numberOfFilesCountForTransfer)));
         c.progressStatus.set(text);
         c.progressStatusMsg1.set(text);

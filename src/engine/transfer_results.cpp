@@ -49,6 +49,14 @@ qvt::List failedListRows(const qvt::List& failures) {
 
 }  // namespace
 
+std::uint64_t QVTransferPrivate::arrivedFileCount() const {
+    // The counter holds the counted failures, not the sources found gone.
+    const qvt::engine::UploadJob& upload = job();
+    const auto failed = static_cast<std::int64_t>(failedTransferArray.get().size());
+    const std::int64_t counted = failed - upload.uncountedFailures.load();
+    return static_cast<std::uint64_t>(std::max<std::int64_t>(0, upload.progressValue - counted));
+}
+
 void QVTransferPrivate::recordFailure(const std::string& sourcePath,
                                       const std::string& destFilePath,
                                       const qvt::TransferError& error) {
@@ -124,11 +132,7 @@ void QVTransferPrivate::finishFileTransfer() {
     upload.complete();
     if (failed != 0) {
         // Also when every file failed: "0 of n" in the some-files text, not a text of its own.
-        // The counter holds the counted failures, not the sources found gone.
-        const std::int64_t counted =
-            static_cast<std::int64_t>(failed) - upload.uncountedFailures.load();
-        const std::uint64_t arrived =
-            static_cast<std::uint64_t>(std::max<std::int64_t>(0, upload.progressValue - counted));
+        const std::uint64_t arrived = arrivedFileCount();
         const std::string status = fmt::format(
             localeSOME_FILES_SUCCESSFULLY_UPLOADED_txt, unsignedText(arrived),
             fmt::format("%ld",

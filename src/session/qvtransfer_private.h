@@ -231,6 +231,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // (upload thread).
     void processFileTransferStatus(const std::string& sourcePath, const std::string& destFilePath,
                                    const std::optional<qvt::TransferError>& error);
+    // The files that arrived: those handled less those that failed (the sources found gone
+    // are failures the handled count never held).
+    std::uint64_t arrivedFileCount() const;
     // Adds a failed item to the list and the log, without counting it as a handled file.
     void recordFailure(const std::string& sourcePath, const std::string& destFilePath,
                        const qvt::TransferError& error);

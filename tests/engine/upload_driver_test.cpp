@@ -463,3 +463,25 @@ TEST(UploadFiles, WithoutADestinationFolderNothingStartsAndTheUserIsTold) {
         EXPECT_FALSE(fs::exists("Photos/2024/a.txt"));
     }
 }
+
+TEST(UploadFiles, ASourceFoundGoneIsAFailureTheArrivedCountLeavesOut) {
+    auto keychain = std::make_shared<keychain::FakeKeychain>();
+    keychain::ScopedBackend scopedKeychain(keychain);
+    Session s;
+    ASSERT_TRUE(s.c);
+    test::writeFile(s.from("a.txt"), "a");
+    // The first source was counted as nothing: it was never there.
+    s.c->sourceFilesArray.set(List{
+        Record{{"filesSelectCheckbox", 1}, {"fileName", "gone"}, {"fullFilePath", s.from("gone")}},
+        Record{
+            {"filesSelectCheckbox", 1}, {"fileName", "a.txt"}, {"fullFilePath", s.from("a.txt")}}});
+    s.c->job().numberOfFilesCountForTransfer = 1;
+    s.h.view->selectedFolder = s.dst;
+    s.c->uploadFiles();
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
+    ASSERT_TRUE(s.settle());
+    EXPECT_EQ(test::readFile(s.at("a.txt")), "a");
+    ASSERT_EQ(s.c->failedTransferArray.get().size(), 1u);
+    EXPECT_EQ(s.c->arrivedFileCount(), 1u);
+    EXPECT_EQ(s.c->progressStatusMsg1.get(), "1 of 1 files uploaded");
+}
