@@ -1,5 +1,7 @@
 #include "console_view.h"
 
+#include "platform/qt_main_thread.h"
+
 #include <cstdio>
 
 #include <QCoreApplication>
@@ -195,9 +197,10 @@ std::string ConsoleView::resumeProblem() const {
 
 void ConsoleView::endModal(Dialog dialog) {
     if (!onMainThread()) {
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(), [this, dialog] { endModal(dialog); },
-            Qt::QueuedConnection);
+        // Through the main thread's task queue, whose lock orders this thread's work before
+        // the main thread's (a queued call of Qt's own would hand the call over unseen by the
+        // thread checker).
+        platform::QtMainThread().post([this, dialog] { endModal(dialog); });
         return;
     }
     answer(dialog, kModalStopped);
@@ -205,8 +208,7 @@ void ConsoleView::endModal(Dialog dialog) {
 
 void ConsoleView::stopModal() {
     if (!onMainThread()) {
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(), [this] { stopModal(); }, Qt::QueuedConnection);
+        platform::QtMainThread().post([this] { stopModal(); });
         return;
     }
     for (auto it = runs_.rbegin(); it != runs_.rend(); ++it)
