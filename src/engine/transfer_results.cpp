@@ -104,18 +104,16 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
     log().write(fmt::format("QVTransfer: progressValue:%ld numberOfFilesCountForTransfer:%ld\n",
                             static_cast<long long>(upload.progressValue.load()),
                             static_cast<long long>(upload.numberOfFilesCountForTransfer.load())));
-    auto self = shared_from_this();
-    dispatcher().mainSync([self] { self->finishFileTransfer(); });
-
-    // Then one flush of the destination's local volume, here on the upload's thread rather than
-    // per file, so the data is on its way to the disk at once instead of at the kernel's next
-    // write-back. The completion does not wait for it: a copy that keeps its source loses
-    // nothing in the meantime (a move flushes each file before its source goes), and with a
-    // large page cache the disk would otherwise set the pace of every upload.
+    // One flush of the destination's local volume before the completion is reported, here on
+    // the upload's thread rather than per file: "complete" means the data is on the disk, so a
+    // user who unplugs it then loses nothing, and one flush at the end costs the disk's pace
+    // once instead of once per file.
     if (localVolume) {
         if (const int rc = fmt::files().flushVolume(share))
             log().write(fmt::format("QVTransfer: flushVolume: %@ error %d\n", share, rc));
     }
+    auto self = shared_from_this();
+    dispatcher().mainSync([self] { self->finishFileTransfer(); });
 }
 
 void QVTransferPrivate::finishFileTransfer() {

@@ -106,8 +106,10 @@ inline Record sourceRow(const std::string& path) {
 // A controller on the headless harness with fixed wordings, and two folders: `src` for the
 // sources, `dst` the chosen destination.
 struct Session {
-    explicit Session(const Record& device = test::nasDevice(), double timeScale = 1000)
+    explicit Session(const Record& device = test::nasDevice(), double timeScale = 1000,
+                     std::shared_ptr<platform::Clock> clock = nullptr)
         : h(timeScale) {
+        if (clock) h.services.clock = std::move(clock);
         src = h.home.path() + "/src";
         dst = h.home.path() + "/dst";
         fs::create_directories(src);

@@ -11,6 +11,7 @@
 #include <regex>
 
 #include "engine_fixture.h"
+#include "frozen_clock.h"
 #include "keychain_fake.h"
 #include "platform/plist_io.h"
 
@@ -151,6 +152,34 @@ TEST(UploadFiles, CopiesEverySourceWithTheEstimatorAndTheStateWriterRunning) {
                                   fs::path(s.dst).filename().string() + " Time: "));
 }
 
+TEST(UploadFiles, TheEndOfAnUploadWaitsForNoTimeToPass) {
+    // With time standing still, the estimator and the state-file loop can only end because
+    // the completion wakes them: a sleep anywhere on the way to the end would keep the
+    // background work running past the deadline below.
+    auto keychain = std::make_shared<keychain::FakeKeychain>();
+    keychain::ScopedBackend scopedKeychain(keychain);
+    auto clock = std::make_shared<platform::FrozenClock>();
+    Session s(test::nasDevice(), 1, clock);
+    ASSERT_TRUE(s.c);
+    struct ReleaseFirst {
+        std::shared_ptr<platform::FrozenClock> clock;
+        ~ReleaseFirst() { clock->release(); }
+    } releaseFirst{clock};
+    test::writeFile(s.from("one.txt"), "1111");
+    test::writeFile(s.from("folder/two.txt"), "22");
+    s.setSources({s.from("one.txt"), s.from("folder")});
+    s.c->job().numberOfFilesCountForTransfer = 2;
+    s.c->totalSourceFilesSize = 6;
+    s.h.view->selectedFolder = s.dst;
+
+    s.c->uploadFiles();
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }, 10));
+    EXPECT_TRUE(s.settle(10));
+    EXPECT_EQ(clock->sleepers(), 0);
+    EXPECT_FALSE(clock->released());
+    EXPECT_EQ(test::readFile(s.at("folder/two.txt")), "22");
+}
+
 TEST(UploadFiles, ADirectlyAttachedDestinationRecordsItsVolumeUUID) {
     Session s(test::dasDevice());
     ASSERT_TRUE(s.c);
@@ -250,7 +279,7 @@ TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
     auto flushMutex = std::make_shared<std::mutex>();
     QVTransferPrivate* c = s.c.get();
     // The flush fails: the upload still completes, and the failure is only logged. The
-    // completion does not wait for the disk: it is reported before the flush starts.
+    // completion waits for the disk: it is reported once the flush has returned.
     layer.setHook(
         [flushes, completedBefore, flushMutex, c](const std::string& op, const std::string& path,
                                                   const std::string&) -> std::optional<int> {
@@ -272,7 +301,7 @@ TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
     {
         std::lock_guard lock(*flushMutex);
         EXPECT_EQ(*flushes, std::vector<std::string>{s.dst});
-        EXPECT_EQ(*completedBefore, std::vector<bool>{true});
+        EXPECT_EQ(*completedBefore, std::vector<bool>{false});
     }
     EXPECT_TRUE(hasLine(s, "QVTransfer: flushVolume: " + s.dst + " error 5\n"));
 }
