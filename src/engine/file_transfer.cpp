@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <optional>
 #include <string>
-#include <unordered_set>
 
 #include "engine/duplicate_name.h"
 #include "engine/partial_copy.h"
@@ -50,6 +49,11 @@ qvt::TransferError transferError(int errnoValue) {
     return qvt::TransferError{fs::platformErrorCode(errnoValue), fs::errorDescription(errnoValue)};
 }
 
+// Tells the clash rule's record of the destination folder that `path` is in use.
+void noteTaken(QVTransferPrivate& c, const std::string& path) {
+    c.job().takenNames.add(deletingLastPathComponent(path), lastPathComponent(path));
+}
+
 // `destination` when nothing is there, otherwise the same folder with a free name that keeps
 // the extension.
 std::string clashFreeDestination(QVTransferPrivate& c, const std::string& destination) {
@@ -69,6 +73,8 @@ int renameToFreeName(QVTransferPrivate& c, const std::string& from, const std::s
     const auto rename = [&] {
         c.job().renamingTo.set(target);
         const int rc = fs::files().renameItem(from, target);
+        // Done, or taken by someone else meanwhile: either way the name is in use now.
+        if (rc == 0 || rc == EEXIST) noteTaken(c, target);
         // A rename that failed otherwise may still have been done: its request can reach the
         // device just before the connection drops, and a second try then finds nothing to
         // rename. The name is kept for the retry after the device is back, which looks.
@@ -221,6 +227,7 @@ Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::
             c.processFileTransferStatus(source, destination, transferError(rc));
             return Step::Done;
         }
+        noteTaken(c, destination);
     }
     // Depth first, file by file: each file is reported on its own.
     for (const std::string& name : fs::files().listFolder(source)) {
@@ -283,15 +290,14 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
 
 std::string QVTransferPrivate::getDuplicateFileName(const std::string& pathWithoutExtension) {
     // A name counts as taken when any entry of the folder has it once its extension is
-    // dropped: "report copy.pdf" takes "report copy" for every extension.
+    // dropped: "report copy.pdf" takes "report copy" for every extension. The folder is
+    // listed once per upload; the names this upload gives are added as it goes.
     const std::string folder = deletingLastPathComponent(pathWithoutExtension);
-    std::unordered_set<std::string> taken;
-    for (const std::string& entry : fs::files().listFolder(folder))
-        taken.insert(deletingPathExtension(entry));
-
+    const auto list = [](const std::string& f) { return fs::files().listFolder(f); };
+    qvt::engine::TakenNames& taken = job().takenNames;
     std::string candidate = qvt::engine::duplicateNameCandidate(
         lastPathComponent(pathWithoutExtension), localeCOPY_txt);
-    while (taken.count(candidate) != 0)
+    while (taken.taken(folder, candidate, list))
         candidate = qvt::engine::duplicateNameCandidate(candidate, localeCOPY_txt);
     return candidate;
 }

@@ -56,6 +56,7 @@ void UploadJob::reset() {
 }
 
 void UploadJob::begin() {
+    takenNames.clear();
     {
         std::lock_guard lock(mutex_);
         state_ = UploadState::Copying;

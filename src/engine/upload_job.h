@@ -20,6 +20,7 @@
 #include <mutex>
 #include <string>
 
+#include "engine/taken_names.h"
 #include "platform/guarded.h"
 #include "qvtransfer/Value.h"
 
@@ -117,6 +118,8 @@ class UploadJob {
     Guarded<std::string> renamingTo;
     // True while an upload taken up after a restart runs its copy loop.
     std::atomic<bool> resumedAfterRestart{false};
+    // The names in use in the destination folders where a name clashed; begin() forgets them.
+    TakenNames takenNames;
 
   private:
     bool endedLocked() const;

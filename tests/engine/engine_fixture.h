@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -70,6 +71,18 @@ class FaultyFiles : public platform::FileLayer {
         if (auto rc = call("mkdir", path, path)) return *rc;
         return FileLayer::createFolder(path, withParents);
     }
+    std::vector<std::string> listFolder(const std::string& path, int* error = nullptr) override {
+        {
+            std::lock_guard lock(mutex_);
+            ++listings_[path];
+        }
+        return FileLayer::listFolder(path, error);
+    }
+    // How many times `path` was listed.
+    int listings(const std::string& path) {
+        std::lock_guard lock(mutex_);
+        return listings_[path];
+    }
     int flushVolume(const std::string& path) override {
         if (auto rc = call("flush", path, path)) return *rc;
         return FileLayer::flushVolume(path);
@@ -94,6 +107,7 @@ class FaultyFiles : public platform::FileLayer {
     }
     std::mutex mutex_;
     Hook hook_;
+    std::map<std::string, int> listings_;
 };
 
 // A source row as the source list keeps it.

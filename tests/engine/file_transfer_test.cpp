@@ -110,6 +110,63 @@ TEST(TransferFile, AClashingFileGetsTheNextCopyName) {
     EXPECT_EQ(test::readFile(s.at("README copy")), "r");
 }
 
+TEST(TransferFile, ClashesInOneFolderCostOneListingOfIt) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    s.c->job().begin();
+    for (int i = 0; i < 20; ++i) {
+        const std::string name = "f" + std::to_string(i) + ".txt";
+        test::writeFile(s.from(name), "new");
+        test::writeFile(s.at(name), "old");
+    }
+    test::writeFile(s.at("f3 copy.pdf"), "other");
+    for (int round = 0; round < 2; ++round) {
+        for (int i = 0; i < 20; ++i) {
+            const std::string name = "f" + std::to_string(i) + ".txt";
+            s.c->transferFile(s.from(name), s.at(name), s.dst);
+        }
+    }
+    EXPECT_EQ(layer.listings(s.dst), 1);
+    // The names are those the rule gives with every entry seen, the upload's own included.
+    EXPECT_EQ(test::readFile(s.at("f0 copy.txt")), "new");
+    EXPECT_EQ(test::readFile(s.at("f0 copy 2.txt")), "new");
+    EXPECT_EQ(test::readFile(s.at("f3 copy 2.txt")), "new");
+    EXPECT_EQ(test::readFile(s.at("f3 copy 3.txt")), "new");
+    EXPECT_EQ(test::readFile(s.at("f3 copy.pdf")), "other");
+    EXPECT_EQ(test::readFile(s.at("f19.txt")), "old");
+
+    // A new upload reads the folder again.
+    s.c->job().begin();
+    s.c->transferFile(s.from("f0.txt"), s.at("f0.txt"), s.dst);
+    EXPECT_EQ(layer.listings(s.dst), 2);
+    EXPECT_EQ(test::readFile(s.at("f0 copy 3.txt")), "new");
+}
+
+TEST(TransferFile, ANameTakenByAnotherWriterAfterTheListingIsNeverReplaced) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    s.c->job().begin();
+    for (const char* n : {"a.txt", "b.txt"}) {
+        test::writeFile(s.from(n), "new");
+        test::writeFile(s.at(n), "old");
+    }
+    s.c->transferFile(s.from("a.txt"), s.at("a.txt"), s.dst);
+    ASSERT_EQ(test::readFile(s.at("a copy.txt")), "new");
+    // Someone else writes the name the rule would give next, after the folder was listed.
+    test::writeFile(s.at("b copy.txt"), "theirs");
+    s.c->transferFile(s.from("b.txt"), s.at("b.txt"), s.dst);
+    EXPECT_EQ(test::readFile(s.at("b copy.txt")), "theirs");
+    EXPECT_EQ(test::readFile(s.at("b copy 2.txt")), "new");
+    EXPECT_EQ(layer.listings(s.dst), 1);
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+}
+
 TEST(TransferFile, FoldersAreMergedAndWalkedFileByFile) {
     Session s;
     ASSERT_TRUE(s.c);
