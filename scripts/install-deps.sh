@@ -10,6 +10,7 @@ packages=(
   fonts-liberation2
   samba smbclient gnome-keyring dbus dbus-x11 libsecret-tools
   e2fsprogs util-linux mount xvfb xauth
+  rsync rclone time bc
 )
 apt-get update -q
 apt-get install -y -q "${packages[@]}"

@@ -54,10 +54,9 @@ void noteTaken(QVTransferPrivate& c, const std::string& path) {
     c.job().takenNames.add(deletingLastPathComponent(path), lastPathComponent(path));
 }
 
-// `destination` when nothing is there, otherwise the same folder with a free name that keeps
-// the extension.
+// A free name in the folder of `destination`, which is taken: the clash rule's name, with the
+// extension kept.
 std::string clashFreeDestination(QVTransferPrivate& c, const std::string& destination) {
-    if (!fs::files().exists(destination)) return destination;
     const std::string extension = pathExtension(destination);
     std::string name = c.getDuplicateFileName(deletingPathExtension(destination));
     if (!extension.empty()) name += "." + extension;
@@ -82,7 +81,11 @@ int renameToFreeName(QVTransferPrivate& c, const std::string& from, const std::s
         return rc;
     };
     target = destination;
-    int rc = rename();
+    // A name the folder's listing already holds is not tried: on a share each try costs a
+    // round trip, and a folder uploaded again would pay it for every file.
+    const bool known = c.job().takenNames.knownToHold(deletingLastPathComponent(destination),
+                                                      lastPathComponent(destination));
+    int rc = known ? EEXIST : rename();
     for (int tries = 0; rc == EEXIST && tries < kMaxTries && !c.uploadCancelled(); ++tries) {
         target = clashFreeDestination(c, destination);
         rc = rename();

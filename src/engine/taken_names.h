@@ -22,6 +22,9 @@ class TakenNames {
     // Whether an entry of `folder` has the name `stem` once its extension is dropped; the
     // folder is listed with `list` when it is asked about for the first time.
     bool taken(const std::string& folder, const std::string& stem, const Lister& list);
+    // Whether `folder` has an entry named exactly `name`, as far as the names kept for it
+    // say; false for a folder that was never listed.
+    bool knownToHold(const std::string& folder, const std::string& name);
     // Notes that an entry `name` (with its extension) now exists in `folder`. Only folders
     // that were listed keep notes: the others are listed in full when first asked about.
     void add(const std::string& folder, const std::string& name);
@@ -29,8 +32,13 @@ class TakenNames {
     void clear();
 
   private:
+    struct Names {
+        std::unordered_set<std::string> whole;  // as listed
+        std::unordered_set<std::string> stems;  // without their extensions
+        void insert(const std::string& name);
+    };
     std::mutex mutex_;
-    std::unordered_map<std::string, std::unordered_set<std::string>> folders_;
+    std::unordered_map<std::string, Names> folders_;
 };
 
 }  // namespace qvt::engine
