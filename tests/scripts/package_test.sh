@@ -34,6 +34,14 @@ for header in "$work"/prefix/include/qvtransfer/*.h; do
     check bash -c "grep -o '#include \"[^\"]*\"' '$header' | grep -v '\"qvtransfer/' && exit 1 || exit 0"
 done
 check bash -c "readelf -d '$lib' | grep -q 'SONAME.*libqvtransfer.so.1'"
+# The programs, the console uploader's manual page (which renders without a warning) and the
+# completion of its options.
+check "$work/prefix/bin/qvtransfer-cli" --version
+check test -x "$work/prefix/bin/qvtransfer-devicesim"
+check bash -c "groff -man -ww -z '$work/prefix/share/man/man1/qvtransfer-cli.1' 2>&1 | (! grep .)"
+check bash -c "source '$work/prefix/share/bash-completion/completions/qvtransfer-cli'
+    COMP_WORDS=(qvtransfer-cli --pass); COMP_CWORD=1; _qvtransfer_cli
+    [ \"\${COMPREPLY[*]}\" = --password-stdin ]"
 check cmake -S "$source_dir/tests/consumer" -B "$work/consumer" -G Ninja \
     -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_FLAGS="$san_flags" \
     -DCMAKE_EXE_LINKER_FLAGS="$san_flags"
@@ -62,6 +70,17 @@ readme_example() {
         "$work/example.cpp" $(PKG_CONFIG_PATH="$pc_dir" pkg-config --cflags --libs qvtransfer)
 }
 check readme_example
+
+# The Debian package: built from the same install, depending on the runtime packages.
+if [ -z "$sanitize" ]; then
+    check cpack --config "$build/CPackConfig.cmake" -B "$work/package"
+    deb=$(ls "$work"/package/qvtransfer_*.deb 2>/dev/null | head -1)
+    check test -n "$deb"
+    check bash -c "dpkg-deb -f '$deb' Depends | grep -q 'libsmbclient' &&
+        dpkg-deb -f '$deb' Depends | grep -q 'libqt6core6'"
+    check bash -c "dpkg-deb -c '$deb' | grep -q 'usr/bin/qvtransfer-cli' &&
+        dpkg-deb -c '$deb' | grep -q 'usr/share/man/man1/qvtransfer-cli.1'"
+fi
 
 echo "$passed passed, $failures failed"
 [ "$failures" -eq 0 ]
