@@ -106,13 +106,15 @@ void ConsoleSession::tick() {
             case Stage::Resuming:
                 if (shown && *shown == Screen::Status) {
                     const StatusSnapshot status = view_.status();
-                    std::printf("Taking up %zu %s (%lld files, %s) to %s on %s\n", status.sources,
-                                status.sources == 1 ? "item" : "items",
-                                static_cast<long long>(status.filesTotal),
+                    const auto files = static_cast<std::uint64_t>(status.filesTotal);
+                    std::printf("Taking up %s (%s, %s) to %s on %s\n",
+                                countText(status.sources, "item", "items").c_str(),
+                                countText(files, "file", "files").c_str(),
                                 progressBytesText(status.bytesTotal).c_str(),
                                 status.destination.c_str(), status.productName.c_str());
                     std::fflush(stdout);
                     stage_ = Stage::Uploading;
+                    uploadStarted_ = Clock::now();
                     terminal_.setRawInput(true);
                     terminal_.startKeys([this](char k) { onKey(k); }, [this] { handleKeys(); });
                 } else if (const std::string problem = view_.resumeProblem(); !problem.empty()) {

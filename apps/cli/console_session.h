@@ -113,6 +113,8 @@ class ConsoleSession : public QObject {
     int exitCode_ = kExitSomeFailed;
     Clock::time_point stageSince_;
     std::optional<Clock::time_point> completedSince_;
+    // When the copy began (the upload's start, or the start of a resumed one).
+    std::optional<Clock::time_point> uploadStarted_;
     std::string destinationShown_;
 
     // Status screen state.

@@ -271,6 +271,17 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
         for (const FailedItem& item : status.failures)
             std::printf("  %s: %s\n", item.sourceFilePath.c_str(), item.localizedError.c_str());
     }
+    // The last line says what happened, for a reader and for a script's log alike.
+    const double seconds =
+        uploadStarted_ ? std::chrono::duration<double>(Clock::now() - *uploadStarted_).count() : 0;
+    std::printf(
+        "%s, %s uploaded to %s in %s%s\n", countText(status.filesArrived, "file", "files").c_str(),
+        progressBytesText(status.bytesDone).c_str(),
+        destinationShown_.empty() ? folder.c_str() : destinationShown_.c_str(),
+        durationText(seconds).c_str(),
+        status.failures.empty()
+            ? ""
+            : ("; " + countText(status.failures.size(), "item", "items") + " failed").c_str());
     std::fflush(stdout);
 }
 

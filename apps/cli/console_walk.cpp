@@ -2,13 +2,16 @@
 // sources, the destination, then Upload.
 #include <sys/stat.h>
 #include <QTimer>
+#include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <cstdio>
 
 #include "console_session.h"
 #include "console_view.h"
 #include "destination/folder_node.h"
 #include "platform/files.h"
+#include "progress_text.h"
 #include "terminal.h"
 
 namespace qvt::cli {
@@ -149,7 +152,14 @@ void ConsoleSession::leaveSources() {
     // Next waits for every row's count, so the upload knows how many files it has.
     const SourcesScreen sources = view_.sources();
     if (sources.rows.empty() || !sources.allCounted) return;
-    std::printf("Sources: %s\n", sources.summary.c_str());
+    std::uint64_t folders = 0, files = 0, bytes = 0;
+    for (const SourceRow& row : sources.rows) {
+        if (!row.ticked) continue;
+        folders += static_cast<std::uint64_t>(std::max<std::int64_t>(0, row.folderCount));
+        files += static_cast<std::uint64_t>(std::max<std::int64_t>(0, row.fileCount));
+        bytes += row.bytes;
+    }
+    std::printf("Sources: %s\n", sourcesText(folders, files, bytes).c_str());
     std::fflush(stdout);
     actions_.selectDestinationForFileTransfer();
     if (ended()) return;
@@ -253,9 +263,11 @@ void ConsoleSession::chooseDestination() {
 }
 
 void ConsoleSession::startUpload() {
-    std::printf("Uploading %lld files to %s on %s\n",
-                static_cast<long long>(view_.destinations().filesToUpload),
+    const auto files =
+        static_cast<std::uint64_t>(std::max<std::int64_t>(0, view_.destinations().filesToUpload));
+    std::printf("Uploading %s to %s on %s\n", countText(files, "file", "files").c_str(),
                 destinationShown_.c_str(), deviceInfo("productName").c_str());
+    uploadStarted_ = Clock::now();
     std::fflush(stdout);
     stage_ = Stage::Uploading;
     terminal_.setRawInput(true);

@@ -1,5 +1,6 @@
 #include "progress_text.h"
 
+#include <cmath>
 #include <cstdio>
 
 namespace qvt::cli {
@@ -7,7 +8,8 @@ namespace qvt::cli {
 std::string progressBytesText(std::uint64_t bytes) {
     char text[48];
     if (bytes < 1000) {
-        std::snprintf(text, sizeof text, "%llu bytes", static_cast<unsigned long long>(bytes));
+        std::snprintf(text, sizeof text, "%llu %s", static_cast<unsigned long long>(bytes),
+                      bytes == 1 ? "byte" : "bytes");
         return text;
     }
     static const char* const units[] = {"KB", "MB", "GB", "TB", "PB", "EB"};
@@ -19,6 +21,35 @@ std::string progressBytesText(std::uint64_t bytes) {
         ++k;
     }
     std::snprintf(text, sizeof text, "%.1f %s", value, units[k]);
+    return text;
+}
+
+std::string countText(std::uint64_t count, const char* singular, const char* plural) {
+    return std::to_string(count) + " " + (count == 1 ? singular : plural);
+}
+
+std::string sourcesText(std::uint64_t folders, std::uint64_t files, std::uint64_t bytes) {
+    std::string text;
+    // Loose files alone say nothing about folders.
+    if (folders != 0) text = countText(folders, "folder", "folders") + ", ";
+    return text + countText(files, "file", "files") + ", " + progressBytesText(bytes);
+}
+
+std::string durationText(double seconds) {
+    if (!std::isfinite(seconds) || seconds < 0) seconds = 0;
+    char text[48];
+    if (seconds < 10) {
+        std::snprintf(text, sizeof text, "%.1f s", seconds);
+        return text;
+    }
+    const auto whole = static_cast<unsigned long long>(std::llround(seconds));
+    if (whole < 60) {
+        std::snprintf(text, sizeof text, "%llu s", whole);
+    } else if (whole < 3600) {
+        std::snprintf(text, sizeof text, "%llu min %llu s", whole / 60, whole % 60);
+    } else {
+        std::snprintf(text, sizeof text, "%llu h %llu min", whole / 3600, whole % 3600 / 60);
+    }
     return text;
 }
 

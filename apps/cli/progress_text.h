@@ -1,4 +1,4 @@
-// Texts of the console's progress line.
+// Texts of the console's progress line and its summaries.
 #pragma once
 
 #include <cstdint>
@@ -6,8 +6,17 @@
 
 namespace qvt::cli {
 
-// A byte count as a person reads it on a progress line: whole bytes below a kilobyte, then one
-// decimal in decimal units ("0 bytes", "999 bytes", "1.0 KB", "12.3 MB", "1.1 GB").
+// A byte count as a person reads it: whole bytes below a kilobyte, then one decimal in
+// decimal units ("0 bytes", "1 byte", "999 bytes", "1.0 KB", "12.3 MB", "1.1 GB").
 std::string progressBytesText(std::uint64_t bytes);
+
+// A count with its noun in the singular or the plural: "1 file", "0 files", "2 files".
+std::string countText(std::uint64_t count, const char* singular, const char* plural);
+
+// What the sources hold: "1 file, 3 bytes", "2 folders, 14 files, 3.2 MB".
+std::string sourcesText(std::uint64_t folders, std::uint64_t files, std::uint64_t bytes);
+
+// A duration as people write it: "0.6 s", "12 s", "3 min 5 s", "2 h 4 min".
+std::string durationText(double seconds);
 
 }  // namespace qvt::cli

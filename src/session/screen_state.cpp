@@ -1,5 +1,7 @@
 // The controller's state as the front end shows it: one value per screen, built at the moment
 // it is sent, and the small actions that set a control's value in the controller.
+#include <algorithm>
+#include <cstdint>
 #include <unordered_map>
 
 #include "engine/status_lines.h"
@@ -54,6 +56,12 @@ qvt::SourcesScreen QVTransferPrivate::sourcesScreen() const {
         if (!out.counting) {
             out.folders = countLabel(entry, "numberOfFolders");
             out.files = countLabel(entry, "numberOfFiles");
+            if (const Value* v = entry.find(qvt::source::kFileCountKey))
+                out.fileCount = v->toInt64();
+            if (const Value* v = entry.find(qvt::source::kFolderCountKey))
+                out.folderCount = v->toInt64();
+            if (const Value* v = entry.find("fileSize"))
+                out.bytes = static_cast<std::uint64_t>(std::max<std::int64_t>(0, v->toInt64()));
         }
         out.nameToolTip = sourceFilesToolTip("fullPathColumn", static_cast<int>(i));
         if (out.counting) screen.allCounted = false;
@@ -86,6 +94,7 @@ qvt::StatusSnapshot QVTransferPrivate::statusSnapshot() const {
     s.filesDone = upload.progressValue;
     s.filesTotal = upload.numberOfFilesCountForTransfer;
     s.bytesDone = upload.totalTransferredFilesSize;
+    s.filesArrived = arrivedFileCount();
     s.bytesTotal = totalSourceFilesSize;
     s.barValue = static_cast<double>(transferProgressValue.load());
     s.barMaximum = static_cast<double>(progressMaxValue.load());

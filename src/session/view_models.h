@@ -39,6 +39,10 @@ struct SourceRow {
     std::string folders;
     std::string files;
     bool counting = false;
+    // The same counts as numbers, and the bytes of the row's files (0 while counting).
+    std::int64_t fileCount = 0;
+    std::int64_t folderCount = 0;
+    std::uint64_t bytes = 0;
     // The tool tip of the name cell: the row's full path.
     std::string nameToolTip;
 };
@@ -88,6 +92,8 @@ struct StatusSnapshot {
     // Bytes at the destination for the files handled, and bytes in all.
     std::uint64_t bytesDone = 0;
     std::uint64_t bytesTotal = 0;
+    // Files now at the destination (failed and vanished items left out).
+    std::uint64_t filesArrived = 0;
     // The two progress bars (the plain one and the zero-state one) as value and maximum. They
     // hold bytes once the estimator has sized them; before that their never-empty start values.
     double barValue = 5, barMaximum = 100;

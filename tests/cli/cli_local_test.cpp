@@ -91,6 +91,11 @@ TEST_F(CliTest, UploadsToAnExt4VolumeTheWizardMounts) {
     umount2(check.c_str(), MNT_DETACH);
     // Every file counted: 4 files in all.
     EXPECT_NE(child.output().find("Uploading 4 files"), std::string::npos) << child.output();
+    // What the sources hold, and a last line that says what happened.
+    EXPECT_NE(child.output().find("Sources: 2 folders, 4 files, 3.1 MB\n"), std::string::npos)
+        << child.output();
+    EXPECT_NE(child.output().find("\n4 files, 3.1 MB uploaded to Archive in "), std::string::npos)
+        << child.output();
 }
 
 TEST_F(CliTest, AFileThatCannotBeReadFailsAndTheRestArrives) {

@@ -1,13 +1,20 @@
 // The console's progress line texts.
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdint>
+
 #include "progress_text.h"
 
+using qvt::cli::countText;
+using qvt::cli::durationText;
 using qvt::cli::progressBytesText;
+using qvt::cli::sourcesText;
 
 TEST(ProgressBytesText, WholeBytesBelowAKilobyte) {
     EXPECT_EQ(progressBytesText(0), "0 bytes");
-    EXPECT_EQ(progressBytesText(1), "1 bytes");
+    EXPECT_EQ(progressBytesText(1), "1 byte");
+    EXPECT_EQ(progressBytesText(2), "2 bytes");
     EXPECT_EQ(progressBytesText(999), "999 bytes");
 }
 
@@ -26,4 +33,31 @@ TEST(ProgressBytesText, NeverShowsAThousandOfAUnit) {
 
 TEST(ProgressBytesText, TheLargestCountsStayInTheLastUnit) {
     EXPECT_EQ(progressBytesText(18'446'744'073'709'551'615ull), "18.4 EB");
+}
+
+TEST(CountText, SingularForOneAndPluralOtherwise) {
+    const struct {
+        std::uint64_t count;
+        const char* text;
+    } table[] = {{0, "0 files"},   {1, "1 file"},    {2, "2 files"},
+                 {11, "11 files"}, {21, "21 files"}, {100000, "100000 files"}};
+    for (const auto& row : table) EXPECT_EQ(countText(row.count, "file", "files"), row.text);
+}
+
+TEST(SourcesText, FoldersOnlyWhenThereAreAny) {
+    EXPECT_EQ(sourcesText(0, 1, 3), "1 file, 3 bytes");
+    EXPECT_EQ(sourcesText(1, 1, 1), "1 folder, 1 file, 1 byte");
+    EXPECT_EQ(sourcesText(2, 14, 3'200'000), "2 folders, 14 files, 3.2 MB");
+    EXPECT_EQ(sourcesText(3, 0, 0), "3 folders, 0 files, 0 bytes");
+}
+
+TEST(DurationText, TenthsBelowTenSecondsThenWholeUnits) {
+    EXPECT_EQ(durationText(0), "0.0 s");
+    EXPECT_EQ(durationText(0.6), "0.6 s");
+    EXPECT_EQ(durationText(9.94), "9.9 s");
+    EXPECT_EQ(durationText(12.4), "12 s");
+    EXPECT_EQ(durationText(185), "3 min 5 s");
+    EXPECT_EQ(durationText(7440), "2 h 4 min");
+    EXPECT_EQ(durationText(-1), "0.0 s");
+    EXPECT_EQ(durationText(std::nan("")), "0.0 s");
 }
