@@ -1,5 +1,6 @@
 // qvtransfer-cli: the upload wizard in a terminal, for machines without a display and for
 // scripts. See --help.
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
@@ -27,6 +28,9 @@ int badArguments(const std::string& message) {
 
 int main(int argc, char** argv) {
     using namespace qvt::cli;
+    // The process may hold a device's password from its first line on: no core dump of it, and
+    // no other process of the same user may read its memory or attach to it.
+    prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
     std::vector<std::string> arguments(argv + 1, argv + argc);
     ParseResult parsed = parseArguments(arguments);
     if (!parsed.error.empty()) return badArguments(parsed.error);

@@ -2,6 +2,8 @@
 // simulator and a Samba server whose account has it, the console uploader given it on stdin.
 // The login, the share list, the mount and the upload work, and no piece of the password is
 // left anywhere a person or another program could read it.
+#include <sys/stat.h>
+
 #include <fstream>
 
 #include "../../apps/devicesim/device_simulator.h"
@@ -17,6 +19,7 @@ namespace sim = qvt::devicesim;
 namespace {
 
 constexpr double kDeadline = 90;
+constexpr double kShortDeadline = 10;
 constexpr const char* kUser = "qvtodd";
 const std::string kOddPassword = "Pa55 w0rd&x=1%+#\xC3\xA9";
 
@@ -104,6 +107,38 @@ TEST_F(CliSecrets, AnOddPasswordLogsInMountsAndUploadsAndLeavesNoPieceOfItAnywhe
         const std::string bytes((std::istreambuf_iterator<char>(in)), {});
         EXPECT_EQ(piecesOfThePasswordIn(bytes), "") << e.path();
     }
+}
+
+TEST_F(CliSecrets, TheUploaderCannotBeDumpedOrReadByItsOwnUser) {
+    // Run as an unprivileged user, a process's /proc files belong to that user, unless the
+    // process made itself non-dumpable: then they belong to root, and the user cannot read its
+    // memory or environment, attach a debugger or get a core dump holding the password.
+    fs::permissions(home.path(), fs::perms::all);
+    ChildProcess child;
+    std::vector<std::string> args = {
+        "--reuid=65534",    "--regid=65534", "--clear-groups", cliProgram(), "--nas",
+        device_.address(),  "--serial",      "SN-ODD",         "--user",     kUser,
+        "--password-stdin", home.path()};
+    ASSERT_TRUE(child.start("/usr/bin/setpriv", args, environment()));
+    const std::string proc = "/proc/" + std::to_string(child.pid());
+    const auto owner = [&] {
+        struct stat st {};
+        return ::stat((proc + "/environ").c_str(), &st) == 0 ? static_cast<long>(st.st_uid) : -1L;
+    };
+    // Once the uploader runs a thread of its own, its main() is well under way; until then the
+    // files may still be setpriv's or those of the exec in progress.
+    const auto running = [&] {
+        if (test::readFile(proc + "/comm") != "qvtransfer-cli\n") return false;
+        const std::string status = test::readFile(proc + "/status");
+        const std::size_t at = status.find("\nThreads:\t");
+        return at != std::string::npos && std::atoi(status.c_str() + at + 10) >= 2;
+    };
+    ASSERT_TRUE(test::waitFor(running, kShortDeadline))
+        << test::readFile(proc + "/status") << child.errors();
+    // It waits for the password line, its files root's.
+    EXPECT_EQ(owner(), 0);
+    child.closeInput();
+    child.waitForExit(kDeadline);
 }
 
 }  // namespace
