@@ -129,6 +129,8 @@ class ConsoleSession : public QObject {
     bool progressLineOpen_ = false;
     bool pausedShown_ = false;
     std::string lastPlainLine_;
+    Clock::time_point lastPlainAt_{};
+    bool plainPaused_ = false;
     Clock::time_point lastDraw_;
 };
 

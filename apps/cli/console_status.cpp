@@ -22,6 +22,8 @@ constexpr int kTagStop = 0;
 constexpr int kTagPause = 3;
 constexpr int kTagResume = 4;
 constexpr auto kRedrawEvery = std::chrono::milliseconds(200);
+// Plain progress lines (output that is not a terminal) come at most this often.
+constexpr auto kPlainEvery = std::chrono::seconds(1);
 // The end step normally follows completion at once; this bounds the wait for its texts.
 constexpr auto kEndStepWait = std::chrono::seconds(5);
 
@@ -55,37 +57,49 @@ void ConsoleSession::showProgress(bool force) {
     const auto now = Clock::now();
     if (!force && now - lastDraw_ < kRedrawEvery) return;
     if (view_.modalOpen()) return;  // a question is on the line
+    // The counters as they are now, not as the last update of the screen left them.
+    const StatusSnapshot status = actions_.statusSnapshot();
+    const bool terminal = terminal_.outputIsTerminal();
+    const bool paused = status.paused;
+    // Without a terminal, a line at most once a second, unless the upload pauses or goes on.
+    if (!terminal && !force && paused == plainPaused_ && now - lastPlainAt_ < kPlainEvery) return;
     lastDraw_ = now;
-    const StatusSnapshot status = view_.status();
+    // The files and the bytes are the counters of the same moment: both move when a file is
+    // handled. (The status line's "file N of M" is the estimator's, from up to 3 seconds ago,
+    // and says nothing the counter does not: it is shown only when it says something else.)
     const long long files = status.filesDone;
     const long long total = status.filesTotal;
-    // The bars hold bytes once the estimator has sized them to the upload; before its first
-    // pass they hold their never-empty start values, which are no byte counts.
     const std::uint64_t size = status.bytesTotal;
-    const bool sized = status.barMaximum == static_cast<double>(size);
-    const std::uint64_t bytes =
-        sized ? static_cast<std::uint64_t>(std::max(0.0, status.barValue)) : status.bytesDone;
-    const std::string& first = status.line1;
+    const std::uint64_t bytes = status.bytesDone;
+    const bool copying = status.state == engine::UploadState::Copying;
+    const std::string first = copying ? std::string() : status.line1;
     // Once the upload has ended there is nothing left to estimate.
     const std::string second = status.ended() ? std::string() : status.line2;
-    const bool paused = status.paused;
 
     char counts[160];
     std::snprintf(counts, sizeof counts, "Files %lld of %lld | %s of %s", files, total,
                   progressBytesText(bytes).c_str(), progressBytesText(size).c_str());
     std::string line = counts;
+    if (copying && uploadStarted_) {
+        const double seconds = std::chrono::duration<double>(now - *uploadStarted_).count();
+        if (seconds >= 1 && bytes > 0)
+            line += " | " + progressBytesText(static_cast<std::uint64_t>(bytes / seconds)) + "/s";
+    }
     if (!first.empty()) line += " | " + first;
     if (!second.empty()) line += " | " + second;
 
-    if (terminal_.outputIsTerminal()) {
-        std::string keys = paused ? "  [r resume, s stop]" : "  [p pause, s stop]";
-        std::printf("\r\033[K%s", fitted(line + keys, terminalWidth() - 1).c_str());
+    if (terminal) {
+        const std::string keys = paused ? "  [r resume, s stop]" : "  [p pause, s stop]";
+        std::printf(
+            "\r\033[K%s",
+            fitted(progressBar(bytes, size) + " " + line + keys, terminalWidth() - 1).c_str());
         progressLineOpen_ = true;
     } else {
-        // Without a terminal a line is written when something other than the bytes changed.
-        const std::string key = std::to_string(files) + first + second + (paused ? "p" : "");
-        if (key == lastPlainLine_) return;
-        lastPlainLine_ = key;
+        // A line only when it says something new.
+        if (line == lastPlainLine_) return;
+        lastPlainLine_ = line;
+        lastPlainAt_ = now;
+        plainPaused_ = paused;
         std::printf("%s\n", line.c_str());
     }
     std::fflush(stdout);

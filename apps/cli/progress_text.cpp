@@ -1,5 +1,6 @@
 #include "progress_text.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -33,6 +34,20 @@ std::string sourcesText(std::uint64_t folders, std::uint64_t files, std::uint64_
     // Loose files alone say nothing about folders.
     if (folders != 0) text = countText(folders, "folder", "folders") + ", ";
     return text + countText(files, "file", "files") + ", " + progressBytesText(bytes);
+}
+
+std::string progressBar(std::uint64_t done, std::uint64_t total) {
+    constexpr int kCells = 20;
+    // In hundredths, without overflowing for the largest counts.
+    const long double share = total == 0 ? 1.0L
+                                         : static_cast<long double>(std::min(done, total)) /
+                                               static_cast<long double>(total);
+    const int cells = static_cast<int>(share * kCells);
+    const int percent = static_cast<int>(share * 100);
+    char text[48];
+    std::snprintf(text, sizeof text, "[%s%s] %3d%%", std::string(cells, '#').c_str(),
+                  std::string(kCells - cells, '-').c_str(), percent);
+    return text;
 }
 
 std::string durationText(double seconds) {

@@ -16,6 +16,10 @@ std::string countText(std::uint64_t count, const char* singular, const char* plu
 // What the sources hold: "1 file, 3 bytes", "2 folders, 14 files, 3.2 MB".
 std::string sourcesText(std::uint64_t folders, std::uint64_t files, std::uint64_t bytes);
 
+// A bar of 20 cells and the percentage of `done` in `total`: "[#########-----------]  45%".
+// Nothing to do counts as all done.
+std::string progressBar(std::uint64_t done, std::uint64_t total);
+
 // A duration as people write it: "0.6 s", "12 s", "3 min 5 s", "2 h 4 min".
 std::string durationText(double seconds);
 

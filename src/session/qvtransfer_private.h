@@ -392,7 +392,7 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     qvt::UsersScreen usersScreen() const;
     qvt::SourcesScreen sourcesScreen() const;
     qvt::DestinationScreen destinationScreen() const;
-    qvt::StatusSnapshot statusSnapshot() const;
+    qvt::StatusSnapshot statusSnapshot() const override;
     qvt::FailedList failedList() const;
     // Sends the status screen's current state to the front end.
     void reloadStatus();

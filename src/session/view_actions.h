@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "qvtransfer/Value.h"
+#include "session/view_models.h"
 
 namespace qvt {
 
@@ -25,6 +26,10 @@ class QVTransferActions {
     // The file chooser the front end offers: fills the chosen paths and answers 1 (OK) or 0.
     virtual void setSourceFilesOpenPanel(
         std::function<int(std::vector<std::string>&)> openPanel) = 0;
+
+    // The status screen's values as they are now: its counters move with every file, between
+    // the screen's own updates.
+    virtual StatusSnapshot statusSnapshot() const = 0;
 
     // ---- Every wizard screen ----
     virtual void processBackScreens() = 0;

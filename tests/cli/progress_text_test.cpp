@@ -8,6 +8,7 @@
 
 using qvt::cli::countText;
 using qvt::cli::durationText;
+using qvt::cli::progressBar;
 using qvt::cli::progressBytesText;
 using qvt::cli::sourcesText;
 
@@ -60,4 +61,16 @@ TEST(DurationText, TenthsBelowTenSecondsThenWholeUnits) {
     EXPECT_EQ(durationText(7440), "2 h 4 min");
     EXPECT_EQ(durationText(-1), "0.0 s");
     EXPECT_EQ(durationText(std::nan("")), "0.0 s");
+}
+
+TEST(ProgressBar, CellsAndPercentFollowTheShareDone) {
+    EXPECT_EQ(progressBar(0, 100), "[--------------------]   0%");
+    EXPECT_EQ(progressBar(45, 100), "[#########-----------]  45%");
+    EXPECT_EQ(progressBar(999, 1000), "[###################-]  99%");
+    EXPECT_EQ(progressBar(100, 100), "[####################] 100%");
+    // More than the total (a file that grew) stays full; nothing to copy is done.
+    EXPECT_EQ(progressBar(150, 100), "[####################] 100%");
+    EXPECT_EQ(progressBar(0, 0), "[####################] 100%");
+    EXPECT_EQ(progressBar(18'446'744'073'709'551'615ull, 18'446'744'073'709'551'615ull),
+              "[####################] 100%");
 }
