@@ -232,6 +232,7 @@ bool SambaServer::writeConfig(std::string* error) {
             if (share.guestOk) conf << " nobody";
             conf << "\n";
         }
+        for (const auto& line : share.options) conf << "  " << confValue(line) << "\n";
     }
     conf.close();
     if (!conf) {

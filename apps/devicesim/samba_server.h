@@ -18,6 +18,7 @@ struct SambaShare {
     std::uint64_t tmpfsBytes = 0;  // > 0: a tmpfs of this size is mounted on the backing folder
     bool guestOk = false;          // public: reachable without credentials
     std::vector<std::string> validUsers;  // empty = any user the server knows
+    std::vector<std::string> options{};   // further "key = value" lines of the share's section
 };
 
 struct SambaUser {

@@ -332,6 +332,10 @@
         <source>The link points to nothing.</source>
         <translation>The link points to nothing.</translation>
     </message>
+    <message id="NAME_NOT_UTF8_txt">
+        <source>The name is not valid UTF-8, so the device cannot store it; rename the file.</source>
+        <translation>The name is not valid UTF-8, so the device cannot store it; rename the file.</translation>
+    </message>
     <message id="NOT_REGULAR_FILE_txt">
         <source>Not a regular file.</source>
         <translation>Not a regular file.</translation>

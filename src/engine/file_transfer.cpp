@@ -49,6 +49,16 @@ qvt::TransferError transferError(int errnoValue) {
     return qvt::TransferError{fs::platformErrorCode(errnoValue), fs::errorDescription(errnoValue)};
 }
 
+// The reason a failed item is listed with: this program's own reasons in the user's language,
+// the system's description otherwise.
+qvt::TransferError failureOf(QVTransferPrivate& c, int rc) {
+    // A FIFO, a socket or a device node is never read.
+    if (rc == fs::kNotARegularFile) return {rc, c.localizedString("NOT_REGULAR_FILE_txt")};
+    // A name a share cannot hold in any form.
+    if (rc == fs::kNameNotUtf8) return {rc, c.localizedString("NAME_NOT_UTF8_txt")};
+    return transferError(rc);
+}
+
 // Tells the clash rule's record of the destination folder that `path` is in use.
 void noteTaken(QVTransferPrivate& c, const std::string& path) {
     c.job().takenNames.add(deletingLastPathComponent(path), lastPathComponent(path));
@@ -201,10 +211,7 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
             return Step::Retry;
         }
         c.discardPartialCopy();
-        // A FIFO, a socket or a device node is never read: it is listed with its reason.
-        error = rc == fs::kNotARegularFile
-                    ? qvt::TransferError{rc, c.localizedString("NOT_REGULAR_FILE_txt")}
-                    : transferError(rc);
+        error = failureOf(c, rc);
     }
 
     c.inProcessSourceFilesArray.append(target);
@@ -227,7 +234,7 @@ Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::
                 c.displayDeviceFullDialog();
                 return Step::Retry;
             }
-            c.processFileTransferStatus(source, destination, transferError(rc));
+            c.processFileTransferStatus(source, destination, failureOf(c, rc));
             return Step::Done;
         }
         noteTaken(c, destination);

@@ -13,6 +13,7 @@
 
 #include "platform/files_internal.h"
 #include "platform/smb_client.h"
+#include "platform/smb_names.h"
 
 namespace qvt::platform {
 
@@ -44,6 +45,7 @@ int platformErrorCode(int e) {
 
 std::string errorDescription(int e) {
     if (e == kNotARegularFile) return "Not a regular file";
+    if (e == kNameNotUtf8) return "The name is not valid UTF-8";
     if (e == kOutOfSpaceWriteError) e = ENOSPC;
     if (e == kUnknownWriteError) e = EIO;
     char buf[256];
@@ -175,6 +177,7 @@ int FileLayer::renameItem(const std::string& from, const std::string& to) {
     }
     if (!fromShare || !toShare || fromShare->mount.mountPoint != toShare->mount.mountPoint)
         return EXDEV;
+    if (!smb::isValidUtf8(toShare->relative)) return kNameNotUtf8;
     // libsmbclient's rename replaces an existing file, as rename(2) does, and offers no way not
     // to: the name is tested first. Only another client taking the name between the test and
     // the rename could lose its file; this program's own copies never race for a name.

@@ -27,6 +27,8 @@ std::string errorDescription(int errnoValue);
 // A copy's source that is neither a regular file nor a folder (a FIFO, a socket, a device
 // node): it is never read, since reading it could wait for ever. Outside the errno range.
 inline constexpr int kNotARegularFile = 10001;
+// A name that is not UTF-8, for a share: SMB names are Unicode, so it cannot be written there.
+inline constexpr int kNameNotUtf8 = 10002;
 
 struct VolumeFacts {
     // An SMB mount: its smb://host/share URL while the connection answers, "" once it is lost.

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/files_internal.h"
+#include "platform/smb_names.h"
 
 namespace qvt::platform::detail {
 
@@ -279,8 +280,11 @@ std::optional<std::uint64_t> takeWrittenShareFileSize(const std::string& path) {
 }
 
 int copyFileData(const std::string& from, const std::string& to) {
-    const bool local = !shareMounts().resolve(from) && !shareMounts().resolve(to);
+    const auto toShare = shareMounts().resolve(to);
+    const bool local = !shareMounts().resolve(from) && !toShare;
     if (local) return copyLocal(from, to);
+    // A share's names travel as UTF-16: a name that is no UTF-8 has no name there.
+    if (toShare && !smb::isValidUtf8(toShare->relative)) return kNameNotUtf8;
     struct stat st {};
     if (const int rc = statPath(from, &st)) return rc;
     if (S_ISDIR(st.st_mode)) return EISDIR;

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "platform/files_internal.h"
+#include "platform/smb_names.h"
 
 namespace qvt::platform::detail {
 
@@ -39,6 +40,7 @@ int makeFolder(const std::string& path) {
     if (auto sp = shareMounts().resolve(path)) {
         // The root of a share always exists.
         if (sp->relative.empty()) return EEXIST;
+        if (!smb::isValidUtf8(sp->relative)) return kNameNotUtf8;
         const std::string u = sp->url();
         return smb::retryOnConnectionLoss([&] {
             const smb::Call call(sp->mount.credentials);
@@ -63,7 +65,7 @@ std::vector<std::string> listShare(const SharePath& sp, int* error) {
         if (!dir) return errnoOr(EIO);
         while (smbc_dirent* e = smbc_getFunctionReaddir(call.ctx())(call.ctx(), dir)) {
             const std::string name = e->name;
-            if (name != "." && name != "..") names.push_back(name);
+            if (name != "." && name != "..") names.push_back(smb::fromShareName(name));
         }
         smbc_getFunctionClosedir(call.ctx())(call.ctx(), dir);
         return 0;

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <thread>
 
+#include "platform/smb_names.h"
 #include "platform/smb_url.h"
 
 namespace qvt::platform::smb {
@@ -187,7 +188,8 @@ std::string url(const std::string& host, const std::string& share, const std::st
         if (end == std::string::npos) end = relative.size();
         if (end > start) {
             u += '/';
-            u += escapeUrlComponent(relative.substr(start, end - start));
+            // Each name as the share can hold it (its refused characters mapped).
+            u += escapeUrlComponent(toShareName(relative.substr(start, end - start)));
         }
         start = end + 1;
     }

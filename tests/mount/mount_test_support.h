@@ -69,19 +69,32 @@ inline bool waitUntil(const std::function<bool()>& done, double seconds) {
     return done();
 }
 
+// The translation a device may be set up with to show names holding characters SMB refuses
+// as they were given: the same table the program writes them with.
+inline constexpr const char* kCatiaMappings =
+    "catia:mappings = 0x01:0xf001,0x02:0xf002,0x03:0xf003,0x04:0xf004,0x05:0xf005,0x06:0xf006,"
+    "0x07:0xf007,0x08:0xf008,0x09:0xf009,0x0a:0xf00a,0x0b:0xf00b,0x0c:0xf00c,0x0d:0xf00d,"
+    "0x0e:0xf00e,0x0f:0xf00f,0x10:0xf010,0x11:0xf011,0x12:0xf012,0x13:0xf013,0x14:0xf014,"
+    "0x15:0xf015,0x16:0xf016,0x17:0xf017,0x18:0xf018,0x19:0xf019,0x1a:0xf01a,0x1b:0xf01b,"
+    "0x1c:0xf01c,0x1d:0xf01d,0x1e:0xf01e,0x1f:0xf01f,0x22:0xf020,0x2a:0xf021,0x3a:0xf022,"
+    "0x3c:0xf023,0x3e:0xf024,0x3f:0xf025,0x5c:0xf026,0x7c:0xf027";
+
 // The program-wide Samba server: shares "Public" (guest), "Private", "Backup" and "My Share"
-// (accounts only), and "Small" (a 2 MiB tmpfs, for a full device).
+// (accounts only), "Small" (a 2 MiB tmpfs, for a full device) and "Mapped" (translating the
+// private-use characters of mapped names back, as a device may be set up to).
 class SambaEnvironment : public ::testing::Environment {
   public:
     static devicesim::SambaServer* server() { return server_; }
 
     void SetUp() override {
         devicesim::SambaConfig config;
-        config.shares = {{"Public", "", 0, true, {}},
-                         {"Private", "", 0, false, {kUser}},
-                         {"Backup", "", 0, false, {kUser}},
-                         {"My Share", "", 0, false, {kUser}},
-                         {"Small", "", 2u << 20, false, {kUser}}};
+        config.shares = {
+            {"Public", "", 0, true, {}},
+            {"Private", "", 0, false, {kUser}},
+            {"Backup", "", 0, false, {kUser}},
+            {"My Share", "", 0, false, {kUser}},
+            {"Small", "", 2u << 20, false, {kUser}},
+            {"Mapped", "", 0, false, {kUser}, {"vfs objects = catia", kCatiaMappings}}};
         config.users = {{kUser, kPassword, {kUserWithBlank}}};
         server_ = new devicesim::SambaServer(config);
         std::string error;

@@ -2,10 +2,14 @@
 // mounted in-process through the controller's mount helper, the files written over SMB.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <map>
+#include <string>
+#include <vector>
 
 #include "platform/files.h"
+#include "platform/smb_names.h"
 #include "upload_fixture.h"
 
 namespace qvt::uploadtest {
@@ -236,6 +240,73 @@ TEST_F(NasUpload, CopyNameTooLongForTheShareFailsThatFileOnly) {
         EXPECT_EQ(test::readFile(backing() + "/Long/short " + s.c().localeCOPY_txt + ".txt"),
                   "short\n");
     }
+}
+
+// Names a desktop user gives freely and SMB refuses.
+const std::vector<std::string> kRefusedNames = {
+    "Meeting: notes.txt", "colon:quote\".txt", "star*?.txt",        "a<b>c|d\\e.txt",
+    "tab\tname.txt",      "ends with a dot.",  "ends with a blank "};
+
+// Uploads a folder "Odd" holding a file of each refused name and a file whose name is not
+// UTF-8 to `share`; the session stays for the caller to look at.
+void uploadOddNames(UploadSession& s, const std::string& share) {
+    s.c().userName.set(mounttest::kUser);
+    s.c().userPassword.set(mounttest::kPassword);
+    const std::string odd = s.home() + "/sources/Odd";
+    for (const auto& name : kRefusedNames) test::writeFile(odd + "/" + name, name);
+    test::writeFile(odd + "/latin1 \xE9t\xE9.txt", "not UTF-8");
+    ASSERT_TRUE(s.addSources({odd}));
+    ASSERT_TRUE(s.toDestination(false));
+    const std::string mounted = s.mountShare(share);
+    ASSERT_FALSE(mounted.empty());
+    s.upload(mounted);
+    ASSERT_TRUE(s.waitCompleted());
+}
+
+TEST_F(NasUpload, NamesTheShareRefusesArriveMappedAndAreReadBackAsGiven) {
+    UploadSession s(test::nasDevice("127.0.0.1:1", "SN-NAMES"));
+    uploadOddNames(s, "Private");
+    // Every refused name arrived, under its mapped form on a share that does not translate.
+    for (const auto& name : kRefusedNames) {
+        const std::string stored = backing() + "/Odd/" + platform::smb::toShareName(name);
+        EXPECT_EQ(test::readFile(stored), name) << name;
+    }
+    // The name that is no UTF-8 is the only failure, with a reason a person can act on.
+    const auto failed = s.failures();
+    ASSERT_EQ(failed.size(), 1u);
+    EXPECT_EQ(failed[0].string("sourceFilePath"), s.home() + "/sources/Odd/latin1 \xE9t\xE9.txt");
+    EXPECT_EQ(failed[0].string("localizedError"),
+              "The name is not valid UTF-8, so the device cannot store it; rename the file.");
+    // Nothing else is in the folder: no hidden copy, no half-written name.
+    std::size_t entries = 0;
+    for (const auto& e : fs::directory_iterator(backing() + "/Odd")) {
+        (void)e;
+        ++entries;
+    }
+    EXPECT_EQ(entries, kRefusedNames.size());
+}
+
+TEST_F(NasUpload, ADeviceThatTranslatesTheMappingShowsTheNamesAsGiven) {
+    UploadSession s(test::nasDevice("127.0.0.1:1", "SN-NAMES"));
+    const std::string mapped = mounttest::SambaEnvironment::server()->sharePath("Mapped");
+    for (const auto& e : fs::directory_iterator(mapped)) fs::remove_all(e.path());
+    uploadOddNames(s, "Mapped");
+    // The device's own folder holds the names the user gave. (A blank or a dot at the end has
+    // no character of its own in the translation: those stay mapped.)
+    for (const auto& name : kRefusedNames) {
+        const bool trailing = name.back() == ' ' || name.back() == '.';
+        const std::string stored =
+            mapped + "/Odd/" + (trailing ? platform::smb::toShareName(name) : name);
+        EXPECT_EQ(test::readFile(stored), name) << name;
+    }
+    EXPECT_EQ(s.failures().size(), 1u);
+    // Read through the share, every name is the one given.
+    const std::string mounted = s.mountShare("Mapped");
+    auto names = platform::files().listFolder(mounted + "/Odd");
+    std::sort(names.begin(), names.end());
+    auto expected = kRefusedNames;
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(names, expected);
 }
 
 }  // namespace
