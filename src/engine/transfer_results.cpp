@@ -7,6 +7,7 @@
 #include "device/mount_destination.h"
 #include "engine/path_names.h"
 #include "platform/clock.h"
+#include "platform/desktop_open.h"
 #include "platform/dispatch.h"
 #include "platform/files.h"
 #include "platform/format.h"
@@ -118,6 +119,8 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
 
 void QVTransferPrivate::finishFileTransfer() {
     qvt::engine::UploadJob& upload = job();
+    // Taken before a share is let go below: its URL is known only while it is mounted.
+    uploadedFilesUrl.set(fmt::folderUrl(selectedDestinationShare.get()));
     const auto full = static_cast<std::int64_t>(totalSourceFilesSize.load());
     transferProgressValue = full;
     transferProgressValue2 = full;

@@ -162,16 +162,7 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
                                     qvt::engine::lastPathComponent(share), logTime(*this)));
 
         // A source under a protected location is copied, never moved.
-        bool excludeFile = false;
-        if (removeFilesAfterUpload) {
-            const auto excluded = excludeSourceFilesArray.get();
-            excludeFile =
-                std::any_of(excluded.begin(), excluded.end(), [&](const std::string& fragment) {
-                    return source.find(fragment) != std::string::npos;
-                });
-        }
-
-        transferFile(source, destination, share, excludeFile);
+        transferFile(source, destination, share, sourceIsExcluded(source));
 
         // An entry whose copy ended while a pause was in force was copied in full all the same
         // (a pause stops at the next file): it joins the transferred list once the pause ends,
@@ -183,21 +174,33 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
         if (!upload.completed())
             transferredSourceFilesArray.with([&](qvt::List& done) { done.push_back(*entry); });
 
-        // One failure anywhere in the upload keeps every later source where it is. Only an
-        // exact listing among the protected paths keeps a source out of the Trash here, unlike
-        // the fragment test above: a source matched only by a fragment was copied, and still
-        // goes to the Trash.
-        if (removeFilesAfterUpload && !isFileTransferFailed() &&
-            failedTransferArray.with([](const qvt::List& l) { return l.empty(); })) {
-            const auto excluded = excludeSourceFilesArray.get();
-            if (std::find(excluded.begin(), excluded.end(), source) == excluded.end())
-                moveSourceToTrash(source);
-        }
+        trashAfterItem(source);
     }
 
     if (upload.ended()) return;
     upload.complete();
     processFileTransferStatus("", "", std::nullopt);
+}
+
+bool QVTransferPrivate::sourceIsExcluded(const std::string& source) const {
+    if (!removeFilesAfterUpload) return false;
+    const auto excluded = excludeSourceFilesArray.get();
+    return std::any_of(excluded.begin(), excluded.end(), [&](const std::string& fragment) {
+        return source.find(fragment) != std::string::npos;
+    });
+}
+
+void QVTransferPrivate::trashAfterItem(const std::string& source) {
+    // One failure anywhere in the upload keeps every later source where it is. Only an exact
+    // listing among the protected paths keeps a source out of the Trash here, unlike the
+    // fragment test before the copy: a source matched only by a fragment was copied, and still
+    // goes to the Trash.
+    if (!removeFilesAfterUpload || job().cancelled() || job().paused() || isFileTransferFailed() ||
+        !failedTransferArray.with([](const qvt::List& l) { return l.empty(); }))
+        return;
+    const auto excluded = excludeSourceFilesArray.get();
+    if (std::find(excluded.begin(), excluded.end(), source) == excluded.end())
+        moveSourceToTrash(source);
 }
 
 void QVTransferPrivate::moveSourceToTrash(const std::string& sourcePath) {

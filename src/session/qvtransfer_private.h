@@ -245,6 +245,11 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void finishFileTransfer();
     // Moves one uploaded source to the Trash; failures are logged only.
     void moveSourceToTrash(const std::string& sourcePath);
+    // Whether the move option keeps `source` in place: it lies in a protected location.
+    bool sourceIsExcluded(const std::string& source) const;
+    // After a top-level item of an upload, a resume or a retry: with the move option, the item
+    // goes to the Trash unless anything failed, the upload stopped or the item is protected.
+    void trashAfterItem(const std::string& source);
     // Entry points of the disconnect and device-full recovery (copy thread): each pauses the
     // upload, shows its dialog and waits for it, then starts its watcher.
     void displayDeviceDisconnect();
@@ -278,6 +283,17 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void cancelQVTransfer();
     // Closing the status after an upload with errors.
     void terminateTransfer() override;
+
+    // ---- Failed transfers and the uploaded files ----
+    void viewTransferErrors() override;
+    // The host's way to the failed-files window.
+    void showErrors();
+    void showHideTransferErrors() override;
+    void retryOrDismissTransfer(int senderTag) override;
+    // Copies each failed item again to the name its failed attempt had (its own thread).
+    void retryFailedTransfers(const qvt::List& retryList);
+    // Opens the destination folder in the desktop's file browser.
+    void showUploadedFiles() override;
 
     // ---- Transfer data file ----
     // Builds and writes the state file once.
@@ -350,6 +366,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     qvt::Guarded<std::string> progressStatusMsg1;
     qvt::Guarded<std::string> progressStatusMsg2;
     qvt::Guarded<std::string> uploadErrorString;
+    // Where the uploaded files can be seen, set at the end of an upload: the destination's
+    // smb:// URL on a share, its file:// URL on a local volume.
+    qvt::Guarded<std::string> uploadedFilesUrl;
     qvt::Guarded<std::string> numberOfFilesAndFolders;
     qvt::Guarded<qvt::Colour> statusTextColor;
 
@@ -374,6 +393,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // Screens: the stack of the main area (the last element is the screen shown).
     std::vector<qvt::Screen> mainTransferView;
     double failedListRowHeight = 37;
+    // The failed-files list shows each reason under its file's name (the show/hide button's
+    // tag 1) or the names alone (tag 0).
+    std::atomic<bool> failedListDetailed{false};
     qvt::Guarded<std::string> passwordPlaceholder;
     // The status screen's controls beyond its texts: the pause button's role, the close
     // button's title, the warning about failed files and the uploaded-files link.

@@ -1,5 +1,7 @@
 #include "session/services.h"
 
+#include "platform/desktop_open.h"
+
 #include <QCoreApplication>
 
 #include "platform/qt_main_thread.h"
@@ -20,6 +22,7 @@ Services Services::defaults() {
     s.http = defaultHttpClient();
     s.folders = platform::UserFolders::current();
     s.viewFactory = &createQtTransferView;
+    s.openUrl = &platform::openInFileBrowser;
     return s;
 }
 

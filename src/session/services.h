@@ -31,6 +31,9 @@ struct Services {
     std::string interfaceDefinitionPath = ":/qvtransfer/ui/QVTransfer.ui";
     // Builds the front end from the interface definition; nothing means failure.
     ViewFactory viewFactory;
+    // Opens a URL (a folder's file:// URL or a share's smb:// URL) in the desktop's file
+    // browser; answers whether the desktop took it. Main thread.
+    std::function<bool(const std::string& url)> openUrl;
 
     // Real clock, syslog, the Qt main thread when a Qt application exists, the current user's
     // folders and the Qt window.

@@ -37,6 +37,9 @@ class QVTransferView {
     virtual void showDestinations(const DestinationScreen& screen) = 0;
     virtual void showStatus(const StatusSnapshot& status) = 0;
     virtual void showFailedList(const FailedList& list) = 0;
+    // Brings up the failed-files window with the list given last; it stays until one of its
+    // buttons or endModal(Dialog::UploadErrors) closes it. Front ends without one ignore it.
+    virtual void showErrorWindow() {}
     // The folder of the destination outline's selected row ("" when no row is selected).
     virtual std::string selectedDestinationFolder() const { return {}; }
 

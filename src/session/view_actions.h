@@ -66,6 +66,16 @@ class QVTransferActions {
     virtual void hideStatusWindow() = 0;
     // Closing the status after an upload with failed files: the session ends.
     virtual void terminateTransfer() = 0;
+    // The completion screen's links: the failed-files window, and the uploaded files opened
+    // in the desktop's file browser.
+    virtual void viewTransferErrors() = 0;
+    virtual void showUploadedFiles() = 0;
+
+    // ---- The failed-files window ----
+    // Switches its list between the names alone and the names with their reasons.
+    virtual void showHideTransferErrors() = 0;
+    // Its buttons, by tag: 1 dismisses the failures (the session ends), 2 retries them all.
+    virtual void retryOrDismissTransfer(int senderTag) = 0;
 
     // ---- Leaving ----
     // The desktop session ends (logout, shutdown) during an upload: the upload is paused and

@@ -410,6 +410,18 @@ void QtTransferWindow::showFailedList(const FailedList& list) {
     onGui([this, list] { applyFailedList(list); });
 }
 
+void QtTransferWindow::showErrorWindow() {
+    onGui([this] {
+        QDialog* box = dialog(Dialog::UploadErrors);
+        if (!box) return;
+        // Over the window, without a modal run of its own: its buttons call the controller,
+        // which closes it.
+        box->open();
+        box->raise();
+        box->activateWindow();
+    });
+}
+
 std::string QtTransferWindow::selectedDestinationFolder() const {
     // Asked by the Upload button's action, which runs on the GUI thread.
     auto* tree =

@@ -53,6 +53,7 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void showDestinations(const DestinationScreen& screen) override;
     void showStatus(const StatusSnapshot& status) override;
     void showFailedList(const FailedList& list) override;
+    void showErrorWindow() override;
     std::string selectedDestinationFolder() const override;
     StopAnswer askStopUpload(const StopQuestion& question) override;
     ProtectedFilesAnswer askMoveProtectedFiles(const ProtectedFilesQuestion& question) override;
@@ -111,6 +112,11 @@ class QtTransferWindow : public QObject, public QVTransferView {
     // Status screen.
     void pauseResumeOrStopClicked();
     void statusCloseClicked();
+    void viewNowClicked();
+    void uploadedFilesClicked();
+    // The failed-files window.
+    void showHideDetailsClicked();
+    void retryOrDismissClicked();
     // A dialog's button: ends the dialog's run with the button's answer.
     void dialogButtonClicked();
     // The quit confirmation's buttons.

@@ -52,6 +52,11 @@ void QtTransferWindow::connectActions() {
     onClick("pauseResumeTransferButton", &QtTransferWindow::pauseResumeOrStopClicked);
     onClick("stopTransferButton", &QtTransferWindow::pauseResumeOrStopClicked);
     onClick("statusCloseButton", &QtTransferWindow::statusCloseClicked);
+    onClick("showErrorsButton", &QtTransferWindow::viewNowClicked);
+    onClick("uploadedFilesLink", &QtTransferWindow::uploadedFilesClicked);
+    onClick("showHideDetailsButton", &QtTransferWindow::showHideDetailsClicked);
+    onClick("dismissAllButton", &QtTransferWindow::retryOrDismissClicked);
+    onClick("retryAllButton", &QtTransferWindow::retryOrDismissClicked);
 
     // The dialogs' buttons answer the question their dialog asks.
     const std::pair<const char*, int> answers[] = {
@@ -72,13 +77,12 @@ void QtTransferWindow::connectActions() {
 }
 
 void QtTransferWindow::withholdUnofferedControls() {
-    // Creating a folder at the destination, the failed-files window and showing the uploaded
-    // files are not offered yet: their links and buttons stay hidden or disabled.
+    // Creating a folder at the destination is not offered yet: its link and button stay
+    // hidden.
     for (const char* name : {"createNewFolderLink", "deleteNewFolderButton"})
         if (QWidget* w = control(QString::fromLatin1(name))) w->hide();
-    for (const char* name : {"showErrorsButton", "uploadedFilesLink", "showHideDetailsButton",
-                             "dismissAllButton", "retryAllButton"})
-        if (QWidget* w = control(QString::fromLatin1(name))) w->setEnabled(false);
+    // The uploaded files open at once; the spinner for a slow opening is never needed.
+    if (QWidget* w = control(QStringLiteral("showUploadedFilesProgressIndicator"))) w->hide();
 }
 
 bool QtTransferWindow::senderTag(int& tag) const {
@@ -141,6 +145,24 @@ void QtTransferWindow::pauseResumeOrStopClicked() {
 
 void QtTransferWindow::statusCloseClicked() {
     actions_.hideStatusWindow();
+}
+
+void QtTransferWindow::viewNowClicked() {
+    actions_.viewTransferErrors();
+}
+
+void QtTransferWindow::uploadedFilesClicked() {
+    actions_.showUploadedFiles();
+}
+
+void QtTransferWindow::showHideDetailsClicked() {
+    actions_.showHideTransferErrors();
+}
+
+void QtTransferWindow::retryOrDismissClicked() {
+    // Dismiss All has tag 1, Retry All tag 2.
+    int tag = 0;
+    if (senderTag(tag)) actions_.retryOrDismissTransfer(tag);
 }
 
 void QtTransferWindow::quitYesClicked() {

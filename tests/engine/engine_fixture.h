@@ -121,9 +121,11 @@ inline Record sourceRow(const std::string& path) {
 // sources, `dst` the chosen destination.
 struct Session {
     explicit Session(const Record& device = test::nasDevice(), double timeScale = 1000,
-                     std::shared_ptr<platform::Clock> clock = nullptr)
+                     std::shared_ptr<platform::Clock> clock = nullptr,
+                     const std::function<void(Services&)>& configure = nullptr)
         : h(timeScale) {
         if (clock) h.services.clock = std::move(clock);
+        if (configure) configure(h.services);
         src = h.home.path() + "/src";
         dst = h.home.path() + "/dst";
         fs::create_directories(src);

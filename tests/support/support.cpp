@@ -122,6 +122,11 @@ void ScriptedView::showFailedList(const FailedList& list) {
     s_->calls.push_back("showFailedList");
 }
 
+void ScriptedView::showErrorWindow() {
+    std::lock_guard lock(s_->mutex);
+    s_->calls.push_back("showErrorWindow");
+}
+
 int ScriptedView::run(Dialog dialog) {
     std::function<void()> hook;
     int code = 0;

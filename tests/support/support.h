@@ -100,6 +100,7 @@ class ScriptedView : public QVTransferView {
     void showDestinations(const DestinationScreen& screen) override;
     void showStatus(const StatusSnapshot& status) override;
     void showFailedList(const FailedList& list) override;
+    void showErrorWindow() override;
     StopAnswer askStopUpload(const StopQuestion& question) override;
     ProtectedFilesAnswer askMoveProtectedFiles(const ProtectedFilesQuestion& question) override;
     LostConnectionAnswer askLostConnection() override;

@@ -1,0 +1,116 @@
+// The failed-files window: its list in a short and a detailed form, and its two ways out:
+// retry every failed item, or dismiss them and end the session.
+#include <string>
+
+#include "engine/path_names.h"
+#include "platform/dispatch.h"
+#include "platform/format.h"
+#include "session/qvtransfer_private.h"
+#include "session/view.h"
+
+namespace fmt = qvt::platform;
+using qvt::platform::QueuePriority;
+
+namespace {
+
+constexpr const char* kFailedRowImage = "warningImage.png";
+constexpr double kShortRowHeight = 37;
+constexpr double kDetailedRowHeight = 50;
+constexpr int kDismissTag = 1;
+constexpr int kRetryTag = 2;
+
+// The list's rows from the failures, one per failure in order: the file's name, and in the
+// detailed form the reason on a second line.
+qvt::List failedRows(const qvt::List& failures, bool detailed) {
+    qvt::List rows;
+    for (const qvt::Value& value : failures) {
+        const qvt::Record* failure = value.asRecord();
+        if (!failure) continue;
+        std::string text = qvt::engine::lastPathComponent(failure->string("sourceFilePath"));
+        if (detailed) text += fmt::format("\n%@", failure->string("localizedError"));
+        rows.push_back(qvt::Record{{"fileName", text}, {"fileImage", kFailedRowImage}});
+    }
+    return rows;
+}
+
+}  // namespace
+
+void QVTransferPrivate::viewTransferErrors() {
+    const auto count = static_cast<unsigned long long>(failedTransferArray.get().size());
+    uploadErrorString.set(fmt::format(localeUPLOAD_ERRORS_title, fmt::format("%lu", count)));
+    view()->showFailedList(failedList());
+    view()->showErrorWindow();
+}
+
+void QVTransferPrivate::showErrors() {
+    viewTransferErrors();
+}
+
+void QVTransferPrivate::showHideTransferErrors() {
+    const bool detailed = !failedListDetailed.load();
+    failedListDetailed = detailed;
+    view()->setTag("showHideDetailsButton", detailed ? 1 : 0);
+    view()->setText("showHideDetailsButton",
+                    detailed ? localeHIDE_DETAILS_btn : localeSHOW_DETAILS_btn);
+    failedListRowHeight = detailed ? kDetailedRowHeight : kShortRowHeight;
+    failedFilesListTreeControllerArray.set(failedRows(failedTransferArray.get(), detailed));
+    view()->showFailedList(failedList());
+}
+
+void QVTransferPrivate::retryOrDismissTransfer(int senderTag) {
+    if (senderTag == kDismissTag) {
+        // The failures are given up: the session ends as after closing the status screen.
+        terminateTransfer();
+        return;
+    }
+    if (senderTag != kRetryTag) return;
+    // Only an upload that ended with failures has anything to retry.
+    if (!isFileTransferCompleted() || failedTransferArray.get().empty()) return;
+
+    view()->endModal(qvt::Dialog::UploadErrors);
+    statusControls.with([&](StatusControls& s) {
+        s.closeButtonTitle = localeHIDE_btn;
+        s.errorWarningMessage.clear();
+        s.viewNowTitle.clear();
+        s.uploadedFilesLinkHidden = true;
+    });
+    isStatusWindowHidden = false;
+    statusTextColor.set(qvt::Colour{75, 90, 104, 1.0});
+
+    const qvt::List retryList = failedTransferArray.get();
+    failedFilesListTreeControllerArray.set({});
+    failedTransferArray.set({});
+    inProcessSourceFilesArray.set({});
+
+    qvt::engine::UploadJob& upload = job();
+    upload.numberOfFilesCountForTransfer = static_cast<std::int64_t>(retryList.size());
+    // The counter starts at 1, as it does for an upload.
+    upload.progressValue = 1;
+    upload.uncountedFailures = 0;
+    // Copying again: not completed, not failed, not paused, its start time now.
+    upload.begin();
+    reloadStatus();
+
+    auto self = shared_from_this();
+    dispatcher().async(QueuePriority::High, [self] { self->calculateRemainingTime(); });
+    dispatcher().async(QueuePriority::High,
+                       [self] { self->saveQVTransferDataToFileForEachFile(); });
+    dispatcher().async(QueuePriority::High,
+                       [self, retryList] { self->retryFailedTransfers(retryList); });
+}
+
+void QVTransferPrivate::retryFailedTransfers(const qvt::List& retryList) {
+    qvt::engine::UploadJob& upload = job();
+    const std::string share = selectedDestinationShare.get();
+    for (const qvt::Value& value : retryList) {
+        const qvt::Record* record = value.asRecord();
+        if (!record) continue;
+        // The name the failed attempt was given, not a new one.
+        const std::string source = record->string("sourceFilePath");
+        transferFile(source, record->string("destFilePath"), share, sourceIsExcluded(source));
+        trashAfterItem(source);
+    }
+    if (upload.ended() || upload.paused()) return;
+    upload.complete();
+    processFileTransferStatus("", "", std::nullopt);
+}

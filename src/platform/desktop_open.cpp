@@ -1,0 +1,26 @@
+#include "platform/desktop_open.h"
+
+#include <QDesktopServices>
+#include <QGuiApplication>
+#include <QUrl>
+
+#include "platform/files.h"
+
+namespace qvt::platform {
+
+bool openInFileBrowser(const std::string& url) {
+    // Without a GUI application (the console uploader) there is no desktop to ask.
+    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance())) return false;
+    return QDesktopServices::openUrl(QUrl(QString::fromStdString(url), QUrl::StrictMode));
+}
+
+std::string folderUrl(const std::string& path) {
+    if (path.empty()) return {};
+    const std::string shared = files().networkURLForPath(path);
+    if (!shared.empty()) return shared;
+    return QUrl::fromLocalFile(QString::fromStdString(path))
+        .toString(QUrl::FullyEncoded)
+        .toStdString();
+}
+
+}  // namespace qvt::platform
