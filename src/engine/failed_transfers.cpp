@@ -38,6 +38,9 @@ qvt::List failedRows(const qvt::List& failures, bool detailed) {
 void QVTransferPrivate::viewTransferErrors() {
     const auto count = static_cast<unsigned long long>(failedTransferArray.get().size());
     uploadErrorString.set(fmt::format(localeUPLOAD_ERRORS_title, fmt::format("%lu", count)));
+    // The rows as the failures stand now, in the form the switch last chose.
+    failedFilesListTreeControllerArray.set(
+        failedRows(failedTransferArray.get(), failedListDetailed.load()));
     view()->showFailedList(failedList());
     view()->showErrorWindow();
 }

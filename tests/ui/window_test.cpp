@@ -17,6 +17,7 @@
 #include <QTest>
 #include <QThread>
 #include <QTimer>
+#include <QTreeView>
 #include <thread>
 
 #include "session/resources.h"
@@ -530,6 +531,60 @@ TEST_F(WindowTest, ViewNowLinkSitsTwoPointsAfterTheWarningAndEndsAt640AtMost) {
     EXPECT_GE(row->x() + link->x() + link->width(), 638);
     EXPECT_EQ(link->width(), link->sizeHint().width());
     EXPECT_EQ(link->x(), label->x() + label->width() + 2);
+}
+
+TEST_F(WindowTest, ViewNowOpensTheFailedListWhoseButtonsAct) {
+    make(dasDevice());
+    wizard->failedTransferArray.set(
+        List{Record{{"sourceFilePath", std::string("/tmp/sources/holiday.jpg")},
+                    {"destFilePath", std::string("/tmp/destination/holiday.jpg")},
+                    {"localizedError", std::string("Permission denied")}}});
+    wizard->job().setFailed(true);
+    wizard->job().complete();
+    wizard->statusControls.with([&](auto& s) {
+        s.errorWarningMessage = "1 file failed to upload";
+        s.viewNowTitle = "View now";
+    });
+    wizard->showScreen(Screen::Status);
+    window->bringToFront();
+    window->showStatus(wizard->statusSnapshot());
+
+    auto* viewNow = window->control<QAbstractButton>(QStringLiteral("showErrorsButton"));
+    ASSERT_TRUE(viewNow && viewNow->isEnabled());
+    viewNow->click();
+    QDialog* errors = window->dialog(Dialog::UploadErrors);
+    ASSERT_TRUE(errors);
+    ASSERT_TRUE(waitFor([&] {
+        QCoreApplication::processEvents();
+        return errors->isVisible();
+    }));
+    auto* list = window->control<QTreeView>(QStringLiteral("failedListOutlineView"));
+    ASSERT_TRUE(list && list->model());
+    ASSERT_EQ(list->model()->rowCount(), 1);
+    EXPECT_EQ(list->model()->index(0, 0).data().toString(), QStringLiteral("holiday.jpg"));
+
+    // The details switch puts each reason under its name, and takes it away again.
+    auto* details = window->control<QAbstractButton>(QStringLiteral("showHideDetailsButton"));
+    ASSERT_TRUE(details && details->isEnabled());
+    details->click();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(list->model()->index(0, 0).data().toString(),
+              QStringLiteral("holiday.jpg\nPermission denied"));
+    savePicture(errors->grab().toImage(), "failed-files-details");
+    details->click();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(list->model()->index(0, 0).data().toString(), QStringLiteral("holiday.jpg"));
+
+    // Dismiss All gives the failures up: the window closes and the session ends.
+    auto* dismiss = window->control<QAbstractButton>(QStringLiteral("dismissAllButton"));
+    ASSERT_TRUE(dismiss && dismiss->isEnabled());
+    dismiss->click();
+    ASSERT_TRUE(waitFor([&] {
+        QCoreApplication::processEvents();
+        return !errors->isVisible();
+    }));
+    EXPECT_TRUE(wizard->uploadCancelled());
+    EXPECT_TRUE(wizard->failedTransferArray.get().empty());
 }
 
 TEST_F(WindowTest, AResumeWithNothingToTakeUpSaysSoAndItsCloseButtonEndsTheSession) {
