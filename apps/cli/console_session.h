@@ -74,6 +74,10 @@ class ConsoleSession : public QObject {
 
     // The status screen (console_status.cpp).
     void showProgress(bool force);
+    // The end: the failed items are let go (when there are any) and the exit status follows.
+    void endWithResult(bool failures);
+    // The answer to the retry question: r tries the failed items again, anything else ends.
+    void answerRetry(char key);
     // A line of its own whenever the upload is paused or resumed, whatever paused it.
     void showPauseChange();
     void clearProgressLine();
@@ -119,6 +123,8 @@ class ConsoleSession : public QObject {
 
     // Status screen state.
     bool awaitingStopAnswer_ = false;
+    // The upload ended with failures and the retry question is up: r retries them.
+    bool awaitingRetryAnswer_ = false;
     // The stop key was taken and its question is not up yet.
     bool stopQuestionComing_ = false;
     std::deque<char> keys_;

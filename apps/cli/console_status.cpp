@@ -21,6 +21,8 @@ namespace {
 constexpr int kTagStop = 0;
 constexpr int kTagPause = 3;
 constexpr int kTagResume = 4;
+// The failed-files window's Retry All button.
+constexpr int kTagRetryAll = 2;
 constexpr auto kRedrawEvery = std::chrono::milliseconds(200);
 // Plain progress lines (output that is not a terminal) come at most this often.
 constexpr auto kPlainEvery = std::chrono::seconds(1);
@@ -155,6 +157,8 @@ void ConsoleSession::answerStop(bool stop) {
 void ConsoleSession::onInputEnded() {
     // Nobody is left to answer: "no", and the upload goes on without keys.
     if (awaitingStopAnswer_) answerStop(false);
+    // Nor is anyone left to ask for a retry: the upload ends with its failures.
+    if (awaitingRetryAnswer_) answerRetry('n');
 }
 
 bool ConsoleSession::handleKey(char key) {
@@ -163,6 +167,11 @@ bool ConsoleSession::handleKey(char key) {
         if ((key == '\n' || key == '\r') && terminal_.inputIsTerminal()) key = 'n';
         if (key == '\n' || key == '\r' || key == ' ') return true;
         answerStop(key == 'y' || key == 'Y');
+        return true;
+    }
+    if (awaitingRetryAnswer_) {
+        if (key == '\n' || key == '\r' || key == ' ') return true;
+        answerRetry(key);
         return true;
     }
     // The keys after a stop key belong to its question: they wait until it is up.
@@ -263,15 +272,39 @@ void ConsoleSession::checkEnd() {
     if (!completedSince_) completedSince_ = now;
     // The end step's last change of the status screen brings up the uploaded-files link.
     if (!status.uploadedFilesShown && now - *completedSince_ < kEndStepWait) return;
+    if (awaitingRetryAnswer_) return;
     clearProgressLine();
     printResult(status);
     const bool failures = !status.failures.empty();
+    if (failures && !terminal_.inputEnded()) {
+        // Someone may still press a key: the failed items can be tried again.
+        std::printf("Press r to try the failed items again, any other key to finish.\n");
+        std::fflush(stdout);
+        awaitingRetryAnswer_ = true;
+        return;
+    }
+    endWithResult(failures);
+}
+
+void ConsoleSession::endWithResult(bool failures) {
     if (failures) {
         // As closing the status after an upload with errors: the session ends and the shares
         // that stayed mounted for a retry are let go.
         actions_.terminateTransfer();
     }
     finish(failures ? kExitSomeFailed : kExitAllArrived);
+}
+
+void ConsoleSession::answerRetry(char key) {
+    awaitingRetryAnswer_ = false;
+    if (key != 'r' && key != 'R') return endWithResult(true);
+    const StatusSnapshot status = view_.status();
+    std::printf("Trying %s again.\n",
+                countText(status.failures.size(), "failed item", "failed items").c_str());
+    std::fflush(stdout);
+    completedSince_.reset();
+    uploadStarted_ = Clock::now();
+    actions_.retryOrDismissTransfer(kTagRetryAll);
 }
 
 void ConsoleSession::printResult(const StatusSnapshot& status) {

@@ -121,6 +121,52 @@ TEST_F(CliTest, AFileThatCannotBeReadFailsAndTheRestArrives) {
     EXPECT_EQ(test::readFile(volume.path() + "/Inbox/notes.txt"), "Meeting notes\n");
 }
 
+TEST_F(CliTest, TheFailedItemsAreTriedAgainWithRAndTheExitStatusFollowsTheRetry) {
+    TmpfsVolume volume(work / "Drive", 32 << 20);
+    ASSERT_TRUE(volume.ok());
+    fs::create_directories(volume.path() + "/Inbox");
+    makeSources(work / "src");
+    // A link to a file that is not there yet: a failed item, until the file is made.
+    fs::create_symlink(work / "later-target.txt", work / "src/Holiday/later.txt");
+
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--name", "Test Drive", "--destination",
+                              "Drive/Inbox", work / "src/Holiday"}));
+    ASSERT_TRUE(child.waitForOutput("Press r to try the failed items again", kDeadline))
+        << child.output() << child.errors();
+    EXPECT_NE(child.output().find("Failed (1):"), std::string::npos) << child.output();
+    EXPECT_FALSE(fs::exists(volume.path() + "/Inbox/Holiday/later.txt"));
+
+    test::writeFile(work / "later-target.txt", "written later\n");
+    child.write("r");
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_NE(child.output().find("Trying 1 failed item again."), std::string::npos)
+        << child.output();
+    EXPECT_EQ(test::readFile(volume.path() + "/Inbox/Holiday/later.txt"), "written later\n");
+    // Everything else arrived on the first pass.
+    fs::remove(work / "src/Holiday/later.txt");
+    fs::remove(volume.path() + "/Inbox/Holiday/later.txt");
+    EXPECT_TRUE(sameTree(work / "src/Holiday", volume.path() + "/Inbox/Holiday"));
+}
+
+TEST_F(CliTest, AnyOtherKeyAtTheRetryQuestionEndsWithTheFailures) {
+    TmpfsVolume volume(work / "Drive", 32 << 20);
+    ASSERT_TRUE(volume.ok());
+    fs::create_directories(volume.path() + "/Inbox");
+    makeSources(work / "src");
+    fs::create_symlink(work / "never-there.txt", work / "src/Holiday/dangling.txt");
+
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--name", "Test Drive", "--destination",
+                              "Drive/Inbox", work / "src/Holiday"}));
+    ASSERT_TRUE(child.waitForOutput("Press r to try the failed items again", kDeadline))
+        << child.output() << child.errors();
+    child.write("q");
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_EQ(child.output().find("Trying"), std::string::npos) << child.output();
+}
+
 TEST_F(CliTest, ADestinationThatIsNotThereIsABadArgument) {
     TmpfsVolume volume(work / "Drive", 1 << 20);
     ASSERT_TRUE(volume.ok());
