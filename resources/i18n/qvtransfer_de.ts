@@ -336,6 +336,38 @@
         <source>The name is not valid UTF-8, so the device cannot store it; rename the file.</source>
         <translation>Der Name ist kein gültiges UTF-8, daher kann das Gerät ihn nicht speichern; benennen Sie die Datei um.</translation>
     </message>
+    <message id="ACCOUNT_a11y">
+        <source>Account on the device</source>
+        <translation>Konto auf dem Gerät</translation>
+    </message>
+    <message id="SOURCE_LIST_a11y">
+        <source>Files and folders to upload</source>
+        <translation>Hochzuladende Dateien und Ordner</translation>
+    </message>
+    <message id="DESTINATION_TREE_a11y">
+        <source>Folders on the device</source>
+        <translation>Ordner auf dem Gerät</translation>
+    </message>
+    <message id="FAILED_LIST_a11y">
+        <source>Files that failed to upload</source>
+        <translation>Nicht hochgeladene Dateien</translation>
+    </message>
+    <message id="UPLOAD_PROGRESS_a11y">
+        <source>Upload progress</source>
+        <translation>Fortschritt des Hochladens</translation>
+    </message>
+    <message id="PAUSE_UPLOAD_a11y">
+        <source>Pause upload</source>
+        <translation>Hochladen anhalten</translation>
+    </message>
+    <message id="RESUME_UPLOAD_a11y">
+        <source>Resume upload</source>
+        <translation>Hochladen fortsetzen</translation>
+    </message>
+    <message id="OPEN_UPLOADED_FILES_a11y">
+        <source>Show the uploaded files</source>
+        <translation>Hochgeladene Dateien zeigen</translation>
+    </message>
     <message id="NOT_REGULAR_FILE_txt">
         <source>Not a regular file.</source>
         <translation>Keine gewöhnliche Datei.</translation>

@@ -336,6 +336,38 @@
         <source>The name is not valid UTF-8, so the device cannot store it; rename the file.</source>
         <translation>The name is not valid UTF-8, so the device cannot store it; rename the file.</translation>
     </message>
+    <message id="ACCOUNT_a11y">
+        <source>Account on the device</source>
+        <translation>Account on the device</translation>
+    </message>
+    <message id="SOURCE_LIST_a11y">
+        <source>Files and folders to upload</source>
+        <translation>Files and folders to upload</translation>
+    </message>
+    <message id="DESTINATION_TREE_a11y">
+        <source>Folders on the device</source>
+        <translation>Folders on the device</translation>
+    </message>
+    <message id="FAILED_LIST_a11y">
+        <source>Files that failed to upload</source>
+        <translation>Files that failed to upload</translation>
+    </message>
+    <message id="UPLOAD_PROGRESS_a11y">
+        <source>Upload progress</source>
+        <translation>Upload progress</translation>
+    </message>
+    <message id="PAUSE_UPLOAD_a11y">
+        <source>Pause upload</source>
+        <translation>Pause upload</translation>
+    </message>
+    <message id="RESUME_UPLOAD_a11y">
+        <source>Resume upload</source>
+        <translation>Resume upload</translation>
+    </message>
+    <message id="OPEN_UPLOADED_FILES_a11y">
+        <source>Show the uploaded files</source>
+        <translation>Show the uploaded files</translation>
+    </message>
     <message id="NOT_REGULAR_FILE_txt">
         <source>Not a regular file.</source>
         <translation>Not a regular file.</translation>

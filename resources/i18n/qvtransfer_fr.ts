@@ -336,6 +336,38 @@
         <source>The name is not valid UTF-8, so the device cannot store it; rename the file.</source>
         <translation>Le nom n’est pas en UTF-8 valide, l’appareil ne peut donc pas l’enregistrer ; renommez le fichier.</translation>
     </message>
+    <message id="ACCOUNT_a11y">
+        <source>Account on the device</source>
+        <translation>Compte sur l’appareil</translation>
+    </message>
+    <message id="SOURCE_LIST_a11y">
+        <source>Files and folders to upload</source>
+        <translation>Fichiers et dossiers à envoyer</translation>
+    </message>
+    <message id="DESTINATION_TREE_a11y">
+        <source>Folders on the device</source>
+        <translation>Dossiers de l’appareil</translation>
+    </message>
+    <message id="FAILED_LIST_a11y">
+        <source>Files that failed to upload</source>
+        <translation>Fichiers non envoyés</translation>
+    </message>
+    <message id="UPLOAD_PROGRESS_a11y">
+        <source>Upload progress</source>
+        <translation>Progression de l’envoi</translation>
+    </message>
+    <message id="PAUSE_UPLOAD_a11y">
+        <source>Pause upload</source>
+        <translation>Suspendre l’envoi</translation>
+    </message>
+    <message id="RESUME_UPLOAD_a11y">
+        <source>Resume upload</source>
+        <translation>Reprendre l’envoi</translation>
+    </message>
+    <message id="OPEN_UPLOADED_FILES_a11y">
+        <source>Show the uploaded files</source>
+        <translation>Afficher les fichiers envoyés</translation>
+    </message>
     <message id="NOT_REGULAR_FILE_txt">
         <source>Not a regular file.</source>
         <translation>Ce n’est pas un fichier ordinaire.</translation>

@@ -143,8 +143,12 @@ std::optional<std::string> QVTransferPrivate::localeText(std::string_view proper
         QVT_LOCALE_TEXTS(QVT_LOCALE_MEMBER)};
 #undef QVT_LOCALE_MEMBER
     const auto found = members.find(property);
-    if (found == members.end()) return std::nullopt;
-    return this->*(found->second);
+    if (found != members.end()) return this->*(found->second);
+    // A text of the string table that no locale property holds (the accessible names).
+    const std::string key(property);
+    std::string text = localizedString(key);
+    if (text == key) return std::nullopt;
+    return text;
 }
 
 bool QVTransferPrivate::zeroState() const {

@@ -192,6 +192,7 @@ int QtTransferWindow::runModal(Dialog which) {
         const QPoint centre = root_->geometry().center();
         box->move(centre - QPoint(box->width() / 2, box->height() / 2));
     }
+    focusSafeChoice(which);
     modalRuns_.push_back(box);
     const int code = box->exec();
     modalRuns_.erase(std::remove(modalRuns_.begin(), modalRuns_.end(), box), modalRuns_.end());
@@ -416,6 +417,7 @@ void QtTransferWindow::showErrorWindow() {
         if (!box) return;
         // Over the window, without a modal run of its own: its buttons call the controller,
         // which closes it.
+        focusSafeChoice(Dialog::UploadErrors);
         box->open();
         box->raise();
         box->activateWindow();

@@ -136,6 +136,18 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void setUpZeroState();
     void installOpenPanel();
     void connectActions();  // actions.cpp
+    // The keyboard and assistive technology (keyboard.cpp): focus for every control that
+    // acts, Return and Escape, and the controls' accessible names.
+    void setUpKeyboard();
+    void nameControls();
+    // The pause/resume button is named after what it does now (its tag).
+    void nameThePauseButton(int tag);
+    QString localeQString(const char* id) const;
+    // Gives the focus to the choice of `dialog` that loses nothing.
+    void focusSafeChoice(Dialog dialog);
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    static constexpr int kTagPauseRole = 3;
+    static constexpr int kTagResumeRole = 4;
     // Controls whose actions the wizard does not offer yet stay hidden or disabled.
     void withholdUnofferedControls();
 

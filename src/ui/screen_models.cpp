@@ -178,6 +178,7 @@ void QtTransferWindow::applyStatus(const StatusSnapshot& status) {
         if (QWidget* button = control(QString::fromLatin1(name))) button->setHidden(ended);
     if (QWidget* pause = control(QStringLiteral("pauseResumeTransferButton")))
         pause->setProperty("tag", status.pauseButtonTag);
+    nameThePauseButton(status.pauseButtonTag);
     if (QWidget* close = control(QStringLiteral("statusCloseButton"));
         close && !status.closeButtonTitle.empty())
         applyText(close, qs(status.closeButtonTitle));

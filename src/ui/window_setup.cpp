@@ -84,6 +84,7 @@ void QtTransferWindow::setUpWindow() {
     setUpZeroState();
     installOpenPanel();
     connectActions();
+    setUpKeyboard();
 
     root_->shouldClose = [this] {
         if (closingProgrammatically_) return true;
@@ -162,8 +163,6 @@ void QtTransferWindow::setUpLists() {
         table->setColumnWidth(ui::kSourceFilesColumn, 104);
         table->setColumnWidth(ui::kSourceDeleteColumn, 36);
         table->setMouseTracking(true);
-        // Rows are ticked, not selected: no focus frame on a cell.
-        table->setFocusPolicy(Qt::NoFocus);
     }
     if (auto* tree = control<QTreeView>(QStringLiteral("destinationFolderOutlineView"))) {
         // The cancel button of a new folder sits in the tree, beside the folder's name.

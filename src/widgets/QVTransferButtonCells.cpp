@@ -1,6 +1,7 @@
 #include "widgets/QVTransferButtonCells.h"
 
-#include <QFocusEvent>
+#include "widgets/focus_ring.h"
+
 #include <QPainter>
 #include <QPainterPath>
 #include <QStyleOptionButton>
@@ -51,18 +52,6 @@ QFont QVTransferGradientButton::titleFont() const {
     return f;
 }
 
-void QVTransferGradientButton::focusInEvent(QFocusEvent* event) {
-    keyboardFocus_ = event->reason() == Qt::TabFocusReason ||
-                     event->reason() == Qt::BacktabFocusReason ||
-                     event->reason() == Qt::ShortcutFocusReason;
-    QPushButton::focusInEvent(event);
-}
-
-void QVTransferGradientButton::focusOutEvent(QFocusEvent* event) {
-    keyboardFocus_ = false;
-    QPushButton::focusOutEvent(event);
-}
-
 QColor QVTransferGradientButton::titleColor() const {
     return palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled,
                            QPalette::ButtonText);
@@ -82,12 +71,11 @@ void QVTransferGradientButton::paintEvent(QPaintEvent*) {
     gradient.setColorAt(1, colours.bottom);
     painter.fillPath(bezel, gradient);
 
-    if (hasFocus() && keyboardFocus_) {
-        // A keyboard user needs to see where Space goes.
-        painter.setPen(QPen(QColor(21, 171, 255), 2.0));
-        painter.drawRoundedRect(frame.adjusted(1, 1, -1, -1), kCornerRadius, kCornerRadius);
-    }
     drawTitle(painter, rect(), text(), titleFont(), titleColor());
+    // The focus comes only from the keyboard or the program (a click does not move it), so the
+    // ring shows whenever the button has it.
+    painter.setClipping(false);
+    if (hasFocus()) widgets::drawFocusRing(painter, frame, kCornerRadius);
 }
 
 QVTransferBlueButtonCell::QVTransferBlueButtonCell(QWidget* parent)
@@ -155,6 +143,7 @@ void QVTransferButtonCell::paintEvent(QPaintEvent*) {
     QColor colour = titleColor();
     if (!isEnabled()) colour.setAlphaF(0.45);
     drawTitle(painter, rect(), text(), font(), colour);
+    if (hasFocus()) widgets::drawFocusRing(painter, frame, kCornerRadius);
 }
 
 }  // namespace qvt

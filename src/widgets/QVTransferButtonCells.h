@@ -34,12 +34,6 @@ class QVTransferGradientButton : public QPushButton {
 
   protected:
     void paintEvent(QPaintEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
-
-  private:
-    // The focus ring shows only when the focus came from the keyboard.
-    bool keyboardFocus_ = false;
 };
 
 // The main action of a screen (Next, Upload, Yes...): a blue gradient with a white title in

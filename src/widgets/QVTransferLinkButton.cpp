@@ -3,6 +3,9 @@
 #include <QPainter>
 #include <algorithm>
 
+#include <algorithm>
+#include "widgets/focus_ring.h"
+
 namespace qvt {
 
 namespace {
@@ -13,7 +16,8 @@ QVTransferLinkButton::QVTransferLinkButton(QWidget* parent) : QPushButton(parent
     setCursor(Qt::PointingHandCursor);
     setFlat(true);
     setAutoDefault(false);
-    setFocusPolicy(Qt::NoFocus);
+    // A keyboard user reaches a link with Tab; a click does not move the focus.
+    setFocusPolicy(Qt::TabFocus);
     setAttribute(Qt::WA_Hover);
     titleFont_ = font();
 }
@@ -26,7 +30,6 @@ void QVTransferLinkButton::setUpTitle(const QString& title, const QFont& titleFo
     setText(title);
     setFont(titleFont_);
     setFlat(true);
-    setFocusPolicy(Qt::NoFocus);
     updateGeometry();
     update();
 }
@@ -87,6 +90,7 @@ void QVTransferLinkButton::paintEvent(QPaintEvent*) {
         QFontMetrics(titleFont_).elidedText(title_, Qt::ElideRight, textArea.width());
     const Qt::Alignment horizontal = textAlignment_ & Qt::AlignHorizontal_Mask;
     painter.drawText(textArea, (horizontal ? horizontal : Qt::AlignLeft) | Qt::AlignVCenter, shown);
+    if (hasFocus()) widgets::drawFocusRing(painter, QRectF(rect()), 2);
 }
 
 }  // namespace qvt

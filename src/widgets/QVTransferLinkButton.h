@@ -31,7 +31,7 @@ class QVTransferLinkButton : public QPushButton {
 
     // Builds the title: `title` in `titleFont`, underlined, in the stored title colour and
     // aligned by the stored alignment. `alignment` is not used: the stored alignment is the
-    // one that counts. Also makes the button borderless and keeps keyboard focus away.
+    // one that counts. Also makes the button borderless.
     void setUpTitle(const QString& title, const QFont& titleFont, Qt::Alignment alignment);
     // Shows `defaultImage` and remembers both images for the hover changes.
     void setUpImages(const QIcon& defaultImage, const QIcon& hoveredImage);

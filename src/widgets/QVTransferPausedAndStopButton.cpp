@@ -2,6 +2,7 @@
 
 #include <QPainter>
 
+#include "widgets/focus_ring.h"
 #include "widgets/framework_images.h"
 
 namespace qvt {
@@ -10,7 +11,8 @@ QVTransferPausedAndStopButton::QVTransferPausedAndStopButton(QWidget* parent)
     : QPushButton(parent) {
     setFlat(true);
     setAutoDefault(false);
-    setFocusPolicy(Qt::NoFocus);
+    // Pause, resume and stop are reached with Tab; a click does not move the focus.
+    setFocusPolicy(Qt::TabFocus);
     setCursor(Qt::PointingHandCursor);
     setAttribute(Qt::WA_Hover);
     showImageFor(MouseEvent::Exit);
@@ -83,6 +85,7 @@ void QVTransferPausedAndStopButton::paintEvent(QPaintEvent*) {
     const QSize size = natural.boundedTo(this->size());
     const QRect target(QPoint((width() - size.width()) / 2, (height() - size.height()) / 2), size);
     image_.paint(&painter, target, Qt::AlignCenter, isEnabled() ? QIcon::Normal : QIcon::Disabled);
+    if (hasFocus()) widgets::drawFocusRing(painter, QRectF(rect()), width() / 2.0);
 }
 
 }  // namespace qvt

@@ -100,10 +100,13 @@ TEST(LinkButton, LeavingFirstAlsoGivesTheExitColour) {
     EXPECT_EQ(link->titleColor(), QColor(0, 103, 166));
 }
 
-TEST(LinkButton, IsAFocuslessUnderlinedLinkWithThePointingHand) {
+TEST(LinkButton, IsAnUnderlinedLinkWithThePointingHandThatTabReaches) {
     auto link = makeLink();
     EXPECT_EQ(link->cursor().shape(), Qt::PointingHandCursor);
-    EXPECT_EQ(link->focusPolicy(), Qt::NoFocus);
+    // Tab reaches it; a click does not take the focus. A new title keeps that.
+    EXPECT_EQ(link->focusPolicy(), Qt::TabFocus);
+    link->setUpTitle(QStringLiteral("Create new folder"), arial13(), Qt::AlignLeft);
+    EXPECT_EQ(link->focusPolicy(), Qt::TabFocus);
     EXPECT_TRUE(link->isFlat());
     EXPECT_TRUE(link->titleFont().underline());
     EXPECT_EQ(link->titleFont().family(), QStringLiteral("Arial"));

@@ -1,0 +1,167 @@
+// The window with the keyboard alone and for assistive technology: every control that acts
+// takes the focus and has a name, dialogs open on their safe choice, Return and Escape answer.
+#include <QAbstractButton>
+#include <QAbstractItemView>
+#include <QAccessible>
+#include <QComboBox>
+#include <QDialog>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QTest>
+#include <QTimer>
+#include <set>
+
+#include "window_fixture.h"
+
+namespace qvt::test {
+namespace {
+
+// The named controls of the window and its dialogs that a user acts on.
+std::vector<QWidget*> actingControls(QWidget* root) {
+    std::vector<QWidget*> out;
+    for (QWidget* w : root->findChildren<QWidget*>()) {
+        if (w->objectName().isEmpty() || w->objectName().startsWith(QLatin1String("qt_"))) continue;
+        if (qobject_cast<QHeaderView*>(w)) continue;
+        if (qobject_cast<QAbstractButton*>(w) || qobject_cast<QLineEdit*>(w) ||
+            qobject_cast<QComboBox*>(w) || qobject_cast<QAbstractItemView*>(w))
+            out.push_back(w);
+    }
+    return out;
+}
+
+QString accessibleName(QWidget* w) {
+    QAccessibleInterface* a = QAccessible::queryAccessibleInterface(w);
+    return a ? a->text(QAccessible::Name) : QString();
+}
+
+// Sends `key` where the keyboard would: the focused control of `box`, or `box` itself.
+void pressKey(QWidget* box, Qt::Key key) {
+    QWidget* target = box->focusWidget() ? box->focusWidget() : box;
+    QTest::keyClick(target, key);
+}
+
+TEST_F(WindowTest, EveryControlThatActsTakesTheFocusAndHasAName) {
+    make(nasDevice());
+    const std::vector<QWidget*> controls = actingControls(window->window());
+    ASSERT_GT(controls.size(), 20u);
+    for (QWidget* w : controls) {
+        const std::string name = w->objectName().toStdString();
+        EXPECT_TRUE(w->focusPolicy() & Qt::TabFocus) << name << " cannot take the focus";
+        EXPECT_FALSE(accessibleName(w).isEmpty()) << name << " has no accessible name";
+    }
+    // The icon buttons and the fields are named after what they do.
+    EXPECT_EQ(accessibleName(window->control(QStringLiteral("pauseResumeTransferButton"))),
+              QStringLiteral("Pause upload"));
+    EXPECT_EQ(accessibleName(window->control(QStringLiteral("stopTransferButton"))),
+              QStringLiteral("Stop Upload"));
+    EXPECT_EQ(accessibleName(window->control(QStringLiteral("passwordField"))),
+              QString::fromStdString(*wizard->localeText("PASSWORD_txt")));
+    // Each dialog is named after its question.
+    for (QDialog* box : window->window()->findChildren<QDialog*>())
+        EXPECT_FALSE(box->accessibleName().isEmpty()) << box->objectName().toStdString();
+}
+
+TEST_F(WindowTest, ThePauseButtonsNameFollowsWhatItDoes) {
+    make(dasDevice());
+    wizard->showScreen(Screen::Status);
+    StatusSnapshot status = wizard->statusSnapshot();
+    status.pauseButtonTag = 4;
+    window->showStatus(status);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(accessibleName(window->control(QStringLiteral("pauseResumeTransferButton"))),
+              QStringLiteral("Resume upload"));
+    status.pauseButtonTag = 3;
+    window->showStatus(status);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(accessibleName(window->control(QStringLiteral("pauseResumeTransferButton"))),
+              QStringLiteral("Pause upload"));
+}
+
+TEST_F(WindowTest, TabReachesPauseAndStopOnTheStatusScreen) {
+    make(dasDevice());
+    wizard->showScreen(Screen::Status);
+    window->bringToFront();
+    QCoreApplication::processEvents();
+    QWidget* root = window->window();
+    std::set<std::string> reached;
+    for (int i = 0; i < 40; ++i) {
+        QWidget* before = root->focusWidget();
+        QTest::keyClick(before ? before : root, Qt::Key_Tab);
+        if (QWidget* now = root->focusWidget()) reached.insert(now->objectName().toStdString());
+    }
+    EXPECT_TRUE(reached.count("pauseResumeTransferButton")) << reached.size();
+    EXPECT_TRUE(reached.count("stopTransferButton"));
+    EXPECT_TRUE(reached.count("statusCloseButton"));
+
+    // Space on the focused stop button presses it: the stop question comes up, and Escape
+    // takes its safe answer.
+    auto* stop = window->control<QAbstractButton>(QStringLiteral("stopTransferButton"));
+    int pressed = 0;
+    QObject::connect(stop, &QAbstractButton::clicked, [&] { ++pressed; });
+    bool asked = false;
+    QTimer::singleShot(0, [&] {
+        QDialog* question = window->dialog(Dialog::CancelUploadConfirm);
+        asked = question->isVisible();
+        pressKey(question, Qt::Key_Escape);
+    });
+    stop->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(stop, Qt::Key_Space);
+    EXPECT_EQ(pressed, 1);
+    EXPECT_TRUE(asked);
+    EXPECT_EQ(window->modalDepth(), 0);
+}
+
+TEST_F(WindowTest, DialogsOpenOnTheirSafeChoiceWhichReturnAndEscapeTake) {
+    make(dasDevice());
+    QDialog* box = window->dialog(Dialog::CancelUploadConfirm);
+    ASSERT_TRUE(box);
+    const StopQuestion question{"Stop?", "Keep uploading", "Stop upload"};
+    std::string focusedAtOpen;
+    QTimer::singleShot(0, [&] {
+        if (QWidget* f = box->focusWidget()) focusedAtOpen = f->objectName().toStdString();
+        pressKey(box, Qt::Key_Escape);
+    });
+    EXPECT_EQ(window->askStopUpload(question), StopAnswer::KeepUploading);
+    EXPECT_EQ(focusedAtOpen, "keepUploadingButton");
+
+    QTimer::singleShot(0, [&] { pressKey(box, Qt::Key_Return); });
+    EXPECT_EQ(window->askStopUpload(question), StopAnswer::KeepUploading);
+
+    // Return presses the button that has the focus.
+    QTimer::singleShot(0, [&] {
+        window->control(QStringLiteral("stopUploadButton"))->setFocus(Qt::TabFocusReason);
+        pressKey(box, Qt::Key_Return);
+    });
+    EXPECT_EQ(window->askStopUpload(question), StopAnswer::StopUpload);
+
+    // The lost-connection question: Escape tries again rather than leaving the upload stuck.
+    QTimer::singleShot(0,
+                       [&] { pressKey(window->dialog(Dialog::LostConnection), Qt::Key_Escape); });
+    EXPECT_EQ(window->askLostConnection(), LostConnectionAnswer::Retry);
+
+    // The device dialogs close with Return, Space and Escape.
+    for (Qt::Key key : {Qt::Key_Return, Qt::Key_Space, Qt::Key_Escape}) {
+        QTimer::singleShot(0, [&, key] { pressKey(window->dialog(Dialog::DeviceFull), key); });
+        window->showDeviceFull();
+        EXPECT_FALSE(window->dialog(Dialog::DeviceFull)->isVisible()) << key;
+        EXPECT_EQ(window->modalDepth(), 0);
+    }
+}
+
+TEST_F(WindowTest, ReturnPressesTheScreensMainButton) {
+    make(dasDevice());
+    wizard->showScreen(Screen::Status);
+    window->bringToFront();
+    QCoreApplication::processEvents();
+    auto* close = window->control<QAbstractButton>(QStringLiteral("statusCloseButton"));
+    ASSERT_TRUE(close);
+    int pressed = 0;
+    QObject::connect(close, &QAbstractButton::clicked, [&] { ++pressed; });
+    // With no button focused, Return goes to the screen's main button.
+    window->window()->setFocus();
+    QTest::keyClick(window->window(), Qt::Key_Return);
+    EXPECT_EQ(pressed, 1);
+}
+
+}  // namespace
+}  // namespace qvt::test
