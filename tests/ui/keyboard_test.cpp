@@ -92,6 +92,8 @@ TEST_F(WindowTest, TabReachesPauseAndStopOnTheStatusScreen) {
     EXPECT_TRUE(reached.count("pauseResumeTransferButton")) << reached.size();
     EXPECT_TRUE(reached.count("stopTransferButton"));
     EXPECT_TRUE(reached.count("statusCloseButton"));
+    window->control(QStringLiteral("pauseResumeTransferButton"))->setFocus(Qt::TabFocusReason);
+    savePicture(root->grab().toImage(), "status-pause-focused");
 
     // Space on the focused stop button presses it: the stop question comes up, and Escape
     // takes its safe answer.
