@@ -195,28 +195,6 @@ std::optional<Record> deviceRecordFor(const Options& o, std::string& error) {
     return Record{{"deviceType", "NAS"}, {"isZeroState", false}, {"deviceInfo", info}};
 }
 
-std::vector<std::string> unreachableVolumes(const Record& device,
-                                            const std::vector<std::string>& mountPoints) {
-    std::vector<std::string> missing;
-    const Record* info = device.record("deviceInfo");
-    const List* volumes = info ? info->list("volumeArray") : nullptr;
-    if (device.string("deviceType") != "DAS" || !volumes) return missing;
-    for (const Value& v : *volumes) {
-        const Record* volume = v.asRecord();
-        if (!volume) continue;
-        const std::string path = volume->string("volumePath");
-        const std::string node = volume->string("bsdName");
-        const bool mounted =
-            std::find(mountPoints.begin(), mountPoints.end(), path) != mountPoints.end();
-        struct stat st {};
-        const bool attached = !node.empty() && node.find('/') == std::string::npos &&
-                              ::stat(("/dev/" + node).c_str(), &st) == 0;
-        if (!mounted && !attached)
-            missing.push_back(volume->string("volumeName") + " (" + path + ")");
-    }
-    return missing;
-}
-
 std::string firstFolderNotMounted(const std::vector<std::string>& folders,
                                   const std::vector<std::string>& mountPoints) {
     for (const std::string& folder : folders)

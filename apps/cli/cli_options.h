@@ -54,11 +54,6 @@ std::optional<Record> deviceRecordFor(const Options& options, std::string& error
 // The first of `folders` that is not one of `mountPoints`, or "" when each one is. A drive's
 // volume is a mounted file system: the wizard waits for a volume to show among the mounts, so a
 // plain folder given as one would keep it waiting for ever.
-// The volumes of an attached device's record that cannot be reached: neither mounted at their
-// "volumePath" nor with a device node (/dev/ + "bsdName") to mount them from. Each as
-// "NAME (PATH)".
-std::vector<std::string> unreachableVolumes(const Record& device,
-                                            const std::vector<std::string>& mountPoints);
 
 std::string firstFolderNotMounted(const std::vector<std::string>& folders,
                                   const std::vector<std::string>& mountPoints);

@@ -11,6 +11,7 @@
 #include "console_session.h"
 #include "console_view.h"
 #include "device/mount_destination.h"
+#include "device/volume_presence.h"
 #include "platform/files.h"
 #include "qvtransfer/Version.h"
 #include "session/qvtransfer_private.h"
@@ -66,16 +67,13 @@ int main(int argc, char** argv) {
         std::vector<std::string> mountPoints;
         for (const auto& volume : qvt::platform::files().mountedVolumes())
             mountPoints.push_back(volume.path);
-        const std::vector<std::string> missing = unreachableVolumes(*device, mountPoints);
+        const std::vector<std::string> missing =
+            qvt::device::unreachableVolumes(*device, mountPoints);
         const qvt::Record* info = device->record("deviceInfo");
         const qvt::List* volumes = info ? info->list("volumeArray") : nullptr;
         if (!missing.empty() && volumes && missing.size() == volumes->size()) {
-            std::string names;
-            for (const auto& m : missing) names += (names.empty() ? "" : ", ") + m;
-            std::fprintf(stderr,
-                         "qvtransfer-cli: the disk's volume is not there: %s. Attach the disk, "
-                         "or mount the volume at that folder, and try again.\n",
-                         names.c_str());
+            std::fprintf(stderr, "qvtransfer-cli: %s\n",
+                         qvt::device::missingVolumesSentence(missing).c_str());
             return kExitSomeFailed;
         }
     }

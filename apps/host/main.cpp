@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "device/volume_presence.h"
+#include "platform/files.h"
 #include "platform/plist_io.h"
 #include "qvtransfer/QVTransfer.h"
 #include "qvtransfer/Version.h"
@@ -159,6 +161,18 @@ std::optional<qvt::Record> deviceRecord(const HostOptions& o, std::string& error
     return std::nullopt;
 }
 
+// The volumes of an attached device that are not there, when none of them is.
+std::vector<std::string> missingVolumes(const qvt::Record& device) {
+    std::vector<std::string> mountPoints;
+    for (const auto& volume : qvt::platform::files().mountedVolumes())
+        mountPoints.push_back(volume.path);
+    const std::vector<std::string> missing = qvt::device::unreachableVolumes(device, mountPoints);
+    const qvt::Record* info = device.record("deviceInfo");
+    const qvt::List* volumes = info ? info->list("volumeArray") : nullptr;
+    if (!volumes || missing.size() != volumes->size()) return {};
+    return missing;
+}
+
 // Opens the wizard; when the state file holds an interrupted upload for the device, first asks
 // whether to take it up (the library leaves that choice to its host). Answers the question
 // while it is open, so that the program can close it before it lets the wizard go.
@@ -200,7 +214,8 @@ void saveScreenshotLater(QApplication& app, const std::string& file) {
         bool saved = false;
         for (QWidget* w : QApplication::topLevelWidgets()) {
             if (w->isVisible() && (w->windowTitle() == QStringLiteral("Tessaly") ||
-                                   w->objectName() == QStringLiteral("resumeOffer"))) {
+                                   w->objectName() == QStringLiteral("resumeOffer") ||
+                                   w->objectName() == QStringLiteral("volumeMissing"))) {
                 saved = w->grab().save(QString::fromStdString(file), "PNG");
                 break;
             }
@@ -221,6 +236,20 @@ int main(int argc, char** argv) {
     if (!device) return fail(error);
 
     QApplication app(argc, argv);
+    // A disk none of whose volumes is there is told at once: the wizard would wait for them.
+    if (const auto missing = missingVolumes(*device); !missing.empty()) {
+        const std::string sentence = qvt::device::missingVolumesSentence(missing);
+        std::fprintf(stderr, "qvtransfer-host: %s\n", sentence.c_str());
+        auto* box = new QMessageBox(QMessageBox::Warning, QStringLiteral("Tessaly"),
+                                    QString::fromStdString(sentence), QMessageBox::Close);
+        box->setObjectName(QStringLiteral("volumeMissing"));
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        QObject::connect(box, &QMessageBox::finished, &app, [&app] { app.exit(1); });
+        box->open();
+        if (!options.screenshot.empty()) saveScreenshotLater(app, options.screenshot);
+        app.exec();
+        return 1;
+    }
     auto wizard = QVTransfer::initWithDevice(*device);
     if (!wizard) return fail("the wizard could not be created");
     auto delegate = std::make_shared<PrintingDelegate>();

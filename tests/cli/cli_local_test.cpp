@@ -373,7 +373,7 @@ TEST_F(CliTest, ADeviceRecordWhoseDiskIsNotAttachedIsToldAtOnce) {
     child.closeInput();
     EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
     EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(5));
-    EXPECT_NE(child.errors().find("the disk's volume is not there: Travel (" + (work / "Gone") +
+    EXPECT_NE(child.errors().find("The disk's volume is not there: Travel (" + (work / "Gone") +
                                   "). Attach the disk, or mount the volume at that folder"),
               std::string::npos)
         << child.errors();

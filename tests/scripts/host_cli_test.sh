@@ -39,7 +39,22 @@ expect_status 2 "nas without name" "$host" --nas 127.0.0.1 --serial SN1
 expect_status 2 "das without folders" "$host" --das
 expect_status 2 "record flag without value" "$host" --record
 
+# A folder that is no mounted volume: the host says so at once, names the volume and what to
+# do, and ends with 1 (the screenshot shows the message).
 mkdir -p "$work/Volume"
+expect_status 1 "das folder that is not mounted" "$host" --das "$work/Volume" --name "Demo Drive" \
+    --screenshot "$work/missing.png"
+if grep -q "The disk's volume is not there: Volume ($work/Volume). Attach the disk" "$work/err" &&
+    [ -s "$work/missing.png" ]; then
+    passed=$((passed + 1))
+else
+    echo "FAIL: the missing volume was not told"; cat "$work/err"; failures=$((failures + 1))
+fi
+
+# The volume of a directly attached device is a mounted file system: the folder mounted onto
+# itself is one.
+mount --bind "$work/Volume" "$work/Volume"
+trap 'umount "$work/Volume" 2>/dev/null; rm -rf "$work"' EXIT
 expect_status 0 "das screenshot" "$host" --das "$work/Volume" --name "Demo Drive" \
     --screenshot "$work/shot.png"
 if [ ! -s "$work/shot.png" ]; then
