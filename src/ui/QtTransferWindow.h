@@ -146,6 +146,8 @@ class QtTransferWindow : public QObject, public QVTransferView {
     // Gives the focus to the choice of `dialog` that loses nothing.
     void focusSafeChoice(Dialog dialog);
     bool eventFilter(QObject* watched, QEvent* event) override;
+    // Tells a screen reader what `widget` now says, without moving the focus.
+    static void announce(QWidget* widget, const QString& text);
     static constexpr int kTagPauseRole = 3;
     static constexpr int kTagResumeRole = 4;
     // Controls whose actions the wizard does not offer yet stay hidden or disabled.
@@ -180,6 +182,9 @@ class QtTransferWindow : public QObject, public QVTransferView {
     std::vector<QPointer<QDialog>> modalRuns_;
     bool closingProgrammatically_ = false;
     bool uploadAllowed_ = false;
+    // What the window last announced to assistive technology, so a change is told once.
+    QString announcedStatus_;
+    bool announcedIncorrectPassword_ = false;
     bool watchingDestinationSelection_ = false;
     bool placed_ = false;
     bool reloadingSources_ = false;

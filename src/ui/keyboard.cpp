@@ -126,6 +126,15 @@ QString QtTransferWindow::localeQString(const char* id) const {
     return QString::fromStdString(text.value_or(id));
 }
 
+void QtTransferWindow::announce(QWidget* widget, const QString& text) {
+    if (!widget || text.isEmpty()) return;
+    // The text becomes the widget's description, and an alert makes the screen reader speak it
+    // wherever the focus is.
+    widget->setAccessibleDescription(text);
+    QAccessibleEvent alert(widget, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
+}
+
 void QtTransferWindow::focusSafeChoice(Dialog which) {
     if (auto* safe = control<QAbstractButton>(QString::fromLatin1(safeButtonOf(which))))
         safe->setFocus(Qt::OtherFocusReason);

@@ -66,8 +66,12 @@ void QtTransferWindow::applyUsers(const UsersScreen& screen) {
         setStyleFlag(field, "incorrect", screen.incorrectPassword);
         setStyleFlag(field, "focusRing", screen.passwordFocusRing);
     }
-    if (QWidget* incorrect = control(QStringLiteral("incorrectPasswordLabel")))
+    if (QWidget* incorrect = control(QStringLiteral("incorrectPasswordLabel"))) {
         incorrect->setVisible(screen.incorrectPassword);
+        if (screen.incorrectPassword && !announcedIncorrectPassword_)
+            if (auto* label = qobject_cast<QLabel*>(incorrect)) announce(label, label->text());
+        announcedIncorrectPassword_ = screen.incorrectPassword;
+    }
     if (auto* image = control<QLabel>(QStringLiteral("deviceImageView"))) {
         QImage picture;
         if (!screen.deviceImage.empty())
@@ -167,8 +171,24 @@ void QtTransferWindow::applyStatus(const StatusSnapshot& status) {
                                .arg(static_cast<int>(c.alpha * 255 + 0.5));
     for (const char* name : {"progressStatusMsg1", "progressStatusMsg2"})
         if (auto* label = control<QLabel>(QString::fromLatin1(name))) label->setStyleSheet(colour);
-    if (auto* line = control<QLabel>(QStringLiteral("progressStatusMsg1")))
+    if (auto* line = control<QLabel>(QStringLiteral("progressStatusMsg1"))) {
         line->setText(qs(status.line1));
+        // A pause, a lost or full device, a resumption and the end are told to a screen reader
+        // as they happen; the file counter's steps are not (they would drown everything else).
+        const bool ended = status.ended();
+        const QString key = QStringLiteral("%1 %2 %3 %4 %5")
+                                .arg(static_cast<int>(status.state))
+                                .arg(status.paused)
+                                .arg(status.deviceMissing)
+                                .arg(status.deviceFull)
+                                .arg(ended ? qs(status.line1 + status.warning) : QString());
+        if (key != announcedStatus_ && status.state != engine::UploadState::Idle) {
+            QString text = qs(status.line1);
+            if (ended && !status.warning.empty()) text += QStringLiteral("\n") + qs(status.warning);
+            announce(line, text);
+            announcedStatus_ = key;
+        }
+    }
     // Once the upload has ended the estimate line has nothing left to say, and pausing or
     // stopping has nothing left to act on: the line is emptied and the two buttons go.
     const bool ended = status.ended();

@@ -165,5 +165,42 @@ TEST_F(WindowTest, ReturnPressesTheScreensMainButton) {
     EXPECT_EQ(pressed, 1);
 }
 
+TEST_F(WindowTest, StatusChangesAreAnnouncedOnceAndTheCounterIsNot) {
+    // What was last announced is the status line's accessible description (the alert that
+    // carries it needs a running accessibility bridge, which the offscreen platform lacks).
+    make(dasDevice());
+    QWidget* line = window->control(QStringLiteral("progressStatusMsg1"));
+    ASSERT_TRUE(line);
+    const auto announced = [&] { return line->accessibleDescription().toStdString(); };
+
+    wizard->showScreen(Screen::Status);
+    StatusSnapshot status = wizard->statusSnapshot();
+    status.state = engine::UploadState::Copying;
+    status.line1 = "Uploading file 1 of 9";
+    window->showStatus(status);
+    QCoreApplication::processEvents();
+    // The start is told; the counter's next step is not.
+    EXPECT_EQ(announced(), "Uploading file 1 of 9");
+    status.line1 = "Uploading file 2 of 9";
+    window->showStatus(status);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(announced(), "Uploading file 1 of 9");
+
+    status.state = engine::UploadState::Paused;
+    status.paused = true;
+    status.line1 = "Upload paused";
+    window->showStatus(status);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(announced(), "Upload paused");
+
+    status.state = engine::UploadState::Completed;
+    status.paused = false;
+    status.line1 = "8 of 9 files uploaded";
+    status.warning = "1 file failed to upload";
+    window->showStatus(status);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(announced(), "8 of 9 files uploaded\n1 file failed to upload");
+}
+
 }  // namespace
 }  // namespace qvt::test
