@@ -82,6 +82,17 @@ DestinationScreen ConsoleView::destinations() const {
     return destinations_;
 }
 
+void ConsoleView::setText(const std::string& control, const std::string& text) {
+    if (control != "lostConnectionMessage") return;
+    std::lock_guard lock(mutex_);
+    lostConnectionSentence_ = text;
+}
+
+std::string ConsoleView::lostConnectionSentence() const {
+    std::lock_guard lock(mutex_);
+    return lostConnectionSentence_;
+}
+
 StatusSnapshot ConsoleView::status() const {
     std::lock_guard lock(mutex_);
     return status_;

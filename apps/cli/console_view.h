@@ -50,7 +50,9 @@ class ConsoleView : public QVTransferView {
     void showNotice(const Notice& notice) override;
     void endModal(Dialog dialog) override;
     void stopModal() override;
-    void setText(const std::string&, const std::string&) override {}
+    // Only the lost-connection dialog's sentence is kept: the console prints it.
+    void setText(const std::string& control, const std::string& text) override;
+    std::string lostConnectionSentence() const;
     void setEnabled(const std::string& control, bool enabled) override;
     void setHidden(const std::string&, bool) override {}
     void setTag(const std::string&, int) override {}
@@ -87,6 +89,7 @@ class ConsoleView : public QVTransferView {
 
     std::function<void(Dialog)> onModal_;
     mutable std::mutex mutex_;
+    std::string lostConnectionSentence_;
     bool screenShown_ = false;
     Screen screen_ = Screen::Users;
     UsersScreen users_;

@@ -331,7 +331,15 @@ void ConsoleSession::onModal(Dialog dialog) {
 
 void ConsoleSession::answerLostConnection() {
     const std::string address = deviceInfo("ipAddress");
-    std::printf("Cannot reach the device at %s.\n", address.c_str());
+    // What went wrong, as the controller put it: no answer, a late one, or one it could not
+    // read.
+    const std::string sentence = view_.lostConnectionSentence();
+    const bool answered =
+        !sentence.empty() && sentence != actions_.localeText("LOST_CONNECTION_MSG_txt");
+    if (answered)
+        std::printf("The device at %s answered, but: %s\n", address.c_str(), sentence.c_str());
+    else
+        std::printf("Cannot reach the device at %s.\n", address.c_str());
     if (terminal_.inputIsTerminal()) {
         const auto answer = ask("Try again? [Y/n] ");
         if (!ended() && answer &&
@@ -343,7 +351,8 @@ void ConsoleSession::answerLostConnection() {
     // Closed without a choice: nothing of the device's state (a pending upload's record
     // included) is touched; the session ends.
     view_.answer(Dialog::LostConnection, ConsoleView::kModalStopped);
-    finish(kExitSomeFailed, "Not uploaded: cannot reach the device at " + address + ".");
+    finish(kExitSomeFailed, answered ? "Not uploaded: " + sentence
+                                     : "Not uploaded: cannot reach the device at " + address + ".");
 }
 
 }  // namespace qvt::cli

@@ -368,6 +368,18 @@
         <source>Show the uploaded files</source>
         <translation>Hochgeladene Dateien zeigen</translation>
     </message>
+    <message id="REPLY_TOO_SLOW_txt">
+        <source>The device did not answer in time. Check that it is switched on and not busy, then try again.</source>
+        <translation>Das Gerät hat nicht rechtzeitig geantwortet. Prüfen Sie, ob es eingeschaltet und nicht ausgelastet ist, und versuchen Sie es erneut.</translation>
+    </message>
+    <message id="REPLY_TOO_LARGE_txt">
+        <source>The device's answer was too large to be read. It may not be the device you expect.</source>
+        <translation>Die Antwort des Geräts war zu groß, um gelesen zu werden. Möglicherweise ist es nicht das erwartete Gerät.</translation>
+    </message>
+    <message id="REPLY_NOT_UNDERSTOOD_txt">
+        <source>The device's answer could not be understood. It may not be the device you expect.</source>
+        <translation>Die Antwort des Geräts war nicht verständlich. Möglicherweise ist es nicht das erwartete Gerät.</translation>
+    </message>
     <message id="NOT_REGULAR_FILE_txt">
         <source>Not a regular file.</source>
         <translation>Keine gewöhnliche Datei.</translation>

@@ -368,6 +368,18 @@
         <source>Show the uploaded files</source>
         <translation>Show the uploaded files</translation>
     </message>
+    <message id="REPLY_TOO_SLOW_txt">
+        <source>The device did not answer in time. Check that it is switched on and not busy, then try again.</source>
+        <translation>The device did not answer in time. Check that it is switched on and not busy, then try again.</translation>
+    </message>
+    <message id="REPLY_TOO_LARGE_txt">
+        <source>The device's answer was too large to be read. It may not be the device you expect.</source>
+        <translation>The device's answer was too large to be read. It may not be the device you expect.</translation>
+    </message>
+    <message id="REPLY_NOT_UNDERSTOOD_txt">
+        <source>The device's answer could not be understood. It may not be the device you expect.</source>
+        <translation>The device's answer could not be understood. It may not be the device you expect.</translation>
+    </message>
     <message id="NOT_REGULAR_FILE_txt">
         <source>Not a regular file.</source>
         <translation>Not a regular file.</translation>

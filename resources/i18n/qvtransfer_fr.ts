@@ -368,6 +368,18 @@
         <source>Show the uploaded files</source>
         <translation>Afficher les fichiers envoyés</translation>
     </message>
+    <message id="REPLY_TOO_SLOW_txt">
+        <source>The device did not answer in time. Check that it is switched on and not busy, then try again.</source>
+        <translation>L’appareil n’a pas répondu à temps. Vérifiez qu’il est allumé et disponible, puis réessayez.</translation>
+    </message>
+    <message id="REPLY_TOO_LARGE_txt">
+        <source>The device's answer was too large to be read. It may not be the device you expect.</source>
+        <translation>La réponse de l’appareil était trop volumineuse pour être lue. Ce n’est peut-être pas l’appareil attendu.</translation>
+    </message>
+    <message id="REPLY_NOT_UNDERSTOOD_txt">
+        <source>The device's answer could not be understood. It may not be the device you expect.</source>
+        <translation>La réponse de l’appareil n’a pas pu être comprise. Ce n’est peut-être pas l’appareil attendu.</translation>
+    </message>
     <message id="NOT_REGULAR_FILE_txt">
         <source>Not a regular file.</source>
         <translation>Ce n’est pas un fichier ordinaire.</translation>

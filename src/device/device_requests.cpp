@@ -10,12 +10,14 @@ namespace qvt::device {
 
 namespace {
 
-// Sends `request`; the converted reply, and the reply's summary in `summary`.
+// Sends `request`; the converted reply, the reply's summary in `summary` and what went
+// wrong in `problem`.
 std::optional<Record> sendAndSum(HttpClient& client, const DeviceRequest& request,
-                                 std::string& summary) {
+                                 std::string& summary, ReplyProblem* problem = nullptr) {
     const HttpReply reply = client.get(request.url, request.timeoutSeconds);
     std::optional<Record> record = recordFromXmlReply(reply.body);
     summary = replySummary(reply, record.has_value());
+    if (problem) *problem = replyProblem(reply, record.has_value());
     return record;
 }
 
@@ -36,19 +38,48 @@ std::string replySummary(const HttpReply& reply, bool understood) {
     return text;
 }
 
-std::optional<Record> sendAndConvert(HttpClient& client, const DeviceRequest& request,
-                                     long* status) {
+ReplyProblem replyProblem(const HttpReply& reply, bool understood) {
+    using Failure = HttpReply::Failure;
+    if (reply.failure == Failure::TooSlow) return ReplyProblem::TooSlow;
+    if (reply.failure == Failure::TooLarge) return ReplyProblem::TooLarge;
+    if (reply.status == 0) return ReplyProblem::NoAnswer;
+    return understood ? ReplyProblem::None : ReplyProblem::NotUnderstood;
+}
+
+const char* replyProblemTextKey(ReplyProblem problem) {
+    switch (problem) {
+        case ReplyProblem::None:
+        case ReplyProblem::NoAnswer:
+            return "";
+        case ReplyProblem::TooSlow:
+            return "REPLY_TOO_SLOW_txt";
+        case ReplyProblem::TooLarge:
+            return "REPLY_TOO_LARGE_txt";
+        case ReplyProblem::NotUnderstood:
+            return "REPLY_NOT_UNDERSTOOD_txt";
+    }
+    return "";
+}
+
+std::optional<Record> sendAndConvert(HttpClient& client, const DeviceRequest& request, long* status,
+                                     ReplyProblem* problem) {
     HttpReply reply = client.get(request.url, request.timeoutSeconds);
     if (status) *status = reply.status;
-    return recordFromXmlReply(reply.body);
+    std::optional<Record> record = recordFromXmlReply(reply.body);
+    if (problem) *problem = replyProblem(reply, record.has_value());
+    return record;
 }
 
 UsersReply requestUsers(HttpClient& client, const std::string& ipAddress) {
     const DeviceRequest request = usersRequest(ipAddress);
     UsersReply result;
     result.logForm = request.logForm;
-    if (std::optional<Record> root = sendAndConvert(client, request, &result.status))
+    if (std::optional<Record> root =
+            sendAndConvert(client, request, &result.status, &result.problem))
         result.users = root->values();
+    // A well-formed reply without a single account tells nothing the wizard can use.
+    if (result.users.empty() && result.problem == ReplyProblem::None)
+        result.problem = ReplyProblem::NotUnderstood;
     return result;
 }
 
@@ -57,7 +88,7 @@ LoginReply requestLogin(HttpClient& client, const std::string& ipAddress,
     const DeviceRequest request = loginRequest(ipAddress, userName, password);
     LoginReply reply;
     reply.logForm = request.logForm;
-    reply.record = sendAndSum(client, request, reply.summary);
+    reply.record = sendAndSum(client, request, reply.summary, &reply.problem);
     if (reply.record) reply.summary += loginSucceeded(reply.record) ? ", accepted" : ", refused";
     return reply;
 }

@@ -14,10 +14,18 @@ class Log;
 
 namespace qvt::device {
 
+// What went wrong with a request, as the user is told: no answer at all, an answer too late,
+// too large to read, or not understood.
+enum class ReplyProblem { None, NoAnswer, TooSlow, TooLarge, NotUnderstood };
+ReplyProblem replyProblem(const HttpReply& reply, bool understood);
+// The string-table key of the sentence for an answer that came but could not be used ("" for
+// no problem and for no answer at all, which the lost-connection text tells).
+const char* replyProblemTextKey(ReplyProblem problem);
+
 // Sends `request` and converts the reply; nothing for an empty reply or one that gives no
-// XML document. The HTTP status is handed back through `status` when asked for.
+// XML document. The HTTP status and what went wrong are handed back when asked for.
 std::optional<Record> sendAndConvert(HttpClient& client, const DeviceRequest& request,
-                                     long* status = nullptr);
+                                     long* status = nullptr, ReplyProblem* problem = nullptr);
 
 struct UsersReply {
     // The values of the root record, one per user element, in the reply's order; empty when
@@ -25,6 +33,7 @@ struct UsersReply {
     List users;
     long status = 0;
     std::string logForm;  // the request as it may be logged
+    ReplyProblem problem = ReplyProblem::None;
 };
 UsersReply requestUsers(HttpClient& client, const std::string& ipAddress);
 
@@ -38,6 +47,7 @@ struct LoginReply {
     std::string logForm;           // the request with the password masked
     // The reply summed up (replySummary), with whether the login was accepted.
     std::string summary;
+    ReplyProblem problem = ReplyProblem::None;
 };
 LoginReply requestLogin(HttpClient& client, const std::string& ipAddress,
                         const std::string& userName, const std::string& password);

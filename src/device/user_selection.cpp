@@ -26,7 +26,10 @@ void QVTransferPrivate::selectNASUser() {
         const std::string address = self->deviceInfo().string("ipAddress");
         const auto reply = qvt::device::requestUsers(*self->services().http, address);
         if (reply.users.empty()) {
-            self->dispatcher().mainSync([&] { self->runLostConnectionDialog(1); });
+            self->dispatcher().mainSync([&] {
+                self->tellDeviceProblem(reply.problem);
+                self->runLostConnectionDialog(1);
+            });
         } else {
             self->dispatcher().mainSync(
                 [&] { self->processUsersReply(reply.status, reply.users); });
@@ -113,6 +116,7 @@ void QVTransferPrivate::verifyUserLoginAndSelectSourceFiles() {
                                   password));
 
     if (!reply.record) {
+        tellDeviceProblem(reply.problem);
         runLostConnectionDialog(2);
         return;
     }
@@ -128,6 +132,15 @@ void QVTransferPrivate::verifyUserLoginAndSelectSourceFiles() {
     incorrectPassword = true;
     view()->showUsers(usersScreen());
     view()->focus("passwordField", true);
+}
+
+void QVTransferPrivate::tellDeviceProblem(qvt::device::ReplyProblem problem) {
+    // "Cannot reach" only when nothing answered; an answer too late, too large or not
+    // understood is told as what it was.
+    const char* key = qvt::device::replyProblemTextKey(problem);
+    const std::string sentence = *key ? localizedString(key) : localeLOST_CONNECTION_MSG_txt;
+    deviceProblemSentence.set(sentence);
+    view()->setText("lostConnectionMessage", sentence);
 }
 
 void QVTransferPrivate::runLostConnectionDialog(int retryTag) {

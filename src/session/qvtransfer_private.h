@@ -24,6 +24,10 @@
 #include "session/view_models.h"
 #include "session/wizard_types.h"
 
+namespace qvt::device {
+enum class ReplyProblem;
+}
+
 namespace qvt {
 class QVTransferView;
 class QVTransferMountDestination;
@@ -111,6 +115,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // Asks the user what to do when the device cannot be reached from the login screens;
     // `retryTag` is what Retry starts again: 1 the users request, 2 the login, 3 the shares.
     void runLostConnectionDialog(int retryTag);
+    // Puts what went wrong with the device's last answer into the lost-connection dialog.
+    void tellDeviceProblem(qvt::device::ReplyProblem problem);
     // The lost-connection sheet's retry button: 1 users request, 2 login, 3 shares.
     void retryDeviceConnection(int tag);
     // The lost device has been found again (by the watcher, or by the host's discovery): mounts
@@ -366,6 +372,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     qvt::Guarded<std::string> progressStatusMsg1;
     qvt::Guarded<std::string> progressStatusMsg2;
     qvt::Guarded<std::string> uploadErrorString;
+    // The sentence of the last lost-connection dialog: what went wrong with the device.
+    qvt::Guarded<std::string> deviceProblemSentence;
     // Where the uploaded files can be seen, set at the end of an upload: the destination's
     // smb:// URL on a share, its file:// URL on a local volume.
     qvt::Guarded<std::string> uploadedFilesUrl;

@@ -267,6 +267,24 @@ TEST_F(DeviceRest, TheReplySummaryTellsWhatHappenedWithoutTheContent) {
     EXPECT_EQ(replySummary(reply, false), "no answer in time");
 }
 
+TEST_F(DeviceRest, WhatWentWrongIsToldApartFromNoAnswer) {
+    HttpReply reply;
+    EXPECT_EQ(replyProblem(reply, false), ReplyProblem::NoAnswer);
+    reply.status = 200;
+    reply.body = "<x/>";
+    EXPECT_EQ(replyProblem(reply, true), ReplyProblem::None);
+    EXPECT_EQ(replyProblem(reply, false), ReplyProblem::NotUnderstood);
+    reply.failure = HttpReply::Failure::TooLarge;
+    EXPECT_EQ(replyProblem(reply, false), ReplyProblem::TooLarge);
+    reply.status = 0;
+    reply.failure = HttpReply::Failure::TooSlow;
+    EXPECT_EQ(replyProblem(reply, false), ReplyProblem::TooSlow);
+    EXPECT_STREQ(replyProblemTextKey(ReplyProblem::TooSlow), "REPLY_TOO_SLOW_txt");
+    EXPECT_STREQ(replyProblemTextKey(ReplyProblem::TooLarge), "REPLY_TOO_LARGE_txt");
+    EXPECT_STREQ(replyProblemTextKey(ReplyProblem::NotUnderstood), "REPLY_NOT_UNDERSTOOD_txt");
+    EXPECT_STREQ(replyProblemTextKey(ReplyProblem::NoAnswer), "");
+}
+
 TEST_F(DeviceRest, NonAsciiPasswordArrivesAsUtf8Escapes) {
     devicesim::DeviceConfig config = test::threeUserDevice();
     config.users.push_back({"j\xC3\xBCrgen", "p\xC3\xA4ss"});

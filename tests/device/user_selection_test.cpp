@@ -224,6 +224,31 @@ TEST(UserSelection, EmptyUsersReplyShowsTheSheetWithTag1AndRetryFetchesAgain) {
     EXPECT_NE(s.h.view->texts["uploadWindowHeading"].find("User Box"), std::string::npos);
 }
 
+// The sentence of the lost-connection dialog once it has been run.
+std::string lostConnectionSentence(Session& s) {
+    EXPECT_TRUE(waitFor([&] { return s.h.view->called("runModal lostConnectionDialog"); }, 20));
+    std::lock_guard lock(s.h.view->mutex);
+    return s.h.view->texts["lostConnectionMessage"];
+}
+
+TEST(UserSelection, AnAnswerThatSaysNothingIsToldAsNotUnderstoodNotAsNoConnection) {
+    Session s(deviceWith({{"admin", "pw"}, {"bob", ""}}));
+    s.sim.setEmptyBody(true);
+    s.wizard->startFileTransfer();
+    const std::string said = lostConnectionSentence(s);
+    EXPECT_EQ(said,
+              "The device's answer could not be understood. It may not be the device you expect.");
+    EXPECT_EQ(s.wizard->deviceProblemSentence.get(), said);
+}
+
+TEST(UserSelection, NoAnswerAtAllIsToldAsNoConnection) {
+    Session s(deviceWith({{"admin", "pw"}, {"bob", ""}}));
+    s.sim.stop();
+    s.wizard->startFileTransfer();
+    EXPECT_EQ(lostConnectionSentence(s), s.wizard->localeLOST_CONNECTION_MSG_txt);
+    EXPECT_NE(s.wizard->localeLOST_CONNECTION_MSG_txt.find("User Box"), std::string::npos);
+}
+
 // The real HTTP client with every time-out cut to a thirtieth: the request still times out in
 // libcurl against a real silent server, without the test waiting the full half-minute. The
 // time-outs asked for are recorded.
