@@ -121,19 +121,29 @@ TEST_F(CliTest, AFileThatCannotBeReadFailsAndTheRestArrives) {
     EXPECT_EQ(test::readFile(volume.path() + "/Inbox/notes.txt"), "Meeting notes\n");
 }
 
-TEST_F(CliTest, TheFailedItemsAreTriedAgainWithRAndTheExitStatusFollowsTheRetry) {
+class CliRetry : public CliTest {
+  protected:
+    // Uploads the sources' Holiday folder, holding a link `name` to the missing `target`, to
+    // Drive/Inbox of `volume`, and waits for the retry question at the end.
+    void uploadWithDanglingLink(ChildProcess& child, const TmpfsVolume& volume,
+                                const std::string& name, const std::string& target) {
+        fs::create_directories(volume.path() + "/Inbox");
+        makeSources(work / "src");
+        fs::create_symlink(work / target, work / "src/Holiday" + "/" + name);
+        ASSERT_TRUE(start(child, {"--das", volume.path(), "--name", "Test Drive", "--destination",
+                                  "Drive/Inbox", work / "src/Holiday"}));
+        ASSERT_TRUE(child.waitForOutput("Press r to try the failed items again", kDeadline))
+            << child.output() << child.errors();
+    }
+};
+
+TEST_F(CliRetry, TheFailedItemsAreTriedAgainWithRAndTheExitStatusFollowsTheRetry) {
     TmpfsVolume volume(work / "Drive", 32 << 20);
     ASSERT_TRUE(volume.ok());
-    fs::create_directories(volume.path() + "/Inbox");
-    makeSources(work / "src");
     // A link to a file that is not there yet: a failed item, until the file is made.
-    fs::create_symlink(work / "later-target.txt", work / "src/Holiday/later.txt");
-
     ChildProcess child;
-    ASSERT_TRUE(start(child, {"--das", volume.path(), "--name", "Test Drive", "--destination",
-                              "Drive/Inbox", work / "src/Holiday"}));
-    ASSERT_TRUE(child.waitForOutput("Press r to try the failed items again", kDeadline))
-        << child.output() << child.errors();
+    uploadWithDanglingLink(child, volume, "later.txt", "later-target.txt");
+    if (HasFatalFailure()) return;
     EXPECT_NE(child.output().find("Failed (1):"), std::string::npos) << child.output();
     EXPECT_FALSE(fs::exists(volume.path() + "/Inbox/Holiday/later.txt"));
 
@@ -150,18 +160,12 @@ TEST_F(CliTest, TheFailedItemsAreTriedAgainWithRAndTheExitStatusFollowsTheRetry)
     EXPECT_TRUE(sameTree(work / "src/Holiday", volume.path() + "/Inbox/Holiday"));
 }
 
-TEST_F(CliTest, AnyOtherKeyAtTheRetryQuestionEndsWithTheFailures) {
+TEST_F(CliRetry, AnyOtherKeyAtTheRetryQuestionEndsWithTheFailures) {
     TmpfsVolume volume(work / "Drive", 32 << 20);
     ASSERT_TRUE(volume.ok());
-    fs::create_directories(volume.path() + "/Inbox");
-    makeSources(work / "src");
-    fs::create_symlink(work / "never-there.txt", work / "src/Holiday/dangling.txt");
-
     ChildProcess child;
-    ASSERT_TRUE(start(child, {"--das", volume.path(), "--name", "Test Drive", "--destination",
-                              "Drive/Inbox", work / "src/Holiday"}));
-    ASSERT_TRUE(child.waitForOutput("Press r to try the failed items again", kDeadline))
-        << child.output() << child.errors();
+    uploadWithDanglingLink(child, volume, "dangling.txt", "never-there.txt");
+    if (HasFatalFailure()) return;
     child.write("q");
     EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
     EXPECT_EQ(child.output().find("Trying"), std::string::npos) << child.output();

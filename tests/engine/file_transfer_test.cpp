@@ -110,13 +110,21 @@ TEST(TransferFile, AClashingFileGetsTheNextCopyName) {
     EXPECT_EQ(test::readFile(s.at("README copy")), "r");
 }
 
-TEST(TransferFile, ClashesInOneFolderCostOneListingOfIt) {
+// An upload under way whose file layer counts the listings of each folder.
+struct CountedUpload {
+    CountedUpload() : scoped(s, &layer) {
+        s.c->job().numberOfFilesCountForTransfer = 100;
+        s.c->job().begin();
+    }
     Session s;
-    ASSERT_TRUE(s.c);
     FaultyFiles layer;
-    ScopedFiles scoped(s, &layer);
-    s.c->job().numberOfFilesCountForTransfer = 100;
-    s.c->job().begin();
+    ScopedFiles scoped;
+};
+
+TEST(TransferFile, ClashesInOneFolderCostOneListingOfIt) {
+    CountedUpload u;
+    Session& s = u.s;
+    FaultyFiles& layer = u.layer;
     for (int i = 0; i < 20; ++i) {
         const std::string name = "f" + std::to_string(i) + ".txt";
         test::writeFile(s.from(name), "new");
@@ -146,12 +154,9 @@ TEST(TransferFile, ClashesInOneFolderCostOneListingOfIt) {
 }
 
 TEST(TransferFile, ANameTakenByAnotherWriterAfterTheListingIsNeverReplaced) {
-    Session s;
-    ASSERT_TRUE(s.c);
-    FaultyFiles layer;
-    ScopedFiles scoped(s, &layer);
-    s.c->job().numberOfFilesCountForTransfer = 100;
-    s.c->job().begin();
+    CountedUpload u;
+    Session& s = u.s;
+    FaultyFiles& layer = u.layer;
     for (const char* n : {"a.txt", "b.txt"}) {
         test::writeFile(s.from(n), "new");
         test::writeFile(s.at(n), "old");
