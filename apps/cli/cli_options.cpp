@@ -63,7 +63,7 @@ const char* usageText() {
            "  --move                remove the sources once uploaded\n"
            "  --resume              continue the upload recorded in the state file\n"
            "  -h, --help            this text\n"
-           "  --version             the library's version\n"
+           "  --version             the versions of the uploader, Qt and libsmbclient\n"
            "\n"
            "While uploading: p pauses, r resumes, s stops (after a confirmation). When items\n"
            "failed, r at the end tries them again. Keys come from the terminal, or from stdin\n"
@@ -73,7 +73,15 @@ const char* usageText() {
            "\n"
            "Exit status: 0 every file arrived; 1 some files failed, or the upload could not be\n"
            "done; 2 bad arguments; 130 stopped; 143 (SIGTERM) or 129 (SIGHUP) paused and\n"
-           "recorded for --resume.\n";
+           "recorded for --resume.\n"
+           "\n"
+           "Examples:\n"
+           "  An attached disk whose volume is mounted at /media/anna/Backup:\n"
+           "    qvtransfer-cli --das /media/anna/Backup --destination Backup/Photos "
+           "~/Pictures/Trip\n"
+           "  A network device, the password read from a file:\n"
+           "    qvtransfer-cli --nas 192.168.1.20 --serial QV1234 --user anna --password-stdin \\\n"
+           "        --destination Family/2026 ~/Pictures/2026 <password.txt\n";
 }
 
 ParseResult parseArguments(const std::vector<std::string>& arguments) {

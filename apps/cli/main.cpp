@@ -3,7 +3,10 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <libsmbclient.h>
+
 #include <QCoreApplication>
+#include <QtGlobal>
 #include <cstdio>
 #include <memory>
 
@@ -41,8 +44,10 @@ int main(int argc, char** argv) {
         return kExitAllArrived;
     }
     if (options.version) {
-        std::printf("%s (%g)\n", reinterpret_cast<const char*>(QVTransferFrameworkVersionString),
-                    QVTransferFrameworkVersionNumber);
+        // The library, and the Qt and libsmbclient it runs with (a packager's first question).
+        std::printf("qvtransfer-cli, %s (%g), Qt %s, libsmbclient %s\n",
+                    reinterpret_cast<const char*>(QVTransferFrameworkVersionString),
+                    QVTransferFrameworkVersionNumber, qVersion(), smbc_version());
         return kExitAllArrived;
     }
     const bool interactive = isatty(STDIN_FILENO) == 1;

@@ -5,7 +5,10 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
+#include <QtGlobal>
+
 #include "../mount/mount_test_support.h"
+
 #include "cli_fixture.h"
 #include "platform/plist_io.h"
 #include "support/lease_hold.h"
@@ -51,6 +54,19 @@ TEST_F(CliTest, HelpDescribesTheExitCodes) {
     EXPECT_EQ(child.waitForExit(kDeadline), 0);
     EXPECT_NE(child.output().find("130 stopped"), std::string::npos) << child.output();
     EXPECT_NE(child.output().find("--password-stdin"), std::string::npos);
+    // An example for each kind of device.
+    EXPECT_NE(child.output().find("qvtransfer-cli --das /media/"), std::string::npos);
+    EXPECT_NE(child.output().find("qvtransfer-cli --nas "), std::string::npos);
+}
+
+TEST_F(CliTest, VersionNamesTheLibraryQtAndLibsmbclient) {
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--version"}));
+    EXPECT_EQ(child.waitForExit(kDeadline), 0);
+    const std::string out = child.output();
+    EXPECT_EQ(out.rfind("qvtransfer-cli, QVTransfer ", 0), 0u) << out;
+    EXPECT_NE(out.find(std::string("Qt ") + qVersion()), std::string::npos) << out;
+    EXPECT_NE(out.find("libsmbclient 4."), std::string::npos) << out;
 }
 
 TEST_F(CliTest, UploadsToAnExt4VolumeTheWizardMounts) {
