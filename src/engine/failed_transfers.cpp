@@ -2,7 +2,6 @@
 // retry every failed item, or dismiss them and end the session.
 #include <string>
 
-#include "engine/failed_rows.h"
 #include "engine/path_names.h"
 #include "platform/dispatch.h"
 #include "platform/format.h"
@@ -20,9 +19,9 @@ constexpr double kDetailedRowHeight = 50;
 constexpr int kDismissTag = 1;
 constexpr int kRetryTag = 2;
 
-}  // namespace
-
-qvt::List qvt::engine::failedListRows(const qvt::List& failures, bool detailed) {
+// The list's rows from the failures, one per failure in order: the file's name, and in the
+// detailed form the reason on a second line.
+qvt::List failedRows(const qvt::List& failures, bool detailed) {
     qvt::List rows;
     for (const qvt::Value& value : failures) {
         const qvt::Record* failure = value.asRecord();
@@ -34,15 +33,20 @@ qvt::List qvt::engine::failedListRows(const qvt::List& failures, bool detailed) 
     return rows;
 }
 
+}  // namespace
+
 void QVTransferPrivate::viewTransferErrors() {
-    const qvt::List failures = failedTransferArray.get();
-    const auto count = static_cast<unsigned long long>(failures.size());
+    const auto count = static_cast<unsigned long long>(failedTransferArray.get().size());
     uploadErrorString.set(fmt::format(localeUPLOAD_ERRORS_title, fmt::format("%lu", count)));
     // The rows as the failures stand now, in the form the switch last chose.
     failedFilesListTreeControllerArray.set(
-        qvt::engine::failedListRows(failures, failedListDetailed.load()));
+        failedRows(failedTransferArray.get(), failedListDetailed.load()));
     view()->showFailedList(failedList());
     view()->showErrorWindow();
+}
+
+void QVTransferPrivate::showErrors() {
+    viewTransferErrors();
 }
 
 void QVTransferPrivate::showHideTransferErrors() {
@@ -52,8 +56,7 @@ void QVTransferPrivate::showHideTransferErrors() {
     view()->setText("showHideDetailsButton",
                     detailed ? localeHIDE_DETAILS_btn : localeSHOW_DETAILS_btn);
     failedListRowHeight = detailed ? kDetailedRowHeight : kShortRowHeight;
-    failedFilesListTreeControllerArray.set(
-        qvt::engine::failedListRows(failedTransferArray.get(), detailed));
+    failedFilesListTreeControllerArray.set(failedRows(failedTransferArray.get(), detailed));
     view()->showFailedList(failedList());
 }
 
