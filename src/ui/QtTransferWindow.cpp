@@ -73,12 +73,53 @@ bool QtTransferWindow::onGuiThread() const {
     return QThread::currentThread() == thread();
 }
 
-void QtTransferWindow::onGui(std::function<void()> task) {
+void QtTransferWindow::onGui(std::function<void()> task) const {
     if (onGuiThread()) {
         task();
         return;
     }
-    QMetaObject::invokeMethod(this, std::move(task), Qt::QueuedConnection);
+    {
+        std::lock_guard lock(guiTasksMutex_);
+        guiTasks_.push_back(std::move(task));
+    }
+    QMetaObject::invokeMethod(const_cast<QtTransferWindow*>(this), "runQueuedGuiTasks",
+                              Qt::QueuedConnection);
+}
+
+void QtTransferWindow::onGuiAndWait(std::function<void()> task) const {
+    if (onGuiThread()) {
+        task();
+        return;
+    }
+    // The wait uses the standard library's own primitives so the hand-back is visible to the
+    // thread checker too.
+    struct Handover {
+        std::mutex mutex;
+        std::condition_variable done;
+        bool finished = false;
+    };
+    auto handover = std::make_shared<Handover>();
+    onGui([task = std::move(task), handover] {
+        task();
+        std::lock_guard lock(handover->mutex);
+        handover->finished = true;
+        handover->done.notify_all();
+    });
+    std::unique_lock lock(handover->mutex);
+    handover->done.wait(lock, [&] { return handover->finished; });
+}
+
+void QtTransferWindow::runQueuedGuiTasks() {
+    for (;;) {
+        std::function<void()> task;
+        {
+            std::lock_guard lock(guiTasksMutex_);
+            if (guiTasks_.empty()) return;
+            task = std::move(guiTasks_.front());
+            guiTasks_.pop_front();
+        }
+        task();
+    }
 }
 
 QWidget* QtTransferWindow::window() const {
@@ -159,28 +200,9 @@ void QtTransferWindow::showScreen(const Screen* screen) {
 
 int QtTransferWindow::runModal(Dialog which) {
     if (!onGuiThread()) {
-        // Handed to the window's thread and waited for. The wait uses the standard library's
-        // own primitives so the hand-over is visible to the thread checker.
-        struct Handover {
-            std::mutex mutex;
-            std::condition_variable done;
-            bool finished = false;
-            int code = 0;
-        };
-        auto handover = std::make_shared<Handover>();
-        QMetaObject::invokeMethod(
-            this,
-            [this, which, handover] {
-                const int code = runModal(which);
-                std::lock_guard lock(handover->mutex);
-                handover->code = code;
-                handover->finished = true;
-                handover->done.notify_all();
-            },
-            Qt::QueuedConnection);
-        std::unique_lock lock(handover->mutex);
-        handover->done.wait(lock, [&] { return handover->finished; });
-        return handover->code;
+        int code = 0;
+        onGuiAndWait([this, which, &code] { code = runModal(which); });
+        return code;
     }
     QDialog* box = dialog(which);
     if (!box) return 0;
@@ -330,11 +352,7 @@ std::string QtTransferWindow::text(const std::string& name) const {
             t = field->text();
         answer = t.toStdString();
     };
-    if (onGuiThread())
-        read();
-    else
-        QMetaObject::invokeMethod(const_cast<QtTransferWindow*>(this), read,
-                                  Qt::BlockingQueuedConnection);
+    onGuiAndWait(read);
     return answer;
 }
 

@@ -5,7 +5,10 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <deque>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -122,6 +125,8 @@ class QtTransferWindow : public QObject, public QVTransferView {
     // The quit confirmation's buttons.
     void quitYesClicked();
     void quitNoClicked();
+    // Runs the tasks other threads queued for the GUI thread, in the order they came.
+    void runQueuedGuiTasks();
 
   private:
     QtTransferWindow(QVTransferActions& actions, QVTransferWindowWidget* root);
@@ -171,8 +176,15 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void centreOnScreen();
     bool onGuiThread() const;
     // Runs `task` now on the GUI thread, or queues it there from another thread.
-    void onGui(std::function<void()> task);
+    void onGui(std::function<void()> task) const;
+    // Runs `task` on the GUI thread and returns when it has run.
+    void onGuiAndWait(std::function<void()> task) const;
     bool senderTag(int& tag) const;
+    // Tasks from other threads wait here under a standard-library lock, so the hand-over to
+    // the GUI thread is visible to the thread checker; Qt's queued call only carries the
+    // wake-up, by slot name, and holds none of our data.
+    mutable std::mutex guiTasksMutex_;
+    mutable std::deque<std::function<void()>> guiTasks_;
 
     QVTransferActions& actions_;
     std::unique_ptr<QVTransferWindowWidget> root_;
