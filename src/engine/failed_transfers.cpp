@@ -2,6 +2,7 @@
 // retry every failed item, or dismiss them and end the session.
 #include <string>
 
+#include "engine/failed_rows.h"
 #include "engine/path_names.h"
 #include "platform/dispatch.h"
 #include "platform/format.h"
@@ -19,9 +20,9 @@ constexpr double kDetailedRowHeight = 50;
 constexpr int kDismissTag = 1;
 constexpr int kRetryTag = 2;
 
-// The list's rows from the failures, one per failure in order: the file's name, and in the
-// detailed form the reason on a second line.
-qvt::List failedRows(const qvt::List& failures, bool detailed) {
+}  // namespace
+
+qvt::List qvt::engine::failedListRows(const qvt::List& failures, bool detailed) {
     qvt::List rows;
     for (const qvt::Value& value : failures) {
         const qvt::Record* failure = value.asRecord();
@@ -33,20 +34,15 @@ qvt::List failedRows(const qvt::List& failures, bool detailed) {
     return rows;
 }
 
-}  // namespace
-
 void QVTransferPrivate::viewTransferErrors() {
-    const auto count = static_cast<unsigned long long>(failedTransferArray.get().size());
+    const qvt::List failures = failedTransferArray.get();
+    const auto count = static_cast<unsigned long long>(failures.size());
     uploadErrorString.set(fmt::format(localeUPLOAD_ERRORS_title, fmt::format("%lu", count)));
     // The rows as the failures stand now, in the form the switch last chose.
     failedFilesListTreeControllerArray.set(
-        failedRows(failedTransferArray.get(), failedListDetailed.load()));
+        qvt::engine::failedListRows(failures, failedListDetailed.load()));
     view()->showFailedList(failedList());
     view()->showErrorWindow();
-}
-
-void QVTransferPrivate::showErrors() {
-    viewTransferErrors();
 }
 
 void QVTransferPrivate::showHideTransferErrors() {
@@ -56,7 +52,8 @@ void QVTransferPrivate::showHideTransferErrors() {
     view()->setText("showHideDetailsButton",
                     detailed ? localeHIDE_DETAILS_btn : localeSHOW_DETAILS_btn);
     failedListRowHeight = detailed ? kDetailedRowHeight : kShortRowHeight;
-    failedFilesListTreeControllerArray.set(failedRows(failedTransferArray.get(), detailed));
+    failedFilesListTreeControllerArray.set(
+        qvt::engine::failedListRows(failedTransferArray.get(), detailed));
     view()->showFailedList(failedList());
 }
 

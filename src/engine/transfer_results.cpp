@@ -5,6 +5,7 @@
 #include <string>
 
 #include "device/mount_destination.h"
+#include "engine/failed_rows.h"
 #include "engine/path_names.h"
 #include "platform/clock.h"
 #include "platform/desktop_open.h"
@@ -21,8 +22,6 @@ using qvt::platform::QueuePriority;
 
 namespace {
 
-constexpr const char* kFailedRowImage = "warningImage.png";
-
 std::string logTime(const QVTransferPrivate& c) {
     return qvt::Value(c.clock().now()).toString();
 }
@@ -34,18 +33,6 @@ std::string describeError(const qvt::TransferError& error) {
 
 std::string unsignedText(std::uint64_t n) {
     return fmt::format("%lu", static_cast<unsigned long long>(n));
-}
-
-// One row of the failed-files list per failure, in the order they happened.
-qvt::List failedListRows(const qvt::List& failures) {
-    qvt::List rows;
-    for (const qvt::Value& value : failures) {
-        const qvt::Record* failure = value.asRecord();
-        const std::string source = failure ? failure->string("sourceFilePath") : std::string();
-        rows.push_back(qvt::Record{{"fileName", qvt::engine::lastPathComponent(source)},
-                                   {"fileImage", kFailedRowImage}});
-    }
-    return rows;
 }
 
 }  // namespace
@@ -148,7 +135,8 @@ void QVTransferPrivate::finishFileTransfer() {
             s.viewNowTitle = localeVIEW_NOW_btn;
         });
 
-        failedFilesListTreeControllerArray.set(failedListRows(failures));
+        failedFilesListTreeControllerArray.set(
+            qvt::engine::failedListRows(failures, failedListDetailed.load()));
         view()->showFailedList(failedList());
     } else {
         progressStatus.set(localeALL_FILES_SUCCESSFULLY_UPLOADED_txt);

@@ -292,8 +292,6 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
 
     // ---- Failed transfers and the uploaded files ----
     void viewTransferErrors() override;
-    // The host's way to the failed-files window.
-    void showErrors();
     void showHideTransferErrors() override;
     void retryOrDismissTransfer(int senderTag) override;
     // Copies each failed item again to the name its failed attempt had (its own thread).
