@@ -332,6 +332,10 @@
         <source>The link points to nothing.</source>
         <translation>Der Verweis zeigt ins Leere.</translation>
     </message>
+    <message id="LINK_LOOP_txt">
+        <source>The link leads back into a folder that holds it, so following it would never end.</source>
+        <translation>Der Verweis führt zurück in einen Ordner, der ihn enthält; ihm zu folgen, endete nie.</translation>
+    </message>
     <message id="NAME_NOT_UTF8_txt">
         <source>The name is not valid UTF-8, so the device cannot store it; rename the file.</source>
         <translation>Der Name ist kein gültiges UTF-8, daher kann das Gerät ihn nicht speichern; benennen Sie die Datei um.</translation>

@@ -332,6 +332,10 @@
         <source>The link points to nothing.</source>
         <translation>The link points to nothing.</translation>
     </message>
+    <message id="LINK_LOOP_txt">
+        <source>The link leads back into a folder that holds it, so following it would never end.</source>
+        <translation>The link leads back into a folder that holds it, so following it would never end.</translation>
+    </message>
     <message id="NAME_NOT_UTF8_txt">
         <source>The name is not valid UTF-8, so the device cannot store it; rename the file.</source>
         <translation>The name is not valid UTF-8, so the device cannot store it; rename the file.</translation>

@@ -332,6 +332,10 @@
         <source>The link points to nothing.</source>
         <translation>Le lien ne mène nulle part.</translation>
     </message>
+    <message id="LINK_LOOP_txt">
+        <source>The link leads back into a folder that holds it, so following it would never end.</source>
+        <translation>Le lien ramène dans un dossier qui le contient : le suivre ne finirait jamais.</translation>
+    </message>
     <message id="NAME_NOT_UTF8_txt">
         <source>The name is not valid UTF-8, so the device cannot store it; rename the file.</source>
         <translation>Le nom n’est pas en UTF-8 valide, l’appareil ne peut donc pas l’enregistrer ; renommez le fichier.</translation>

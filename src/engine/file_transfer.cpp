@@ -6,6 +6,7 @@
 #include <string>
 
 #include "engine/duplicate_name.h"
+#include "engine/link_loops.h"
 #include "engine/partial_copy.h"
 #include "engine/path_names.h"
 #include "platform/files.h"
@@ -220,6 +221,18 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     return Step::Done;
 }
 
+// A link to nothing, or back into a folder above it, is a failed item that the count of the
+// source counted as a file: it is counted as handled, so the counter reaches the count only
+// once every item of the source has been met.
+void failUncopiableLink(QVTransferPrivate& c, const std::string& source,
+                        const std::string& destination, const qvt::TransferError& error) {
+    // After a restart, one reported before it is in the saved failed list already.
+    if (c.job().resumedAfterRestart && c.inProcessSourceFilesArray.contains(destination)) return;
+    c.recordFailure(source, destination, error);
+    c.inProcessSourceFilesArray.append(destination);
+    c.processFileTransferStatus(source, "", std::nullopt);
+}
+
 Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::string& destination,
                     const std::string& destDir, bool excludeFile) {
     // An existing folder of that name is merged into; a folder never gets a new name.
@@ -239,22 +252,11 @@ Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::
         }
         noteTaken(c, destination);
     }
-    // Depth first, file by file: each file is reported on its own.
-    for (const std::string& name : fs::files().listFolder(source)) {
-        const std::string entry = appendingPathComponent(source, name);
-        // A link to a folder inside a source is not followed, as the count of the source did
-        // not follow it: its files are not in the upload's file count, and copying them would
-        // end the upload early, with files after it never copied. (A loop of links is never
-        // entered either.) A link to a file is copied as the file.
-        bool linkToFolder = false;
-        if (fs::files().isAlias(entry) && fs::files().exists(entry, &linkToFolder) &&
-            linkToFolder) {
-            c.log().write(
-                fs::format("QVTransfer: transferFile: link to a folder not followed: %@\n", entry));
-            continue;
-        }
-        c.transferFile(entry, appendingPathComponent(destination, name), destDir, excludeFile);
-    }
+    // Depth first, file by file: each file is reported on its own. A link inside the folder is
+    // copied as what it leads to, a folder included, as the count of the source counted it.
+    for (const std::string& name : fs::files().listFolder(source))
+        c.transferFile(appendingPathComponent(source, name),
+                       appendingPathComponent(destination, name), destDir, excludeFile);
     return Step::Done;
 }
 
@@ -274,16 +276,29 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
 
         bool isFolder = false;
         if (!fs::files().exists(sourcePath, &isFolder)) {
-            // Removed or renamed since it was chosen, or a link to nothing: the user hears
-            // which, rather than an upload that says everything arrived.
-            // It is not counted as a handled file: the totals held it as nothing (or it was
-            // counted and is gone), and the counter reaching the count ends the upload.
-            const bool danglingLink = fs::files().isAlias(sourcePath);
-            recordFailure(
-                sourcePath, destination,
-                qvt::TransferError{ENOENT, localizedString(danglingLink ? "LINK_DANGLING_txt"
-                                                                        : "SOURCE_GONE_txt")});
+            if (fs::files().isAlias(sourcePath)) {
+                failUncopiableLink(
+                    *this, sourcePath, destination,
+                    qvt::TransferError{ENOENT, localizedString("LINK_DANGLING_txt")});
+                break;
+            }
+            // Removed or renamed since it was chosen: the user hears it, rather than an upload
+            // that says everything arrived. It is not counted as a handled file: the totals
+            // held it as nothing (or it was counted and is gone), and the counter reaching the
+            // count ends the upload.
+            recordFailure(sourcePath, destination,
+                          qvt::TransferError{ENOENT, localizedString("SOURCE_GONE_txt")});
             ++job().uncountedFailures;
+            break;
+        }
+
+        if (isFolder && fs::files().isAlias(sourcePath) &&
+            qvt::engine::leadsBackIntoItself(sourcePath)) {
+            // Following it would copy the folders above it again and again.
+            log().write(
+                fs::format("QVTransfer: transferFile: link loop not followed: %@\n", sourcePath));
+            failUncopiableLink(*this, sourcePath, destination,
+                               qvt::TransferError{ELOOP, localizedString("LINK_LOOP_txt")});
             break;
         }
 

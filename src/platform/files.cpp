@@ -225,6 +225,13 @@ std::optional<std::uint64_t> FileLayer::totalSize(const std::string& path) {
     return static_cast<std::uint64_t>(st.st_size);
 }
 
+std::optional<ItemIdentity> FileLayer::identity(const std::string& path) {
+    struct stat st {};
+    if (path.empty() || statPath(path, &st) != 0) return std::nullopt;
+    return ItemIdentity{static_cast<std::uint64_t>(st.st_dev),
+                        static_cast<std::uint64_t>(st.st_ino)};
+}
+
 bool FileLayer::isAlias(const std::string& path) {
     if (path.empty() || shareMounts().resolve(path)) return false;
     struct stat st {};

@@ -73,6 +73,12 @@ struct NetMountResult {
 // The no-browse mount flag: the volume stays off the desktop and out of the side bar.
 constexpr std::int64_t kMountFlagNoBrowse = 0x100000;
 
+struct ItemIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    bool operator==(const ItemIdentity&) const = default;
+};
+
 class FileLayer {
   public:
     virtual ~FileLayer() = default;
@@ -105,6 +111,9 @@ class FileLayer {
     virtual std::optional<std::uint64_t> totalSize(const std::string& path);
     // Whether the item itself is a symbolic link (Linux's aliases); false when unknown.
     virtual bool isAlias(const std::string& path);
+    // Which item the path leads to (following links): its device and inode, equal for two
+    // paths exactly when they reach the same item; nothing when it cannot be read.
+    virtual std::optional<ItemIdentity> identity(const std::string& path);
     virtual VolumeFacts volumeFacts(const std::string& path);
     // Writes out what the kernel still holds in memory for the local volume of `path`, so a disk
     // unplugged after the upload has every byte. A share has nothing to flush: its writes are

@@ -2,8 +2,10 @@
 //
 // The walk streams: it holds one open directory stream per level of the folder it is in, never a
 // list of the tree, so memory stays flat however many items a folder holds. Hidden items are
-// included; symbolic links inside the tree are counted but never followed; a folder that cannot
-// be opened is counted as a folder and its contents are skipped without a word.
+// included; a symbolic link is counted as what it leads to, as the copy copies it (a link to a
+// folder is gone into); a link to nothing or back into a folder above it is one file of no
+// size, the item the copy reports as failed; a folder that cannot be opened is counted as a
+// folder and its contents are skipped without a word.
 #pragma once
 
 #include <cstddef>
@@ -35,7 +37,8 @@ ItemKind itemKind(const std::string& path);
 bool itemSize(const std::string& path, std::uint64_t& size);
 
 // Counts `path`: a missing path is 0/0/0; a file (or a link to one) is one file of its size; a
-// folder (or a link to one) counts itself and everything below it.
+// folder (or a link to one) counts itself and everything below it; a link to nothing, or to a
+// folder above it, is one file of no size.
 TreeCount countItem(const std::string& path, const WalkOptions& options = {});
 
 }  // namespace qvt::source

@@ -137,6 +137,45 @@ TEST_F(CliTest, AFileThatCannotBeReadFailsAndTheRestArrives) {
     EXPECT_EQ(test::readFile(volume.path() + "/Inbox/notes.txt"), "Meeting notes\n");
 }
 
+// Links inside a source: the file or folder each leads to arrives in its place, a link back
+// into the folder that holds it is one failed item with its reason, and the counts at the start
+// and in the last line agree with what arrived.
+TEST_F(CliTest, LinksAreCopiedAsWhatTheyLeadToAndALoopIsOneFailedItem) {
+    TmpfsVolume volume(work / "Drive", 32 << 20);
+    ASSERT_TRUE(volume.ok());
+    fs::create_directories(volume.path() + "/Inbox");
+    test::writeFile(work / "elsewhere/scans/page 1.txt", "page one\n");
+    test::writeFile(work / "elsewhere/scans/page 2.txt", "page two\n");
+    test::writeFile(work / "src/Album/photo.txt", "photo\n");
+    fs::create_directory_symlink(work / "elsewhere/scans", work / "src/Album/Scans");
+    fs::create_symlink(work / "elsewhere/scans/page 1.txt", work / "src/Album/first page.txt");
+    fs::create_directory_symlink(work / "src", work / "src/Album/all sources");
+
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--name", "Test Drive", "--destination",
+                              "Drive/Inbox", work / "src/Album"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+
+    const std::string album = volume.path() + "/Inbox/Album";
+    EXPECT_EQ(test::readFile(album + "/photo.txt"), "photo\n");
+    EXPECT_EQ(test::readFile(album + "/first page.txt"), "page one\n");
+    EXPECT_EQ(test::readFile(album + "/Scans/page 1.txt"), "page one\n");
+    EXPECT_EQ(test::readFile(album + "/Scans/page 2.txt"), "page two\n");
+    EXPECT_FALSE(fs::is_symlink(album + "/Scans"));
+    EXPECT_FALSE(fs::exists(fs::symlink_status(album + "/all sources")));
+    // The loop is one item of the count; four files arrive.
+    EXPECT_NE(child.output().find("Sources: 2 folders, 5 files, 33 bytes\n"), std::string::npos)
+        << child.output();
+    EXPECT_NE(child.output().find("Failed (1):"), std::string::npos) << child.output();
+    EXPECT_NE(child.output().find(work / "src/Album/all sources"), std::string::npos);
+    EXPECT_NE(child.output().find("The link leads back into a folder that holds it"),
+              std::string::npos)
+        << child.output();
+    EXPECT_NE(child.output().find("\n4 files, 33 bytes uploaded to "), std::string::npos)
+        << child.output();
+}
+
 class CliRetry : public CliTest {
   protected:
     // Uploads the sources' Holiday folder, holding a link `name` to the missing `target`, to

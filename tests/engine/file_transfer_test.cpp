@@ -81,6 +81,10 @@ TEST(TransferFile, ALinkToNothingIsAFailedItemWithItsReason) {
     EXPECT_EQ(failure.string("localizedError"), "The link points to nothing.");
     EXPECT_EQ(test::readFile(s.at("album/fine.jpg")), "fine");
     EXPECT_FALSE(fs::exists(fs::symlink_status(s.at("album/broken.jpg"))));
+    // Counted as an item handled, as the count of the folder counted it.
+    EXPECT_EQ(source::countItem(s.from("album")).files, 2);
+    EXPECT_EQ(s.c->job().progressValue, 3);
+    EXPECT_EQ(s.c->job().uncountedFailures, 0);
 }
 
 TEST(TransferFile, AClashingFileGetsTheNextCopyName) {
@@ -401,15 +405,16 @@ TEST(TransferFile, AFileIsNotCopiedOnceTheUploadHasCompleted) {
     EXPECT_FALSE(fs::exists(s.at("late.txt")));
 }
 
-// A link to a folder inside a source is counted as a folder and not followed; the copy must
-// not follow it either, or the files behind it push the counter to the end before the last
-// files of the source are copied.
-TEST(TransferFile, ALinkToAFolderInsideASourceIsNotFollowed) {
+// A link to a folder inside a source is copied as the folder it leads to, and counted so; a
+// link back to a folder above it is one failed item, never followed, counted as one item. The
+// counter must reach the count exactly when the last item is met: a count that differs ends the
+// upload early (items after the links never met) or at the walk's end only.
+TEST(TransferFile, ALinkToAFolderIsFollowedOnceAndALoopIsOneFailedItem) {
     Session s;
     ASSERT_TRUE(s.c);
-    fs::create_directories(s.from("elsewhere"));
+    fs::create_directories(s.from("elsewhere/deeper"));
     test::writeFile(s.from("elsewhere/1.txt"), "1");
-    test::writeFile(s.from("elsewhere/2.txt"), "2");
+    test::writeFile(s.from("elsewhere/deeper/2.txt"), "22");
     fs::create_directories(s.from("album"));
     fs::create_directory_symlink(s.from("elsewhere"), s.from("album/linked folder"));
     // A loop of links: followed, it would nest until the path is too long.
@@ -423,9 +428,11 @@ TEST(TransferFile, ALinkToAFolderInsideASourceIsNotFollowed) {
     for (int i = 0; i < 3; ++i) addPhoto();
     while (platform::files().listFolder(s.from("album")).back().find(".txt") == std::string::npos)
         addPhoto();
-    std::sort(files.begin(), files.end());
+    // The photos, the two files behind the linked folder, and the loop as one item.
     const source::TreeCount count = source::countItem(s.from("album"));
-    ASSERT_EQ(count.files, static_cast<std::int64_t>(files.size()));
+    ASSERT_EQ(count.files, static_cast<std::int64_t>(files.size() + 3));
+    EXPECT_EQ(count.folders, 3);  // album, the linked folder and its "deeper"
+    EXPECT_EQ(count.bytes, files.size() + 3);
     s.setSources({s.from("album")});
     s.c->job().numberOfFilesCountForTransfer = count.files;
 
@@ -434,12 +441,44 @@ TEST(TransferFile, ALinkToAFolderInsideASourceIsNotFollowed) {
     ASSERT_TRUE(s.settle());
 
     EXPECT_TRUE(s.c->isFileTransferCompleted());
-    std::vector<std::string> arrived;
-    for (const auto& e : fs::directory_iterator(s.at("album")))
-        arrived.push_back(e.path().filename().string());
-    std::sort(arrived.begin(), arrived.end());
-    EXPECT_EQ(arrived, files);
-    EXPECT_EQ(handled(s).size(), files.size());
+    for (const std::string& f : files) EXPECT_EQ(test::readFile(s.at("album/" + f)), "p") << f;
+    EXPECT_EQ(test::readFile(s.at("album/linked folder/1.txt")), "1");
+    EXPECT_EQ(test::readFile(s.at("album/linked folder/deeper/2.txt")), "22");
+    EXPECT_FALSE(fs::is_symlink(s.at("album/linked folder")));
+    EXPECT_FALSE(fs::exists(fs::symlink_status(s.at("album/loop"))));
+    EXPECT_EQ(handled(s).size(), files.size() + 3);
+    EXPECT_EQ(s.c->job().progressValue, count.files);  // the counter stops at the count
+    ASSERT_EQ(failureCount(s), 1u);
+    const Record failure = *s.c->failedTransferArray.get()[0].asRecord();
+    EXPECT_EQ(failure.string("sourceFilePath"), s.from("album/loop"));
+    EXPECT_EQ(failure.string("localizedError"),
+              "The link leads back into a folder that holds it, so following it would never end.");
     EXPECT_TRUE(fs::is_symlink(s.from("album/linked folder")));
-    EXPECT_EQ(failureCount(s), 0u);
+}
+
+// A link to a folder above the source (here the root of the file system) would take the copy
+// round for ever as well.
+TEST(TransferFile, ALinkToAFolderAboveTheSourceIsALoop) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    fs::create_directories(s.from("album"));
+    test::writeFile(s.from("album/a.txt"), "a");
+    fs::create_directory_symlink("/", s.from("album/root"));
+    fs::create_directory_symlink(s.from(""), s.from("album/up"));
+    const source::TreeCount count = source::countItem(s.from("album"));
+    EXPECT_EQ(count.files, 3);
+    EXPECT_EQ(count.folders, 1);
+    EXPECT_EQ(count.bytes, 1u);
+    s.c->job().numberOfFilesCountForTransfer = 10;
+    s.c->transferFile(s.from("album"), s.at("album"), s.dst);
+    EXPECT_EQ(test::readFile(s.at("album/a.txt")), "a");
+    EXPECT_EQ(failureCount(s), 2u);
+    EXPECT_EQ(s.c->job().progressValue, 4);
+    // Chosen as a source itself, such a link is the one failed item too.
+    EXPECT_EQ(source::countItem(s.from("album/up")), (source::TreeCount{1, 0, 0}));
+    s.c->transferFile(s.from("album/up"), s.at("up"), s.dst);
+    EXPECT_EQ(failureCount(s), 3u);
+    EXPECT_FALSE(fs::exists(fs::symlink_status(s.at("up"))));
+    EXPECT_FALSE(fs::exists(fs::symlink_status(s.at("album/root"))));
+    EXPECT_FALSE(fs::exists(fs::symlink_status(s.at("album/up"))));
 }
