@@ -85,7 +85,13 @@ void ConsoleSession::tick() {
                     stage_ = Stage::Resuming;
                     std::printf("Taking up the upload recorded in the state file...\n");
                     std::fflush(stdout);
-                    wizard_->resumeFileTransferAfterRestart();
+                    // An account given on the command line is used as it is: the keychain
+                    // may not hold it, or may not be running at all.
+                    if (!options_.user.empty())
+                        wizard_->resumeFileTransferAfterRestart(options_.user,
+                                                                stdinPassword_.value_or(""));
+                    else
+                        wizard_->resumeFileTransferAfterRestart();
                 } else {
                     stage_ = Stage::FirstScreen;
                     wizard_->startFileTransfer();

@@ -11,6 +11,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "qvtransfer/Export.h"
 #include "qvtransfer/QVTransferDelegate.h"
@@ -32,8 +33,12 @@ class QVT_EXPORT QVTransfer {
     void setDelegate(const std::shared_ptr<QVTransferDelegate>& delegate);
     // Opens the wizard on its first screen.
     void startFileTransfer();
-    // Takes up the upload recorded in the state file for this device.
+    // Takes up the upload recorded in the state file for this device. A network device's
+    // share is mounted with the account stored in the keychain for it.
     void resumeFileTransferAfterRestart();
+    // The same with the account given here and the keychain left unread: for a host that
+    // keeps the device's account itself, or runs where no keychain is.
+    void resumeFileTransferAfterRestart(const std::string& userName, const std::string& password);
     // Whether the state file holds an interrupted upload for this device that
     // resumeFileTransferAfterRestart() would take up; a host asks it before offering the resume.
     // It reads the file and changes nothing.

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "engine/handled_paths.h"
@@ -336,6 +337,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     std::unique_ptr<qvt::QVTransferMountDestination> mountObject;
     qvt::Guarded<std::string> userName;
     qvt::Guarded<std::string> userPassword;
+    // The account a host gave for taking up an upload; the keychain is read when there is none.
+    qvt::Guarded<std::optional<std::pair<std::string, std::string>>> resumeAccount;
     std::atomic<bool> showPasswordField{false};
     std::atomic<bool> incorrectPassword{false};
     std::atomic<bool> finishedfetchingUsers{false};

@@ -31,6 +31,12 @@ void QVTransfer::resumeFileTransferAfterRestart() {
     d->resumeFileTransferAfterRestart();
 }
 
+void QVTransfer::resumeFileTransferAfterRestart(const std::string& userName,
+                                                const std::string& password) {
+    d->resumeAccount.set(std::make_pair(userName, password));
+    d->resumeFileTransferAfterRestart();
+}
+
 bool QVTransfer::hasUploadToResume() const {
     return d->hasUploadToResume();
 }

@@ -268,7 +268,9 @@ void QVTransferPrivate::addResumedTotals() {
 
 std::string QVTransferPrivate::mountShareForResume(const std::string& savedDestination) {
     const qvt::Record info = deviceInfo();
-    const auto [user, password] = qvt::keychain::getCredentials(info.string("serialNumber"));
+    const auto given = resumeAccount.get();
+    const auto [user, password] =
+        given ? *given : qvt::keychain::getCredentials(info.string("serialNumber"));
     userName.set(user);
     userPassword.set(password);
     const std::string share = qvt::engine::shareNameOfDestination(savedDestination, mountDir);

@@ -7,6 +7,7 @@
 #include "../../apps/devicesim/samba_server.h"
 #include "cli_fixture.h"
 #include "nas_fixture.h"
+#include "qvtransfer/Keychain.h"
 
 using namespace qvt;
 using namespace qvt::clitest;
@@ -269,6 +270,46 @@ TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {
         << child.errors();
     // The record is kept for a later try.
     EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
+}
+
+// The account given with --user and --password-stdin takes up an upload to a private share
+// whatever the keychain holds (here a wrong password; a machine may run no keychain at all).
+TEST_F(CliNas, ResumeUsesTheAccountGivenOnTheCommandLine) {
+    fs::create_directories(share("Family") + "/Trips");
+    test::writeFile(work / "memo.txt", "memo\n");
+    const std::string record =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict><key>SN-CLI</key>"
+        "<dict><key>isFileTransferCompleted</key><false/><key>selectedDestinationShare</key>"
+        "<string>" +
+        home.path() +
+        "/.QVTransfer/Family/Trips</string><key>sourceFilesPendingArray</key><array><dict>"
+        "<key>filesSelectCheckbox</key><integer>1</integer><key>fileName</key>"
+        "<string>memo.txt</string><key>fullFilePath</key><string>" +
+        (work / "memo.txt") +
+        "</string><key>numberOfFiles</key><string>1 file</string><key>numberOfFolders</key>"
+        "<string>0 folders</string><key>fileSize</key><integer>5</integer></dict></array>"
+        "</dict></dict></plist>\n";
+    test::writeFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist", record);
+    ASSERT_EQ(SetKeychainUsernameAndPasswordForNAS("SN-CLI", kUser, "not the password"), 0);
+
+    auto args = deviceArgs();
+    for (const std::string a : {"--resume", "--user", kUser, "--password-stdin"}) args.push_back(a);
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    child.write(std::string(kPassword) + "\n");
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_EQ(test::readFile(share("Family") + "/Trips/memo.txt"), "memo\n");
+    EXPECT_EQ(child.output().find(kPassword), std::string::npos);
+    EXPECT_EQ(child.errors().find(kPassword), std::string::npos);
+    // The keychain keeps what it held: the account given was used, not stored.
+    char* user = nullptr;
+    char* password = nullptr;
+    GetKeychainUsernameAndPasswordForNAS("SN-CLI", &user, &password);
+    EXPECT_STREQ(password, "not the password");
+    QVTransferFreeString(user);
+    QVTransferFreeString(password);
+    SetKeychainUsernameAndPasswordForNAS("SN-CLI", kUser, kPassword);
 }
 
 TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile) {
