@@ -158,7 +158,10 @@ bool QVTransferPrivate::resumeAfterDisconnectOnce() {
     keepOnlyPendingSources(*this);
 
     const qvt::Record info = deviceInfo();
-    const auto [user, password] = qvt::keychain::getCredentials(info.string("serialNumber"));
+    // Named, not bound: Clang 14 lets no lambda capture a structured binding.
+    const auto credentials = qvt::keychain::getCredentials(info.string("serialNumber"));
+    const std::string& user = credentials.first;
+    const std::string& password = credentials.second;
     userName.set(user);
     userPassword.set(password);
 

@@ -269,8 +269,10 @@ void QVTransferPrivate::addResumedTotals() {
 std::string QVTransferPrivate::mountShareForResume(const std::string& savedDestination) {
     const qvt::Record info = deviceInfo();
     const auto given = resumeAccount.get();
-    const auto [user, password] =
+    const auto credentials =
         given ? *given : qvt::keychain::getCredentials(info.string("serialNumber"));
+    const std::string& user = credentials.first;
+    const std::string& password = credentials.second;
     userName.set(user);
     userPassword.set(password);
     const std::string share = qvt::engine::shareNameOfDestination(savedDestination, mountDir);
