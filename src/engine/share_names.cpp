@@ -52,6 +52,9 @@ std::string destinationOnNewMount(const std::string& destination, const std::str
     std::string result = newMount;
     // Past the root and the old mount point's name.
     for (std::size_t i = 2; i < parts.size(); ++i) {
+        // Taking the mount folder out can join two pieces into "..": such a path would reach
+        // outside the new mount, so it leads nowhere.
+        if (parts[i] == "." || parts[i] == "..") return "";
         if (result.empty() || result.back() != '/') result += '/';
         result += parts[i];
     }

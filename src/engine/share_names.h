@@ -23,7 +23,8 @@ std::string volumeNameOfDestination(const std::string& destination, const std::s
 // "/Volumes") is removed from it, its first component after the root (the old mount point's
 // name) is dropped, and the rest is appended to `newMount`. With the mount folder
 // /home/u/.QVTransfer, /home/u/.QVTransfer/Public-1/Photos/2014 on the new mount
-// /home/u/.QVTransfer/Public gives /home/u/.QVTransfer/Public/Photos/2014.
+// /home/u/.QVTransfer/Public gives /home/u/.QVTransfer/Public/Photos/2014. "" when what is left
+// holds a "." or ".." component, which would lead outside the new mount.
 std::string destinationOnNewMount(const std::string& destination, const std::string& mountDir,
                                   const std::string& newMount);
 

@@ -105,9 +105,18 @@ bool scalarValue(plist_t node, Value& out) {
             return true;
         }
         case PLIST_STRING: {
-            char* s = nullptr;
-            plist_get_string_val(node, &s);
-            out = Value(takeString(s));
+            // Read with its length: libplist's own getter stops the process on a string that
+            // holds a NUL, which a damaged or forged file can. Such a string is no path or
+            // name this program wrote, and cut at the NUL it would name another one: the file
+            // is not read.
+            std::uint64_t length = 0;
+            const char* s = plist_get_string_ptr(node, &length);
+            if (!s) {
+                out = Value(std::string());
+                return true;
+            }
+            if (std::memchr(s, '\0', length)) return false;
+            out = Value(std::string(s, length));
             return true;
         }
         case PLIST_KEY: {

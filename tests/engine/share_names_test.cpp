@@ -67,5 +67,15 @@ TEST(NewMounts, TheShareItselfAsDestinationGivesTheNewMount) {
         "/mnt/x/");
 }
 
+// A saved destination that names the mount folder twice, the second time glued to "..": once
+// the mount folder is taken out, ".." walks out of the new mount. It leads nowhere instead.
+TEST(NewMounts, APathThatClimbsOnceTheMountFolderIsTakenOutLeadsNowhere) {
+    EXPECT_EQ(destinationOnNewMount("/h/.Q/Pub//h/.Q../etc", "/h/.Q", "/h/.Q/Pub"), "");
+    EXPECT_EQ(destinationOnNewMount("/h/.Q/Pub/a/./b", "/h/.Q", "/h/.Q/Pub"), "");
+    // Dots inside names are names.
+    EXPECT_EQ(destinationOnNewMount("/h/.Q/Pub/..a/b..", "/h/.Q", "/h/.Q/Pub"),
+              "/h/.Q/Pub/..a/b..");
+}
+
 }  // namespace
 }  // namespace qvt::engine

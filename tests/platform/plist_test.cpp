@@ -190,6 +190,22 @@ TEST(PropertyList, BrokenFilesGiveNothing) {
     EXPECT_FALSE(readPropertyList(":/qvtransfer/no/such.plist"));
 }
 
+// Found by the property-list fuzzer: a string holding a NUL stopped the process inside libplist.
+// Cut at the NUL it would name another path than the one written, so the file is not read.
+TEST(PropertyList, AStringHoldingANulMakesTheFileUnreadable) {
+    const std::string xml = std::string(
+                                "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+                                "<key>destination</key><string>/home/user/.QVTran") +
+                            std::string(2, '\0') + "er/Public</string></dict></plist>";
+    EXPECT_FALSE(parsePropertyList(xml));
+    // The same file without the NULs reads.
+    const auto clean = parsePropertyList(
+        "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>destination</key>"
+        "<string>/home/user/.QVTransfer/Public</string></dict></plist>");
+    ASSERT_TRUE(clean && clean->asRecord());
+    EXPECT_EQ(clean->asRecord()->string("destination"), "/home/user/.QVTransfer/Public");
+}
+
 TEST(PropertyList, ReadsQtResources) {
     const auto v = readPropertyList(":/qvtransfer/system/SystemVersion.plist");
     ASSERT_TRUE(v && v->asRecord());
