@@ -63,6 +63,8 @@ const char* usageText() {
            "  --move                remove the sources once uploaded\n"
            "  --resume              continue the upload recorded in the state file (with the\n"
            "                        keychain's account for the device, or --user's)\n"
+           "  -q, --quiet           print only errors, questions, the failed items and the\n"
+           "                        last line\n"
            "  -h, --help            this text\n"
            "  --version             the versions of the uploader, Qt and libsmbclient\n"
            "\n"
@@ -128,6 +130,8 @@ ParseResult parseArguments(const std::vector<std::string>& arguments) {
             o.move = true;
         } else if (a == "--resume") {
             o.resume = true;
+        } else if (a == "--quiet" || a == "-q") {
+            o.quiet = true;
         } else if (a == "--help" || a == "-h") {
             o.help = true;
         } else if (a == "--version") {

@@ -29,6 +29,8 @@ struct Options {
     std::string destination;
     bool move = false;
     bool resume = false;
+    // Only errors, questions and the end's failed list and last line are printed.
+    bool quiet = false;
     // Absolute paths of the files and folders to upload, in the order given.
     std::vector<std::string> sources;
 

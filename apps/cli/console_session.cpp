@@ -83,8 +83,10 @@ void ConsoleSession::tick() {
                     stdinPassword_ = terminal_.readLine("", true, [this] { return ended(); });
                 if (options_.resume) {
                     stage_ = Stage::Resuming;
-                    std::printf("Taking up the upload recorded in the state file...\n");
-                    std::fflush(stdout);
+                    if (!options_.quiet) {
+                        std::printf("Taking up the upload recorded in the state file...\n");
+                        std::fflush(stdout);
+                    }
                     // An account given on the command line is used as it is: the keychain
                     // may not hold it, or may not be running at all.
                     if (!options_.user.empty())
@@ -113,12 +115,14 @@ void ConsoleSession::tick() {
                 if (shown && *shown == Screen::Status) {
                     const StatusSnapshot status = view_.status();
                     const auto files = static_cast<std::uint64_t>(status.filesTotal);
-                    std::printf("Taking up %s (%s, %s) to %s on %s\n",
-                                countText(status.sources, "item", "items").c_str(),
-                                countText(files, "file", "files").c_str(),
-                                progressBytesText(status.bytesTotal).c_str(),
-                                status.destination.c_str(), status.productName.c_str());
-                    std::fflush(stdout);
+                    if (!options_.quiet) {
+                        std::printf("Taking up %s (%s, %s) to %s on %s\n",
+                                    countText(status.sources, "item", "items").c_str(),
+                                    countText(files, "file", "files").c_str(),
+                                    progressBytesText(status.bytesTotal).c_str(),
+                                    status.destination.c_str(), status.productName.c_str());
+                        std::fflush(stdout);
+                    }
                     stage_ = Stage::Uploading;
                     uploadStarted_ = Clock::now();
                     terminal_.setRawInput(true);

@@ -56,6 +56,7 @@ void ConsoleSession::clearProgressLine() {
 }
 
 void ConsoleSession::showProgress(bool force) {
+    if (options_.quiet) return;
     const auto now = Clock::now();
     if (!force && now - lastDraw_ < kRedrawEvery) return;
     if (view_.modalOpen()) return;  // a question is on the line
@@ -113,16 +114,17 @@ void ConsoleSession::showPauseChange() {
     if ((waitingFor_ == Waiting::Device && !status.deviceMissing) ||
         (waitingFor_ == Waiting::Space && !status.deviceFull)) {
         clearProgressLine();
-        std::printf("%s\n", waitingFor_ == Waiting::Device
-                                ? "The device is back; the upload continues."
-                                : "There is room again; the upload continues.");
+        if (!options_.quiet)
+            std::printf("%s\n", waitingFor_ == Waiting::Device
+                                    ? "The device is back; the upload continues."
+                                    : "There is room again; the upload continues.");
         waitingFor_ = Waiting::Nothing;
     }
     const bool paused = status.paused;
     if (paused == pausedShown_) return;
     pausedShown_ = paused;
     clearProgressLine();
-    std::printf("%s\n", paused ? "Paused." : "Resumed.");
+    if (!options_.quiet) std::printf("%s\n", paused ? "Paused." : "Resumed.");
     std::fflush(stdout);
     showProgress(true);
 }
@@ -299,8 +301,9 @@ void ConsoleSession::answerRetry(char key) {
     awaitingRetryAnswer_ = false;
     if (key != 'r' && key != 'R') return endWithResult(true);
     const StatusSnapshot status = view_.status();
-    std::printf("Trying %s again.\n",
-                countText(status.failures.size(), "failed item", "failed items").c_str());
+    if (!options_.quiet)
+        std::printf("Trying %s again.\n",
+                    countText(status.failures.size(), "failed item", "failed items").c_str());
     std::fflush(stdout);
     completedSince_.reset();
     uploadStarted_ = Clock::now();
@@ -308,11 +311,13 @@ void ConsoleSession::answerRetry(char key) {
 }
 
 void ConsoleSession::printResult(const StatusSnapshot& status) {
-    std::printf("%s\n", status.line1.c_str());
     const std::string& folder = status.destination;
-    std::printf("Destination: %s on %s (%s)\n",
-                destinationShown_.empty() ? folder.c_str() : destinationShown_.c_str(),
-                status.productName.c_str(), folder.c_str());
+    if (!options_.quiet) {
+        std::printf("%s\n", status.line1.c_str());
+        std::printf("Destination: %s on %s (%s)\n",
+                    destinationShown_.empty() ? folder.c_str() : destinationShown_.c_str(),
+                    status.productName.c_str(), folder.c_str());
+    }
     if (!status.failures.empty()) {
         std::printf("Failed (%zu):\n", status.failures.size());
         for (const FailedItem& item : status.failures)

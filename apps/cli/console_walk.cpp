@@ -159,8 +159,10 @@ void ConsoleSession::leaveSources() {
         files += static_cast<std::uint64_t>(std::max<std::int64_t>(0, row.fileCount));
         bytes += row.bytes;
     }
-    std::printf("Sources: %s\n", sourcesText(folders, files, bytes).c_str());
-    std::fflush(stdout);
+    if (!options_.quiet) {
+        std::printf("Sources: %s\n", sourcesText(folders, files, bytes).c_str());
+        std::fflush(stdout);
+    }
     actions_.selectDestinationForFileTransfer();
     if (ended()) return;
     Screen shown = Screen::Users;
@@ -265,8 +267,9 @@ void ConsoleSession::chooseDestination() {
 void ConsoleSession::startUpload() {
     const auto files =
         static_cast<std::uint64_t>(std::max<std::int64_t>(0, view_.destinations().filesToUpload));
-    std::printf("Uploading %s to %s on %s\n", countText(files, "file", "files").c_str(),
-                destinationShown_.c_str(), deviceInfo("productName").c_str());
+    if (!options_.quiet)
+        std::printf("Uploading %s to %s on %s\n", countText(files, "file", "files").c_str(),
+                    destinationShown_.c_str(), deviceInfo("productName").c_str());
     uploadStarted_ = Clock::now();
     std::fflush(stdout);
     stage_ = Stage::Uploading;
@@ -312,13 +315,15 @@ void ConsoleSession::onModal(Dialog dialog) {
         case Dialog::DeviceMissing:
             // As the dialog's Close button: the upload waits, and goes on by itself once the
             // device is back.
-            std::printf("%s is not reachable \u2014 waiting for it to come back (s stops).\n",
-                        deviceInfo("productName").c_str());
+            if (!options_.quiet)
+                std::printf("%s is not reachable \u2014 waiting for it to come back (s stops).\n",
+                            deviceInfo("productName").c_str());
             waitingFor_ = Waiting::Device;
             view_.answer(dialog, ConsoleView::kAnswerFirst);
             break;
         case Dialog::DeviceFull:
-            std::printf("The device is full \u2014 waiting for free space (s stops).\n");
+            if (!options_.quiet)
+                std::printf("The device is full \u2014 waiting for free space (s stops).\n");
             waitingFor_ = Waiting::Space;
             view_.answer(dialog, ConsoleView::kAnswerFirst);
             break;

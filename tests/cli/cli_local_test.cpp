@@ -6,6 +6,7 @@
 #include <sys/sysmacros.h>
 
 #include <QtGlobal>
+#include <sstream>
 
 #include "../mount/mount_test_support.h"
 
@@ -174,6 +175,36 @@ TEST_F(CliTest, LinksAreCopiedAsWhatTheyLeadToAndALoopIsOneFailedItem) {
         << child.output();
     EXPECT_NE(child.output().find("\n4 files, 33 bytes uploaded to "), std::string::npos)
         << child.output();
+}
+
+// --quiet: a script's log gets the failed items and the last line, nothing else on stdout.
+TEST_F(CliTest, QuietPrintsOnlyTheFailedItemsAndTheLastLine) {
+    TmpfsVolume volume(work / "Drive", 32 << 20);
+    ASSERT_TRUE(volume.ok());
+    fs::create_directories(volume.path() + "/Inbox");
+    makeSources(work / "src");
+    fs::create_symlink(work / "nowhere.txt", work / "src/Holiday/broken.txt");
+
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--name", "Test Drive", "--destination",
+                              "Drive/Inbox", "--quiet", work / "src/Holiday"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    const std::string out = child.output();
+    EXPECT_EQ(out.rfind("Failed (1):\n  " + (work / "src/Holiday/broken.txt") +
+                            ": The link points to nothing.\n",
+                        0),
+              0u)
+        << out;
+    std::vector<std::string> lines;
+    std::istringstream in(out);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    ASSERT_EQ(lines.size(), 3u) << out;
+    EXPECT_EQ(lines[2].rfind("3 files, 3.1 MB uploaded to Drive/Inbox in ", 0), 0u) << out;
+    EXPECT_NE(lines[2].find("; 1 item failed"), std::string::npos) << out;
+    EXPECT_EQ(child.errors(), "");
+    fs::remove(work / "src/Holiday/broken.txt");
+    EXPECT_TRUE(sameTree(work / "src/Holiday", volume.path() + "/Inbox/Holiday"));
 }
 
 class CliRetry : public CliTest {
