@@ -1,6 +1,7 @@
 #include "device/mount_destination.h"
 
 #include <cerrno>
+#include <filesystem>
 
 #include "platform/files.h"
 #include "platform/format.h"
@@ -197,6 +198,7 @@ std::string QVTransferMountDestination::mountWithURLService(
     const auto rules = mountVersionRules(version);
     const bool hide = noBrowse == "true";
 
+    const bool mountPointThere = platform::files().isFolder(joinPath(mountDir, share));
     const std::string mountPoint = hiddenMountPoint(rules, hide, mountDir, share);
     const platform::NetMountRequest request =
         urlMountRequest(rules, share, isPrivate, ipAddress, hide, mountPoint, userID, userPasswd);
@@ -223,6 +225,13 @@ std::string QVTransferMountDestination::mountWithURLService(
     // On 10.8 and 10.9 the share is reached below the mount folder.
     if (!foundMounted && hide && rules.servedMajor && rules.mountAtMountDir && !result.empty())
         result = joinPath(result, share);
+
+    // A mount that failed leaves no folder of its own behind in the mount folder. Only an
+    // empty folder is removed: nothing anybody put there is ever lost.
+    if (result.empty() && !mountPointThere && !mountPoint.empty() && mountPoint != mountDir) {
+        std::error_code ignored;
+        std::filesystem::remove(mountPoint, ignored);
+    }
 
     logMount(request.url, mounted.status, result, version, userPasswd);
     return result;

@@ -317,7 +317,7 @@ bool UploadSession::toDestination(bool moveFiles) {
         10);
 }
 
-std::string UploadSession::mountShare(const std::string& share) {
+std::string UploadSession::mountShare(const std::string& share, const std::string& password) {
     controller_->mountDir = h_.services.folders.home + "/.QVTransfer";
     fs::create_directories(controller_->mountDir);
     // The mount helper is called from the share list's background thread.
@@ -327,10 +327,10 @@ std::string UploadSession::mountShare(const std::string& share) {
     };
     auto outcome = std::make_shared<Outcome>();
     auto c = controller_;
-    h_.services.dispatch->detach([outcome, c, share] {
-        outcome->path = c->mountObject->mountNASShare(share, "false", "127.0.0.1", "Test Cloud",
-                                                      "qvt-nas", c->mountDir, mounttest::kUser,
-                                                      mounttest::kPassword, "true");
+    h_.services.dispatch->detach([outcome, c, share, password] {
+        outcome->path =
+            c->mountObject->mountNASShare(share, "false", "127.0.0.1", "Test Cloud", "qvt-nas",
+                                          c->mountDir, mounttest::kUser, password, "true");
         outcome->done = true;
     });
     if (!test::waitFor([&] { return outcome->done.load(); }, 60)) return "";

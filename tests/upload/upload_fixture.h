@@ -158,7 +158,8 @@ class UploadSession {
     bool toDestination(bool moveFiles);
     // Mounts a share of the test Samba server through the controller's mount helper, as the
     // share list does; the share's local path ("" on failure).
-    std::string mountShare(const std::string& share);
+    std::string mountShare(const std::string& share,
+                           const std::string& password = mounttest::kPassword);
     // Selects `folder` in the destination outline and presses Upload.
     void upload(const std::string& folder);
     // Waits for the end of the upload and for every background task to finish.
