@@ -348,6 +348,10 @@
         <source>Files and folders to upload</source>
         <translation>Hochzuladende Dateien und Ordner</translation>
     </message>
+    <message id="FOLDER_NAME_a11y">
+        <source>Folder name</source>
+        <translation>Ordnername</translation>
+    </message>
     <message id="DESTINATION_TREE_a11y">
         <source>Folders on the device</source>
         <translation>Ordner auf dem Gerät</translation>

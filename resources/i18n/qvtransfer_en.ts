@@ -348,6 +348,10 @@
         <source>Files and folders to upload</source>
         <translation>Files and folders to upload</translation>
     </message>
+    <message id="FOLDER_NAME_a11y">
+        <source>Folder name</source>
+        <translation>Folder name</translation>
+    </message>
     <message id="DESTINATION_TREE_a11y">
         <source>Folders on the device</source>
         <translation>Folders on the device</translation>

@@ -348,6 +348,10 @@
         <source>Files and folders to upload</source>
         <translation>Fichiers et dossiers à envoyer</translation>
     </message>
+    <message id="FOLDER_NAME_a11y">
+        <source>Folder name</source>
+        <translation>Nom du dossier</translation>
+    </message>
     <message id="DESTINATION_TREE_a11y">
         <source>Folders on the device</source>
         <translation>Dossiers de l’appareil</translation>

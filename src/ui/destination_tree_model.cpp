@@ -265,8 +265,14 @@ QVariant DestinationTreeModel::data(const QModelIndex& index, int role) const {
 QVariant DestinationTreeModel::headerData(int section, Qt::Orientation orientation,
                                           int role) const {
     if (orientation == Qt::Horizontal && role == Qt::DisplayRole && section == kNameColumn)
-        return QStringLiteral("folderName");
+        return nameHeader_;
     return {};
+}
+
+void DestinationTreeModel::setNameHeader(const QString& text) {
+    if (text == nameHeader_) return;
+    nameHeader_ = text;
+    emit headerDataChanged(Qt::Horizontal, kNameColumn, kNameColumn);
 }
 
 Qt::ItemFlags DestinationTreeModel::flags(const QModelIndex& index) const {

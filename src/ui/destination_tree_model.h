@@ -44,6 +44,9 @@ class DestinationTreeModel : public QAbstractItemModel {
     QModelIndex indexForPath(const QString& folderFullPath) const;
     // The icon an image value of the tree stands for.
     QIcon iconForImage(const std::string& image) const;
+    // The name column's header as people read it (a screen reader speaks it); the column's
+    // identifier stays "folderName".
+    void setNameHeader(const QString& text);
 
     QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
     QModelIndex parent(const QModelIndex& child) const override;
@@ -65,6 +68,7 @@ class DestinationTreeModel : public QAbstractItemModel {
     std::unique_ptr<Item> root_;
     mutable std::map<std::string, QIcon> iconCache_;
     bool relayoutNeeded_ = false;
+    QString nameHeader_ = QStringLiteral("folderName");
 };
 
 }  // namespace qvt::ui

@@ -8,12 +8,13 @@
 #include <QDialog>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QStackedWidget>
 
 #include "session/view_actions.h"
 #include "ui/QtTransferWindow.h"
+#include "ui/destination_outline_view.h"
+#include "ui/destination_tree_model.h"
 #include "ui/transfer_window_widget.h"
 
 namespace qvt {
@@ -101,6 +102,9 @@ void QtTransferWindow::nameControls() {
         if (QWidget* w = this->control(QString::fromLatin1(control)))
             w->setAccessibleName(localeQString(text));
     nameThePauseButton(kTagPauseRole);
+    if (auto* tree =
+            control<ui::DestinationOutlineView>(QStringLiteral("destinationFolderOutlineView")))
+        tree->treeModel()->setNameHeader(localeQString("FOLDER_NAME_a11y"));
     // Each dialog is named after the question it asks.
     const std::pair<Dialog, const char*> questions[] = {
         {Dialog::CancelUploadConfirm, "STOP_UPLOAD_PROMPT_txt"},

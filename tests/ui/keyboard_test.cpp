@@ -61,6 +61,16 @@ TEST_F(WindowTest, EveryControlThatActsTakesTheFocusAndHasAName) {
         EXPECT_FALSE(box->accessibleName().isEmpty()) << box->objectName().toStdString();
 }
 
+// The destination tree's column header is read out: a name people say, not the column's
+// identifier.
+TEST_F(WindowTest, TheDestinationTreesHeaderIsReadable) {
+    make(dasDevice());
+    auto* tree = window->control<QAbstractItemView>(QStringLiteral("destinationFolderOutlineView"));
+    ASSERT_NE(tree, nullptr);
+    EXPECT_EQ(tree->model()->headerData(0, Qt::Horizontal, Qt::DisplayRole).toString(),
+              QStringLiteral("Folder name"));
+}
+
 TEST_F(WindowTest, ThePauseButtonsNameFollowsWhatItDoes) {
     make(dasDevice());
     wizard->showScreen(Screen::Status);
