@@ -108,6 +108,9 @@ TEST(Results, AHostSlowerThanTheCopyGetsTheNewestStatusWithoutAThreadPerFile) {
     s.c->progressStatus.set("Uploading file 1 of 1000");
     s.c->processFileTransferStatus(s.from("done.bin"), s.at("done.bin"), std::nullopt);
     ASSERT_TRUE(test::waitFor([&] { return slow->entered(); }));
+    // Whatever else the session started in the background ends; the send held in the slow
+    // host stays.
+    ASSERT_TRUE(test::waitFor([&] { return s.h.services.dispatch->running() == 1; }));
     for (int file = 2; file <= 200; ++file) {
         s.c->progressStatus.set("Uploading file " + std::to_string(file) + " of 1000");
         s.c->processFileTransferStatus(s.from("done.bin"), s.at("done.bin"), std::nullopt);
