@@ -65,6 +65,10 @@ const char* usageText() {
            "                        keychain's account for the device, or --user's)\n"
            "  -q, --quiet           print only errors, questions, the failed items and the\n"
            "                        last line\n"
+           "  --json                one JSON object per line on stdout for each event:\n"
+           "                        started, progress, paused, resumed, stop question,\n"
+           "                        waiting, continuing, failed, retry question, retrying,\n"
+           "                        completed, suspended, ended\n"
            "  -h, --help            this text\n"
            "  --version             the versions of the uploader, Qt and libsmbclient\n"
            "\n"
@@ -131,6 +135,9 @@ ParseResult parseArguments(const std::vector<std::string>& arguments) {
         } else if (a == "--resume") {
             o.resume = true;
         } else if (a == "--quiet" || a == "-q") {
+            o.quiet = true;
+        } else if (a == "--json") {
+            o.json = true;
             o.quiet = true;
         } else if (a == "--help" || a == "-h") {
             o.help = true;

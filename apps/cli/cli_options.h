@@ -31,6 +31,8 @@ struct Options {
     bool resume = false;
     // Only errors, questions and the end's failed list and last line are printed.
     bool quiet = false;
+    // Events as JSON objects, one per line on stdout, for scripts (and nothing else there).
+    bool json = false;
     // Absolute paths of the files and folders to upload, in the order given.
     std::vector<std::string> sources;
 

@@ -1,4 +1,6 @@
 #include "console_session.h"
+
+#include "json_events.h"
 #include "progress_text.h"
 
 #include <QCoreApplication>
@@ -54,11 +56,14 @@ int ConsoleSession::run() {
 void ConsoleSession::finish(int code, const std::string& message) {
     if (ended()) return;
     clearProgressLine();
-    if (!message.empty()) {
-        std::FILE* out = code == kExitAllArrived || code == kExitStopped ? stdout : stderr;
+    const bool toStdout = code == kExitAllArrived || code == kExitStopped;
+    if (!message.empty() && !(options_.json && toStdout)) {
+        std::FILE* out = toStdout ? stdout : stderr;
         std::fprintf(out, "%s\n", message.c_str());
         std::fflush(out);
     }
+    if (options_.json)
+        emitJsonEvent("ended", {{"exitStatus", std::int64_t{code}}, {"message", message}});
     exitCode_ = code;
     stage_ = Stage::Done;
     // Ends the modal runs under way too, so the session's own loop returns.
@@ -115,6 +120,12 @@ void ConsoleSession::tick() {
                 if (shown && *shown == Screen::Status) {
                     const StatusSnapshot status = view_.status();
                     const auto files = static_cast<std::uint64_t>(status.filesTotal);
+                    if (options_.json)
+                        emitJsonEvent("started", {{"resumed", true},
+                                                  {"files", std::int64_t{status.filesTotal}},
+                                                  {"bytes", status.bytesTotal},
+                                                  {"destination", status.destination},
+                                                  {"device", status.productName}});
                     if (!options_.quiet) {
                         std::printf("Taking up %s (%s, %s) to %s on %s\n",
                                     countText(status.sources, "item", "items").c_str(),

@@ -97,6 +97,9 @@ class ConsoleSession : public QObject {
     void endWithTheDesktopSession(int number);
     void checkEnd();
     void printResult(const StatusSnapshot& status);
+    // --json: the failed items not reported yet, and a progress event at most once a second.
+    void emitNewFailures(const StatusSnapshot& status);
+    void emitProgress(const StatusSnapshot& status, bool force);
 
     // The device record's "deviceInfo" value ("productName", "ipAddress").
     std::string deviceInfo(const char* key) const;
@@ -133,6 +136,9 @@ class ConsoleSession : public QObject {
     Waiting waitingFor_ = Waiting::Nothing;
     bool stopWithoutAsking_ = false;
     bool progressLineOpen_ = false;
+    std::size_t failuresEmitted_ = 0;
+    std::string lastProgressEvent_;
+    std::optional<Clock::time_point> lastProgressEventAt_;
     bool pausedShown_ = false;
     std::string lastPlainLine_;
     Clock::time_point lastPlainAt_{};

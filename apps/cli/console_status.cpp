@@ -11,6 +11,7 @@
 
 #include "console_session.h"
 #include "console_view.h"
+#include "json_events.h"
 #include "progress_text.h"
 #include "terminal.h"
 
@@ -55,7 +56,36 @@ void ConsoleSession::clearProgressLine() {
     progressLineOpen_ = false;
 }
 
+void ConsoleSession::emitNewFailures(const StatusSnapshot& status) {
+    for (; failuresEmitted_ < status.failures.size(); ++failuresEmitted_) {
+        const FailedItem& item = status.failures[failuresEmitted_];
+        emitJsonEvent("failed", {{"path", item.sourceFilePath}, {"reason", item.localizedError}});
+    }
+}
+
+void ConsoleSession::emitProgress(const StatusSnapshot& status, bool force) {
+    const auto now = Clock::now();
+    if (!force && lastProgressEventAt_ && now - *lastProgressEventAt_ < kPlainEvery) return;
+    const std::string event =
+        jsonEvent("progress", {{"files", std::int64_t{status.filesDone}},
+                               {"totalFiles", std::int64_t{status.filesTotal}},
+                               {"bytes", status.bytesDone},
+                               {"totalBytes", status.bytesTotal},
+                               {"paused", status.paused}});
+    if (event == lastProgressEvent_) return;
+    lastProgressEvent_ = event;
+    lastProgressEventAt_ = now;
+    std::printf("%s\n", event.c_str());
+    std::fflush(stdout);
+}
+
 void ConsoleSession::showProgress(bool force) {
+    if (options_.json) {
+        const StatusSnapshot status = actions_.statusSnapshot();
+        emitNewFailures(status);
+        if (!status.ended()) emitProgress(status, force);
+        return;
+    }
     if (options_.quiet) return;
     const auto now = Clock::now();
     if (!force && now - lastDraw_ < kRedrawEvery) return;
@@ -114,6 +144,9 @@ void ConsoleSession::showPauseChange() {
     if ((waitingFor_ == Waiting::Device && !status.deviceMissing) ||
         (waitingFor_ == Waiting::Space && !status.deviceFull)) {
         clearProgressLine();
+        if (options_.json)
+            emitJsonEvent("continuing",
+                          {{"after", waitingFor_ == Waiting::Device ? "device" : "space"}});
         if (!options_.quiet)
             std::printf("%s\n", waitingFor_ == Waiting::Device
                                     ? "The device is back; the upload continues."
@@ -124,6 +157,7 @@ void ConsoleSession::showPauseChange() {
     if (paused == pausedShown_) return;
     pausedShown_ = paused;
     clearProgressLine();
+    if (options_.json) emitJsonEvent(paused ? "paused" : "resumed", {});
     if (!options_.quiet) std::printf("%s\n", paused ? "Paused." : "Resumed.");
     std::fflush(stdout);
     showProgress(true);
@@ -147,7 +181,7 @@ void ConsoleSession::answerStop(bool stop) {
     Dialog open = Dialog::QuitConfirmation;
     if (!view_.modalOpen(&open) || open != Dialog::CancelUploadConfirm) return;
     awaitingStopAnswer_ = false;
-    std::printf("%s\n", stop ? "yes" : "no");
+    if (!options_.json) std::printf("%s\n", stop ? "yes" : "no");
     std::fflush(stdout);
     view_.answer(open, stop ? ConsoleView::kAnswerSecond : ConsoleView::kAnswerFirst);
     // The controller acts on the answer once the question's loop has returned.
@@ -219,7 +253,11 @@ void ConsoleSession::endWithTheDesktopSession(int number) {
     if (stage_ == Stage::Resuming) {
         // The recorded upload has not been touched yet: it stays as it was for the next try.
         clearProgressLine();
-        std::printf("Ended before the upload was taken up; the record stays for --resume.\n");
+        if (options_.json)
+            emitJsonEvent("ended", {{"exitStatus", std::int64_t{code}},
+                                    {"message", "Ended before the upload was taken up."}});
+        else
+            std::printf("Ended before the upload was taken up; the record stays for --resume.\n");
         std::fflush(stdout);
         Terminal::restore();
         std::_Exit(code);
@@ -234,7 +272,10 @@ void ConsoleSession::endWithTheDesktopSession(int number) {
         return;  // the end is printed
     actions_.suspendForShutdown();
     clearProgressLine();
-    std::printf("Paused and recorded for the end of the session; take it up with --resume.\n");
+    if (options_.json)
+        emitJsonEvent("suspended", {{"exitStatus", std::int64_t{code}}});
+    else
+        std::printf("Paused and recorded for the end of the session; take it up with --resume.\n");
     std::fflush(stdout);
     Terminal::restore();
     // The copy thread may be inside a file: the process ends here as a kill would end it,
@@ -280,7 +321,10 @@ void ConsoleSession::checkEnd() {
     const bool failures = !status.failures.empty();
     if (failures && !terminal_.inputEnded()) {
         // Someone may still press a key: the failed items can be tried again.
-        std::printf("Press r to try the failed items again, any other key to finish.\n");
+        if (options_.json)
+            emitJsonEvent("retry question", {{"keys", "r retries, any other key finishes"}});
+        else
+            std::printf("Press r to try the failed items again, any other key to finish.\n");
         std::fflush(stdout);
         awaitingRetryAnswer_ = true;
         return;
@@ -301,6 +345,10 @@ void ConsoleSession::answerRetry(char key) {
     awaitingRetryAnswer_ = false;
     if (key != 'r' && key != 'R') return endWithResult(true);
     const StatusSnapshot status = view_.status();
+    // The retry starts a new failed list.
+    failuresEmitted_ = 0;
+    if (options_.json)
+        emitJsonEvent("retrying", {{"items", std::uint64_t{status.failures.size()}}});
     if (!options_.quiet)
         std::printf("Trying %s again.\n",
                     countText(status.failures.size(), "failed item", "failed items").c_str());
@@ -312,6 +360,20 @@ void ConsoleSession::answerRetry(char key) {
 
 void ConsoleSession::printResult(const StatusSnapshot& status) {
     const std::string& folder = status.destination;
+    if (options_.json) {
+        emitNewFailures(status);
+        const double seconds =
+            uploadStarted_ ? std::chrono::duration<double>(Clock::now() - *uploadStarted_).count()
+                           : 0;
+        emitJsonEvent("completed",
+                      {{"files", status.filesArrived},
+                       {"bytes", status.bytesDone},
+                       {"failed", std::uint64_t{status.failures.size()}},
+                       {"destination", destinationShown_.empty() ? folder : destinationShown_},
+                       {"path", folder},
+                       {"seconds", seconds}});
+        return;
+    }
     if (!options_.quiet) {
         std::printf("%s\n", status.line1.c_str());
         std::printf("Destination: %s on %s (%s)\n",

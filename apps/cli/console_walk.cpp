@@ -10,6 +10,7 @@
 #include "console_session.h"
 #include "console_view.h"
 #include "destination/folder_node.h"
+#include "json_events.h"
 #include "platform/files.h"
 #include "progress_text.h"
 #include "terminal.h"
@@ -276,6 +277,12 @@ void ConsoleSession::startUpload() {
     terminal_.setRawInput(true);
     terminal_.startKeys([this](char k) { onKey(k); }, [this] { handleKeys(); });
     actions_.uploadFiles();
+    if (options_.json)
+        emitJsonEvent("started", {{"resumed", false},
+                                  {"files", files},
+                                  {"bytes", actions_.statusSnapshot().bytesTotal},
+                                  {"destination", destinationShown_},
+                                  {"device", deviceInfo("productName")}});
     showProgress(true);
 }
 
@@ -290,7 +297,10 @@ void ConsoleSession::onModal(Dialog dialog) {
                 showPauseChange();  // the stop button pauses before it asks
                 std::string prompt = view_.questionText();
                 if (prompt.empty()) prompt = "Stop the upload?";
-                std::printf("%s [y/N] ", prompt.c_str());
+                if (options_.json)
+                    emitJsonEvent("stop question", {{"text", prompt}, {"keys", "y stops"}});
+                else
+                    std::printf("%s [y/N] ", prompt.c_str());
                 std::fflush(stdout);
                 awaitingStopAnswer_ = true;
                 // A key typed ahead answers it; with stdin at its end, nobody can: "no".
@@ -315,6 +325,7 @@ void ConsoleSession::onModal(Dialog dialog) {
         case Dialog::DeviceMissing:
             // As the dialog's Close button: the upload waits, and goes on by itself once the
             // device is back.
+            if (options_.json) emitJsonEvent("waiting", {{"for", "device"}});
             if (!options_.quiet)
                 std::printf("%s is not reachable \u2014 waiting for it to come back (s stops).\n",
                             deviceInfo("productName").c_str());
@@ -322,6 +333,7 @@ void ConsoleSession::onModal(Dialog dialog) {
             view_.answer(dialog, ConsoleView::kAnswerFirst);
             break;
         case Dialog::DeviceFull:
+            if (options_.json) emitJsonEvent("waiting", {{"for", "space"}});
             if (!options_.quiet)
                 std::printf("The device is full \u2014 waiting for free space (s stops).\n");
             waitingFor_ = Waiting::Space;
@@ -341,10 +353,13 @@ void ConsoleSession::answerLostConnection() {
     const std::string sentence = view_.lostConnectionSentence();
     const bool answered =
         !sentence.empty() && sentence != actions_.localeText("LOST_CONNECTION_MSG_txt");
+    // With --json stdout holds only events: the sentence goes to stderr.
+    std::FILE* out = options_.json ? stderr : stdout;
     if (answered)
-        std::printf("The device at %s answered, but: %s\n", address.c_str(), sentence.c_str());
+        std::fprintf(out, "The device at %s answered, but: %s\n", address.c_str(),
+                     sentence.c_str());
     else
-        std::printf("Cannot reach the device at %s.\n", address.c_str());
+        std::fprintf(out, "Cannot reach the device at %s.\n", address.c_str());
     if (terminal_.inputIsTerminal()) {
         const auto answer = ask("Try again? [Y/n] ");
         if (!ended() && answer &&

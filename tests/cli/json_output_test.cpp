@@ -1,0 +1,83 @@
+// --json: every line on stdout is one JSON object naming its event, and file names of any bytes
+// stay valid JSON.
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <sstream>
+
+#include "cli_fixture.h"
+#include "json_events.h"
+
+using namespace qvt;
+using namespace qvt::clitest;
+
+namespace {
+
+constexpr double kDeadline = 60;
+
+std::vector<QJsonObject> eventsIn(const std::string& out) {
+    std::vector<QJsonObject> events;
+    std::istringstream in(out);
+    for (std::string line; std::getline(in, line);) {
+        QJsonParseError error{};
+        const QJsonDocument doc = QJsonDocument::fromJson(QByteArray::fromStdString(line), &error);
+        EXPECT_EQ(error.error, QJsonParseError::NoError) << "not JSON: " << line;
+        EXPECT_TRUE(doc.isObject()) << line;
+        events.push_back(doc.object());
+        EXPECT_TRUE(events.back().contains(QStringLiteral("event"))) << line;
+    }
+    return events;
+}
+
+std::vector<QJsonObject> named(const std::vector<QJsonObject>& events, const char* name) {
+    std::vector<QJsonObject> out;
+    for (const QJsonObject& e : events)
+        if (e.value(QStringLiteral("event")).toString() == QLatin1String(name)) out.push_back(e);
+    return out;
+}
+
+}  // namespace
+
+TEST(JsonEvents, StringsAreEscapedAndBytesThatAreNotUtf8BecomeTheReplacementCharacter) {
+    EXPECT_EQ(cli::jsonString("a\"b\\c\nd\x01"), "\"a\\\"b\\\\c\\u000ad\\u0001\"");
+    EXPECT_EQ(cli::jsonString("Gr\xc3\xbc\xc3\x9f"), "\"Gr\xc3\xbc\xc3\x9f\"");
+    EXPECT_EQ(cli::jsonString("bad\xffname\xc3"), "\"bad\xEF\xBF\xBDname\xEF\xBF\xBD\"");
+    EXPECT_EQ(cli::jsonEvent("x", {{"n", std::int64_t{-2}}, {"ok", true}, {"s", "t"}}),
+              "{\"event\":\"x\",\"n\":-2,\"ok\":true,\"s\":\"t\"}");
+}
+
+TEST_F(CliTest, JsonGivesOneObjectPerEventAndNothingElseOnStdout) {
+    TmpfsVolume volume(work / "Drive", 32 << 20);
+    ASSERT_TRUE(volume.ok());
+    fs::create_directories(volume.path() + "/Inbox");
+    makeSources(work / "src");
+    fs::create_symlink(work / "nowhere.txt", work / "src/Holiday/broken.txt");
+    test::writeFile(work / "src/Holiday/not utf8 \xff.txt", "odd\n");
+
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--name", "Test Drive", "--destination",
+                              "Drive/Inbox", "--json", work / "src/Holiday"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_EQ(child.errors(), "");
+    const std::vector<QJsonObject> events = eventsIn(child.output());
+    ASSERT_GE(events.size(), 4u) << child.output();
+
+    EXPECT_EQ(events.front().value(QStringLiteral("event")).toString(), QStringLiteral("started"));
+    const int counted = events.front().value(QStringLiteral("files")).toInt();
+    EXPECT_GT(counted, 1);
+    const auto failed = named(events, "failed");
+    ASSERT_EQ(failed.size(), 1u) << child.output();
+    EXPECT_EQ(failed[0].value(QStringLiteral("path")).toString().toStdString(),
+              work / "src/Holiday/broken.txt");
+    EXPECT_EQ(failed[0].value(QStringLiteral("reason")).toString(),
+              QStringLiteral("The link points to nothing."));
+    const auto completed = named(events, "completed");
+    ASSERT_EQ(completed.size(), 1u) << child.output();
+    EXPECT_EQ(completed[0].value(QStringLiteral("files")).toInt(), counted - 1);
+    EXPECT_EQ(completed[0].value(QStringLiteral("failed")).toInt(), 1);
+    EXPECT_EQ(completed[0].value(QStringLiteral("destination")).toString(),
+              QStringLiteral("Drive/Inbox"));
+    EXPECT_EQ(events.back().value(QStringLiteral("event")).toString(), QStringLiteral("ended"));
+    EXPECT_EQ(events.back().value(QStringLiteral("exitStatus")).toInt(), 1);
+    EXPECT_EQ(test::readFile(volume.path() + "/Inbox/Holiday/not utf8 \xff.txt"), "odd\n");
+}
