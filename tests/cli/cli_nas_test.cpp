@@ -48,6 +48,25 @@ class CliNas : public CliTest {
         return {"--nas", device_.address(), "--serial", "SN-CLI", "--name", "Test Cloud"};
     }
     std::string share(const std::string& name) const { return samba_->sharePath(name); }
+    // Writes a state file whose upload for SN-CLI still has work/memo.txt to copy into
+    // `folder` (SHARE/FOLDER) of the mount folder, and gives its text.
+    std::string recordPendingMemo(const std::string& folder) {
+        test::writeFile(work / "memo.txt", "memo\n");
+        const std::string record =
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+            "<key>SN-CLI</key><dict><key>isFileTransferCompleted</key><false/>"
+            "<key>selectedDestinationShare</key><string>" +
+            home.path() + "/.QVTransfer/" + folder +
+            "</string><key>sourceFilesPendingArray</key><array><dict>"
+            "<key>filesSelectCheckbox</key><integer>1</integer><key>fileName</key>"
+            "<string>memo.txt</string><key>fullFilePath</key><string>" +
+            (work / "memo.txt") +
+            "</string><key>numberOfFiles</key><string>1 file</string><key>numberOfFolders</key>"
+            "<string>0 folders</string><key>fileSize</key><integer>5</integer></dict></array>"
+            "</dict></dict></plist>\n";
+        test::writeFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist", record);
+        return record;
+    }
 
     static inline sim::SambaServer* samba_ = nullptr;
     static inline std::string startError_;
@@ -244,20 +263,7 @@ TEST_F(CliNas, AKilledUploadIsTakenUpWithResumeAndEveryFileArrivesOnce) {
 }
 
 TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {
-    test::writeFile(work / "memo.txt", "memo\n");
-    const std::string record =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict><key>SN-CLI</key>"
-        "<dict><key>isFileTransferCompleted</key><false/><key>selectedDestinationShare</key>"
-        "<string>" +
-        home.path() +
-        "/.QVTransfer/Nowhere/Trips</string><key>sourceFilesPendingArray</key><array><dict>"
-        "<key>filesSelectCheckbox</key><integer>1</integer><key>fileName</key>"
-        "<string>memo.txt</string><key>fullFilePath</key><string>" +
-        (work / "memo.txt") +
-        "</string><key>numberOfFiles</key><string>1 file</string><key>numberOfFolders</key>"
-        "<string>0 folders</string><key>fileSize</key><integer>5</integer></dict></array>"
-        "</dict></dict></plist>\n";
-    test::writeFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist", record);
+    const std::string record = recordPendingMemo("Nowhere/Trips");
     auto args = deviceArgs();
     args.push_back("--resume");
     ChildProcess child;
@@ -276,20 +282,7 @@ TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {
 // whatever the keychain holds (here a wrong password; a machine may run no keychain at all).
 TEST_F(CliNas, ResumeUsesTheAccountGivenOnTheCommandLine) {
     fs::create_directories(share("Family") + "/Trips");
-    test::writeFile(work / "memo.txt", "memo\n");
-    const std::string record =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict><key>SN-CLI</key>"
-        "<dict><key>isFileTransferCompleted</key><false/><key>selectedDestinationShare</key>"
-        "<string>" +
-        home.path() +
-        "/.QVTransfer/Family/Trips</string><key>sourceFilesPendingArray</key><array><dict>"
-        "<key>filesSelectCheckbox</key><integer>1</integer><key>fileName</key>"
-        "<string>memo.txt</string><key>fullFilePath</key><string>" +
-        (work / "memo.txt") +
-        "</string><key>numberOfFiles</key><string>1 file</string><key>numberOfFolders</key>"
-        "<string>0 folders</string><key>fileSize</key><integer>5</integer></dict></array>"
-        "</dict></dict></plist>\n";
-    test::writeFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist", record);
+    recordPendingMemo("Family/Trips");
     ASSERT_EQ(SetKeychainUsernameAndPasswordForNAS("SN-CLI", kUser, "not the password"), 0);
 
     auto args = deviceArgs();

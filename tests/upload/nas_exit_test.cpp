@@ -14,17 +14,8 @@ namespace {
 
 static ::testing::Environment* const kSamba = mounttest::sambaEnvironment();
 
-class NasExit : public ::testing::Test {
+class NasExit : public PrivateShareTest {
   protected:
-    void SetUp() override {
-        QVT_REQUIRE_SAMBA();
-        for (const auto& e : fs::directory_iterator(backing())) fs::remove_all(e.path());
-    }
-    void TearDown() override { box.releaseMounts(); }
-
-    static std::string backing() {
-        return mounttest::SambaEnvironment::server()->sharePath("Private");
-    }
     // What is left in the session's mount folder (the folder itself may stay).
     static std::vector<std::string> leftIn(UploadSession& s) {
         std::vector<std::string> names;
@@ -44,8 +35,6 @@ class NasExit : public ::testing::Test {
         if (share.empty() || !platform::files().isMountPoint(share)) return "";
         return share;
     }
-
-    mounttest::MountSandbox box;
 };
 
 TEST_F(NasExit, ACompletedUploadLeavesNothingMounted) {

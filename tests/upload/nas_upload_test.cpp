@@ -19,24 +19,12 @@ static ::testing::Environment* const kSamba = mounttest::sambaEnvironment();
 
 constexpr std::size_t kBig = 100u << 20;
 
-class NasUpload : public ::testing::Test {
+class NasUpload : public PrivateShareTest {
   protected:
-    void SetUp() override {
-        QVT_REQUIRE_SAMBA();
-        // The share's backing folder starts empty for every test.
-        for (const auto& e : fs::directory_iterator(backing())) fs::remove_all(e.path());
-    }
-    void TearDown() override { box.releaseMounts(); }
-
-    static std::string backing() {
-        return mounttest::SambaEnvironment::server()->sharePath("Private");
-    }
     void expectPasswordNeverLogged(UploadSession& s) {
         for (const auto& line : s.logLines())
             EXPECT_EQ(line.find(mounttest::kPassword), std::string::npos) << line;
     }
-
-    mounttest::MountSandbox box;
 };
 
 TEST_F(NasUpload, MixedTreeArrivesOnTheShareByteForByte) {

@@ -194,4 +194,21 @@ bool isPartialCopyOf(const std::string& inProcess, const std::string& finalPath)
 // The entries directly in a folder (names), from the kernel's view of it.
 std::set<std::string> namesIn(const std::string& folder);
 
+// Tests that upload to the "Private" share of the test Samba server: its backing folder starts
+// empty for every test, and the mounts a test made are let go after it.
+class PrivateShareTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        QVT_REQUIRE_SAMBA();
+        for (const auto& e : fs::directory_iterator(backing())) fs::remove_all(e.path());
+    }
+    void TearDown() override { box.releaseMounts(); }
+
+    static std::string backing() {
+        return mounttest::SambaEnvironment::server()->sharePath("Private");
+    }
+
+    mounttest::MountSandbox box;
+};
+
 }  // namespace qvt::uploadtest
