@@ -146,7 +146,7 @@ class Walker {
     // Counts one entry of the folder open as `fd`, and says whether it is a folder to go into.
     // The count is what the copy will do: a link is counted as what it leads to, a folder's
     // contents included; a link to nothing, and a link back into a folder above it (which the
-    // copy reports instead of following), are left out.
+    // copy reports as failed instead of following), are one file of no size each.
     Visit visit(int fd, const dirent& entry) {
         const char* name = entry.d_name;
         if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0')))
