@@ -15,6 +15,7 @@
 #include "session/view.h"
 
 class QDialog;
+class QKeyEvent;
 class QMessageBox;
 class QStackedWidget;
 class QStandardItemModel;
@@ -151,6 +152,8 @@ class QtTransferWindow : public QObject, public QVTransferView {
     // Gives the focus to the choice of `dialog` that loses nothing.
     void focusSafeChoice(Dialog dialog);
     bool eventFilter(QObject* watched, QEvent* event) override;
+    // Space and Delete on the source list's current row; true when the key was taken.
+    bool sourceListKey(const QKeyEvent& key);
     // Tells a screen reader what `widget` now says, without moving the focus.
     static void announce(QWidget* widget, const QString& text);
     static constexpr int kTagPauseRole = 3;

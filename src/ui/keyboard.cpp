@@ -10,11 +10,13 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QStackedWidget>
+#include <QStandardItemModel>
 
 #include "session/view_actions.h"
 #include "ui/QtTransferWindow.h"
 #include "ui/destination_outline_view.h"
 #include "ui/destination_tree_model.h"
+#include "ui/screen_roles.h"
 #include "ui/transfer_window_widget.h"
 
 namespace qvt {
@@ -81,7 +83,29 @@ void QtTransferWindow::setUpKeyboard() {
         if (QDialog* box = dialog(d)) box->installEventFilter(this);
     }
     root_->installEventFilter(this);
+    // The source list: Space ticks or unticks the current row, Delete takes it off the list,
+    // as the row's check box and remove button do for the mouse.
+    if (auto* table = control<QAbstractItemView>(QStringLiteral("sourceFilesTableView")))
+        table->installEventFilter(this);
     nameControls();
+}
+
+bool QtTransferWindow::sourceListKey(const QKeyEvent& key) {
+    auto* table = control<QAbstractItemView>(QStringLiteral("sourceFilesTableView"));
+    const QModelIndex current = table ? table->currentIndex() : QModelIndex();
+    if (!current.isValid() || !sourceModel_) return false;
+    const int row = current.row();
+    if (key.key() == Qt::Key_Space) {
+        QStandardItem* tick = sourceModel_->item(row, ui::kSourceCheckColumn);
+        if (!tick || !tick->isCheckable() || !tick->isEnabled()) return false;
+        tick->setCheckState(tick->checkState() == Qt::Checked ? Qt::Unchecked : Qt::Checked);
+        return true;
+    }
+    if (key.key() == Qt::Key_Delete || key.key() == Qt::Key_Backspace) {
+        actions_.processDeleteFiles(row);
+        return true;
+    }
+    return false;
 }
 
 void QtTransferWindow::nameControls() {
@@ -167,6 +191,9 @@ bool QtTransferWindow::eventFilter(QObject* watched, QEvent* event) {
         }
         return false;
     }
+
+    if (watched == control(QStringLiteral("sourceFilesTableView")) && sourceListKey(*key))
+        return true;
 
     if (watched == root_.get() && isReturn(key)) {
         // A field or a list handles its own Return; a focused button is pressed; otherwise the

@@ -11,6 +11,7 @@
 #include <QTimer>
 #include <set>
 
+#include "source/source_entry.h"
 #include "window_fixture.h"
 
 namespace qvt::test {
@@ -59,6 +60,32 @@ TEST_F(WindowTest, EveryControlThatActsTakesTheFocusAndHasAName) {
     // Each dialog is named after its question.
     for (QDialog* box : window->window()->findChildren<QDialog*>())
         EXPECT_FALSE(box->accessibleName().isEmpty()) << box->objectName().toStdString();
+}
+
+// The source list by keyboard: Space ticks and unticks the current row, Delete takes it off.
+TEST_F(WindowTest, SpaceTicksAndDeleteRemovesTheCurrentSourceRow) {
+    make(dasDevice());
+    const std::string a = harness.home / "home/Pictures";
+    const std::string b = harness.home / "home/notes.txt";
+    writeFile(a + "/one.jpg", "1");
+    writeFile(b, "hello");
+    wizard->sourceFilesArray.set(
+        List{source::makeSourceEntry(a, true), source::makeSourceEntry(b, true)});
+    wizard->showScreen(Screen::Sources);
+    window->showSources(wizard->sourcesScreen());
+    auto* table = window->control<QAbstractItemView>(QStringLiteral("sourceFilesTableView"));
+    ASSERT_NE(table, nullptr);
+    table->setCurrentIndex(table->model()->index(0, 1));
+
+    QTest::keyClick(table, Qt::Key_Space);
+    EXPECT_EQ(wizard->sourceFilesArray.get()[0].asRecord()->integer("filesSelectCheckbox"), 0);
+    QTest::keyClick(table, Qt::Key_Space);
+    EXPECT_EQ(wizard->sourceFilesArray.get()[0].asRecord()->integer("filesSelectCheckbox"), 1);
+
+    QTest::keyClick(table, Qt::Key_Delete);
+    ASSERT_TRUE(waitFor([&] { return wizard->sourceFilesArray.get().size() == 1; }));
+    EXPECT_EQ(wizard->sourceFilesArray.get()[0].asRecord()->string("fullFilePath"), b);
+    EXPECT_TRUE(waitFor([&] { return table->model()->rowCount() == 1; }));
 }
 
 // The destination tree's column header is read out: a name people say, not the column's
