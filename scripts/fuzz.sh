@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the libFuzzer harnesses of tests/fuzz with Clang, AddressSanitizer and
-# UndefinedBehaviorSanitizer, and runs each for SECONDS (default 60), starting from its seed
+# Builds the libFuzzer harnesses of tests/fuzz (and the code they exercise) with Clang,
+# AddressSanitizer and UndefinedBehaviorSanitizer, and runs each for SECONDS (default 60), starting from its seed
 # corpus in tests/fuzz/corpus/. New inputs go to BUILD_DIR/corpus, never into the repository.
 # A crash, a sanitizer report, a time-out or a leak stops the run; the input that caused it is
 # left as BUILD_DIR/crash-<harness>-* (add it to the seeds and a regression test).

@@ -1,13 +1,13 @@
 // Share URLs and names on a share, built from whatever a device lists: a share name that may
-// stand as a folder gives a URL that parses back to the same host and share, and every name a
-// folder can hold (valid UTF-8, without the private-use characters the mapping writes) maps to
-// a name the share accepts and back to itself.
+// stand as a folder gives a URL that parses back to the same host and share, a path piece
+// escaped for a URL reads back as itself, and every name a folder can hold (valid UTF-8, without
+// the private-use characters the mapping writes) maps to a name the share accepts and back to
+// itself.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 
-#include "platform/smb_client.h"
 #include "platform/smb_names.h"
 #include "platform/smb_url.h"
 
@@ -45,11 +45,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string relative = b == std::string::npos ? "" : input.substr(b + 1);
 
     namespace p = qvt::platform;
-    const std::string url = p::smb::url(host, share, relative);
-    if (plainHost(host) && p::isSafeFolderName(share) && share.find('\0') == std::string::npos) {
-        const p::ShareUrl parsed = p::parseShareUrl(p::smb::url(host, share, ""));
+    // The share URL as a remount URL is written: "smb://HOST/SHARE", the share escaped.
+    if (plainHost(host) && p::isSafeFolderName(share)) {
+        const p::ShareUrl parsed =
+            p::parseShareUrl("smb://" + host + "/" + p::escapeUrlComponent(share));
         if (!parsed.valid || parsed.host != host || parsed.share != share) std::abort();
     }
+    // Every piece of a path escaped for a URL reads back as itself, and holds no "/" or blank.
+    const std::string escaped = p::escapeUrlComponent(relative);
+    if (escaped.find_first_of("/ ") != std::string::npos) std::abort();
+    if (p::removePercentEscapes(escaped) != relative) std::abort();
 
     // A name in a folder: no NUL and no "/" (the file system allows neither), not empty, "."
     // or "..".
