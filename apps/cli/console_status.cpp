@@ -360,25 +360,24 @@ void ConsoleSession::answerRetry(char key) {
 
 void ConsoleSession::printResult(const StatusSnapshot& status) {
     const std::string& folder = status.destination;
+    // The destination as the user named it, else the folder it is.
+    const std::string& shown = destinationShown_.empty() ? folder : destinationShown_;
+    const double seconds =
+        uploadStarted_ ? std::chrono::duration<double>(Clock::now() - *uploadStarted_).count() : 0;
     if (options_.json) {
         emitNewFailures(status);
-        const double seconds =
-            uploadStarted_ ? std::chrono::duration<double>(Clock::now() - *uploadStarted_).count()
-                           : 0;
-        emitJsonEvent("completed",
-                      {{"files", status.filesArrived},
-                       {"bytes", status.bytesDone},
-                       {"failed", std::uint64_t{status.failures.size()}},
-                       {"destination", destinationShown_.empty() ? folder : destinationShown_},
-                       {"path", folder},
-                       {"seconds", seconds}});
+        emitJsonEvent("completed", {{"files", status.filesArrived},
+                                    {"bytes", status.bytesDone},
+                                    {"failed", std::uint64_t{status.failures.size()}},
+                                    {"destination", shown},
+                                    {"path", folder},
+                                    {"seconds", seconds}});
         return;
     }
     if (!options_.quiet) {
         std::printf("%s\n", status.line1.c_str());
-        std::printf("Destination: %s on %s (%s)\n",
-                    destinationShown_.empty() ? folder.c_str() : destinationShown_.c_str(),
-                    status.productName.c_str(), folder.c_str());
+        std::printf("Destination: %s on %s (%s)\n", shown.c_str(), status.productName.c_str(),
+                    folder.c_str());
     }
     if (!status.failures.empty()) {
         std::printf("Failed (%zu):\n", status.failures.size());
@@ -386,13 +385,9 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
             std::printf("  %s: %s\n", item.sourceFilePath.c_str(), item.localizedError.c_str());
     }
     // The last line says what happened, for a reader and for a script's log alike.
-    const double seconds =
-        uploadStarted_ ? std::chrono::duration<double>(Clock::now() - *uploadStarted_).count() : 0;
     std::printf(
         "%s, %s uploaded to %s in %s%s\n", countText(status.filesArrived, "file", "files").c_str(),
-        progressBytesText(status.bytesDone).c_str(),
-        destinationShown_.empty() ? folder.c_str() : destinationShown_.c_str(),
-        durationText(seconds).c_str(),
+        progressBytesText(status.bytesDone).c_str(), shown.c_str(), durationText(seconds).c_str(),
         status.failures.empty()
             ? ""
             : ("; " + countText(status.failures.size(), "item", "items") + " failed").c_str());
