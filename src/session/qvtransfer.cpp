@@ -155,9 +155,12 @@ void QVTransferPrivate::awakeFromInterface() {
 }
 
 void QVTransferPrivate::populateDefaultsFolderArray() {
+    // This runs on a worker while the main thread goes on with the controller, so it reads the
+    // home folder from the services, which never change after the start, not from the member.
+    const std::string& home = services_->folders.home;
     std::vector<std::string> folders;
     for (const std::string& entry : qvt::resourcePathList("DefaultsSourceFilesList"))
-        folders.push_back(userHomeDirectory + "/" + entry);
+        folders.push_back(home + "/" + entry);
     parseDefaultsSourceFilesList.set(std::move(folders));
 }
 

@@ -210,7 +210,7 @@ class KillCampaign : public CliTest {
 int trialCount() {
     const char* text = std::getenv("QVT_KILL_TRIALS");
     const int n = text ? std::atoi(text) : 0;
-    return n > 0 ? n : 10;
+    return n > 0 ? n : (test::kSanitizedBuild ? 6 : 10);
 }
 
 unsigned firstSeed() {

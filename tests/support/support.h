@@ -36,6 +36,15 @@ class TempDir {
 // seconds. Returns whether `done()` became true.
 bool waitFor(const std::function<bool()>& done, double seconds = 10.0);
 
+// True in a build with AddressSanitizer or ThreadSanitizer, where each instruction of ours runs
+// several times slower: the long uploads of the recovery tests and the kill campaign use fewer
+// files or trials there, and still take the device away while the copy is under way.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool kSanitizedBuild = true;
+#else
+inline constexpr bool kSanitizedBuild = false;
+#endif
+
 // Where tests put their pictures and other artefacts ($QVT_TEST_OUTPUT, else /tmp).
 std::string outputFolder();
 // Writes `bytes` to `path`, creating parent folders.

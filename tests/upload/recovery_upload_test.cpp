@@ -112,7 +112,8 @@ class DeviceRecovery : public ::testing::Test {
 
 TEST_F(DeviceRecovery, TheDeviceGoesAwayAndComesBackAndTheUploadCompletesWhole) {
     test::TempDir sources;
-    const std::string tree = makeRecoveryTree(sources.path(), 3000, 3);
+    const std::string tree =
+        makeRecoveryTree(sources.path(), test::kSanitizedBuild ? 1000 : 3000, 3);
     const Snapshot expected = snapshot(tree, true);
     auto s = startUpload(tree, "Private");
 
@@ -227,7 +228,8 @@ class VolumeRecovery : public ::testing::Test {
 
 TEST_F(VolumeRecovery, AVolumeMountedAgainElsewhereGetsTheRestOfTheUpload) {
     test::TempDir sources;
-    const std::string tree = makeRecoveryTree(sources.path(), 2000, 2);
+    const std::string tree =
+        makeRecoveryTree(sources.path(), test::kSanitizedBuild ? 700 : 2000, 2);
     const Snapshot expected = snapshot(tree, true);
     UploadSession s(dasDeviceFor(*volume));
     ASSERT_TRUE(s.addSources({tree}));
