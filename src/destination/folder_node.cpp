@@ -71,6 +71,31 @@ Record* resolve(List& roots, const std::vector<std::size_t>& indexPath,
     return node;
 }
 
+namespace {
+
+bool findIn(const List& level, const std::string& folderFullPath, std::vector<std::size_t>& path) {
+    for (std::size_t i = 0; i < level.size(); ++i) {
+        const Record* node = level[i].asRecord();
+        if (!node) continue;
+        path.push_back(i);
+        if (node->string(kFolderFullPath) == folderFullPath) return true;
+        if (const List* children = node->list(kUploadFoldersArray);
+            children && findIn(*children, folderFullPath, path))
+            return true;
+        path.pop_back();
+    }
+    return false;
+}
+
+}  // namespace
+
+std::optional<std::vector<std::size_t>> findNode(const List& roots,
+                                                 const std::string& folderFullPath) {
+    std::vector<std::size_t> path;
+    if (folderFullPath.empty() || !findIn(roots, folderFullPath, path)) return std::nullopt;
+    return path;
+}
+
 CellStyle cellStyle(const Record& node, bool selectedBackground) {
     CellStyle style;
     style.image = node.string(kFolderImage);

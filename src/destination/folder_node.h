@@ -56,6 +56,11 @@ const Record* nodeAt(const List& roots, const std::vector<std::size_t>& indexPat
 Record* resolve(List& roots, const std::vector<std::size_t>& indexPath,
                 const std::string& folderFullPath);
 
+// The index path of the node for `folderFullPath`, searched through every loaded level; nothing
+// when no node stands for it.
+std::optional<std::vector<std::size_t>> findNode(const List& roots,
+                                                 const std::string& folderFullPath);
+
 // How a row of the tree is drawn: its text colour and its image.
 struct CellColour {
     int red, green, blue, alpha;

@@ -193,6 +193,24 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // re-arranges the tree on the main thread (expansion worker).
     void buildDestinationFilesTree(const std::string& folderName, const std::string& folderFullPath,
                                    const FolderNodeRef& folderDictOutlineView);
+    // ---- A new folder at the destination ----
+    // The new-folder link (main): makes the folder on a thread of its own.
+    void createNewFolderAtDestination() override;
+    // Makes the folder inside the selected row's folder under the default name, puts its row
+    // first among the parent's children and starts editing its name (its own thread).
+    void createNewFolder();
+    // The end of the in-place edit: the folder made here takes the typed name on disk, or keeps
+    // its name when the rename fails (main).
+    void textDidEndEditing(const std::string& folderName) override;
+    // The cancel button beside the new folder: takes it off the disk and out of the tree (main).
+    void deleteNewFolder() override;
+    // Whether `name` can be the name of one folder inside another.
+    static bool isFolderName(const std::string& name);
+    // Whether `path` is a folder the new-folder link made in this session (and not yet taken
+    // back): only those are renamed or removed.
+    bool madeAsNewFolder(const std::string& path) const;
+    qvt::Guarded<std::vector<std::string>> newFoldersMade;
+
     // The source screen's Next button (main).
     void selectDestinationForFileTransfer() override;
     // The protected-files dialog's buttons by tag: 1 stays on the sources, 2 goes on (main).

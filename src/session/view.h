@@ -43,6 +43,27 @@ class QVTransferView {
     // The folder of the destination outline's selected row ("" when no row is selected).
     virtual std::string selectedDestinationFolder() const { return {}; }
 
+    // ---- The destination tree's new folder (main thread; front ends without a tree ignore
+    // them) ----
+    // Expands the row of `folderPath` (not its children) as the user's click would, so the
+    // controller's outlineViewItemDidExpand hears of it.
+    virtual void expandDestinationFolder(const std::string& folderPath) { (void)folderPath; }
+    // The row of `folderPath` among the rows shown, counted from 0 at the top; -1 when it is
+    // not shown.
+    virtual int destinationRowOf(const std::string& folderPath) const {
+        (void)folderPath;
+        return -1;
+    }
+    // Selects `row` alone, scrolls it into view, starts editing its name with the text
+    // selected, and shows the new folder's cancel button beside it. The end of the edit goes
+    // to the controller's textDidEndEditing.
+    virtual void editDestinationRow(int row) { (void)row; }
+    // After the edit: the name is no longer editable, `row` is selected again, the tree takes
+    // the focus and the cancel button is hidden.
+    virtual void endDestinationEditing(int row) { (void)row; }
+    // Hides the cancel button and brings the names back into view.
+    virtual void hideNewFolderCancelButton() {}
+
     // ---- Questions: each runs its dialog modally on the main thread (a call from another
     // thread waits for it) and answers what the user chose, or Dismissed when the dialog was
     // ended another way (endModal, stopModal, the window closing) ----

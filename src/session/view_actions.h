@@ -58,6 +58,12 @@ class QVTransferActions {
     // ---- Destination screen ----
     // A node of the tree was expanded: `userInfo` holds its index path under "NSObject".
     virtual void outlineViewItemDidExpand(const Record& userInfo) = 0;
+    // The new-folder link; the cancel button beside the new folder; the end of the in-place
+    // edit of its name, with the text typed (or the name as it was, when the edit was
+    // cancelled).
+    virtual void createNewFolderAtDestination() = 0;
+    virtual void deleteNewFolder() = 0;
+    virtual void textDidEndEditing(const std::string& folderName) = 0;
     virtual void uploadFiles() = 0;
 
     // ---- Status screen ----

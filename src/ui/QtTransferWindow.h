@@ -59,6 +59,12 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void showFailedList(const FailedList& list) override;
     void showErrorWindow() override;
     std::string selectedDestinationFolder() const override;
+    // The new folder's row in the destination tree (new_folder_row.cpp).
+    void expandDestinationFolder(const std::string& folderPath) override;
+    int destinationRowOf(const std::string& folderPath) const override;
+    void editDestinationRow(int row) override;
+    void endDestinationEditing(int row) override;
+    void hideNewFolderCancelButton() override;
     StopAnswer askStopUpload(const StopQuestion& question) override;
     ProtectedFilesAnswer askMoveProtectedFiles(const ProtectedFilesQuestion& question) override;
     LostConnectionAnswer askLostConnection() override;
@@ -113,6 +119,8 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void sourceNextClicked();
     // Destination screen.
     void uploadClicked();
+    void newFolderClicked();
+    void deleteNewFolderClicked();
     // Status screen.
     void pauseResumeOrStopClicked();
     void statusCloseClicked();
@@ -165,7 +173,8 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void applyUsers(const UsersScreen& screen);
     void applySources(const SourcesScreen& screen);
     void applyDestinations(const DestinationScreen& screen);
-    // Upload is enabled when the controller allows it and a destination row is selected.
+    // Upload and the new-folder link are enabled when the controller allows them and a
+    // destination row is selected.
     void updateUploadButton();
     // Opens a message over the window with one Close button ("<name>Message",
     // "<name>CloseButton"); it deletes itself when closed.
@@ -197,6 +206,7 @@ class QtTransferWindow : public QObject, public QVTransferView {
     std::vector<QPointer<QDialog>> modalRuns_;
     bool closingProgrammatically_ = false;
     bool uploadAllowed_ = false;
+    bool newFolderAllowed_ = false;
     // What the window last announced to assistive technology, so a change is told once.
     QString announcedStatus_;
     bool announcedIncorrectPassword_ = false;

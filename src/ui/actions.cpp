@@ -48,6 +48,8 @@ void QtTransferWindow::connectActions() {
         connect(table, &QTableView::clicked, this, &QtTransferWindow::sourceCellClicked);
 
     onClick("uploadFilesButton", &QtTransferWindow::uploadClicked);
+    onClick("createNewFolderLink", &QtTransferWindow::newFolderClicked);
+    onClick("deleteNewFolderButton", &QtTransferWindow::deleteNewFolderClicked);
 
     onClick("pauseResumeTransferButton", &QtTransferWindow::pauseResumeOrStopClicked);
     onClick("stopTransferButton", &QtTransferWindow::pauseResumeOrStopClicked);
@@ -77,10 +79,6 @@ void QtTransferWindow::connectActions() {
 }
 
 void QtTransferWindow::withholdUnofferedControls() {
-    // Creating a folder at the destination is not offered yet: its link and button stay
-    // hidden.
-    for (const char* name : {"createNewFolderLink", "deleteNewFolderButton"})
-        if (QWidget* w = control(QString::fromLatin1(name))) w->hide();
     // The uploaded files open at once; the spinner for a slow opening is never needed.
     if (QWidget* w = control(QStringLiteral("showUploadedFilesProgressIndicator"))) w->hide();
 }

@@ -20,6 +20,9 @@ class DestinationCellDelegate : public QStyledItemDelegate {
   public:
     using QStyledItemDelegate::QStyledItemDelegate;
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    // The editor of a new folder's name opens with the whole name selected, ready to be typed
+    // over.
+    void setEditorData(QWidget* editor, const QModelIndex& index) const override;
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;
 
@@ -39,12 +42,33 @@ class DestinationOutlineView : public QTreeView {
     // The selected node's folder path, or "" when nothing is selected.
     QString selectedFolderPath() const;
 
+    // ---- The new folder's row ----
+    // Expands the row of `folderFullPath` (not its children).
+    void expandFolder(const QString& folderFullPath);
+    // The row of `folderFullPath` among the rows shown, from 0 at the top; -1 when not shown.
+    int rowOfPath(const QString& folderFullPath) const;
+    // Selects `row` alone, scrolls to it, opens the editor on its name with the text selected
+    // and puts `cancelButton` in the middle of its button cell.
+    void editRow(int row, QWidget* cancelButton);
+    // The name is no longer editable; `row` is selected again and the tree takes the focus.
+    void endEditing(int row);
+    // The new folder's row went away while its name was edited: nothing is editable any more.
+    void forgetEditing();
+
   signals:
     // The selection changed (by the mouse, the keyboard or a reload).
     void selectedFolderChanged();
 
+  protected:
+    // The end of the name's edit, however it ends (Return, a click elsewhere, Escape), is
+    // handed to the controller once, with the typed text or, after Escape, the name as it was.
+    void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
+
   private:
     void onExpanded(const QModelIndex& index);
+    // The index of the shown row `row` (column 0), or an invalid one.
+    QModelIndex indexAtRow(int row) const;
+    bool editingNewFolder_ = false;
 
     QVTransferActions& controller_;
     DestinationTreeModel* model_;

@@ -277,7 +277,15 @@ void DestinationTreeModel::setNameHeader(const QString& text) {
 
 Qt::ItemFlags DestinationTreeModel::flags(const QModelIndex& index) const {
     if (!index.isValid()) return Qt::NoItemFlags;
-    return Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    if (index.column() == kNameColumn && !editablePath_.empty() &&
+        itemFor(index)->path == editablePath_)
+        flags |= Qt::ItemIsEditable;
+    return flags;
+}
+
+void DestinationTreeModel::setEditablePath(const QString& folderFullPath) {
+    editablePath_ = folderFullPath.toStdString();
 }
 
 }  // namespace qvt::ui

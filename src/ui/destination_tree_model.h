@@ -47,6 +47,8 @@ class DestinationTreeModel : public QAbstractItemModel {
     // The name column's header as people read it (a screen reader speaks it); the column's
     // identifier stays "folderName".
     void setNameHeader(const QString& text);
+    // The name of the row of `folderFullPath` may be edited in place; "" for no row.
+    void setEditablePath(const QString& folderFullPath);
 
     QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
     QModelIndex parent(const QModelIndex& child) const override;
@@ -69,6 +71,7 @@ class DestinationTreeModel : public QAbstractItemModel {
     mutable std::map<std::string, QIcon> iconCache_;
     bool relayoutNeeded_ = false;
     QString nameHeader_ = QStringLiteral("folderName");
+    std::string editablePath_;
 };
 
 }  // namespace qvt::ui

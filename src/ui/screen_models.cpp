@@ -145,6 +145,7 @@ void QtTransferWindow::applyDestinations(const DestinationScreen& screen) {
         control<ui::DestinationOutlineView>(QStringLiteral("destinationFolderOutlineView"));
     if (tree) tree->showTree(screen.roots);
     uploadAllowed_ = screen.uploadEnabled;
+    newFolderAllowed_ = screen.newFolderEnabled;
     if (tree && !watchingDestinationSelection_) {
         watchingDestinationSelection_ = true;
         connect(tree, &ui::DestinationOutlineView::selectedFolderChanged, this,
@@ -154,12 +155,15 @@ void QtTransferWindow::applyDestinations(const DestinationScreen& screen) {
 }
 
 void QtTransferWindow::updateUploadButton() {
-    // Upload needs a folder to upload to: without a selected row there is none, whatever the
-    // tree's state.
+    // Upload needs a folder to upload to, and a new folder a folder to be made in: without a
+    // selected row there is none, whatever the tree's state.
     auto* tree =
         control<ui::DestinationOutlineView>(QStringLiteral("destinationFolderOutlineView"));
+    const bool selected = tree && !tree->selectedFolderPath().isEmpty();
     if (QWidget* upload = control(QStringLiteral("uploadFilesButton")))
-        upload->setEnabled(uploadAllowed_ && tree && !tree->selectedFolderPath().isEmpty());
+        upload->setEnabled(uploadAllowed_ && selected);
+    if (QWidget* link = control(QStringLiteral("createNewFolderLink")))
+        link->setEnabled(newFolderAllowed_ && selected);
 }
 
 void QtTransferWindow::applyStatus(const StatusSnapshot& status) {

@@ -308,8 +308,9 @@ TEST_F(ShareList, PictureOfTheSharesOnTheDestinationScreen) {
     EXPECT_FALSE(window->control(QStringLiteral("uploadFilesButton"))->isEnabled());
     tree->setCurrentIndex(model->index(0, 0));
     EXPECT_TRUE(window->control(QStringLiteral("uploadFilesButton"))->isEnabled());
-    // Creating a folder is not offered yet: its link stays hidden.
-    EXPECT_TRUE(window->control(QStringLiteral("createNewFolderLink"))->isHidden());
+    // A new folder can be made in the selected share.
+    EXPECT_TRUE(window->control(QStringLiteral("createNewFolderLink"))->isVisible());
+    EXPECT_TRUE(window->control(QStringLiteral("createNewFolderLink"))->isEnabled());
     const QModelIndex backup = model->index(0, 0);
     EXPECT_TRUE(model->hasChildren(backup));
     EXPECT_FALSE(model->hasChildren(model->index(1, 0)));

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -243,6 +244,76 @@ void ScriptedView::moveControl(const std::string& control, double y, double heig
 std::string ScriptedView::selectedDestinationFolder() const {
     std::lock_guard lock(s_->mutex);
     return s_->selectedFolder;
+}
+
+namespace {
+
+// Appends the shown rows below `level` (the roots, or an expanded row's children) to `rows`.
+void shownRows(const List& level, const std::set<std::string>& expanded,
+               std::vector<std::string>& rows) {
+    for (const Value& value : level) {
+        const Record* node = value.asRecord();
+        if (!node || node->empty()) continue;  // a placeholder is not a row
+        const std::string path = node->string("folderFullPath");
+        rows.push_back(path);
+        if (const List* children = node->list("uploadFoldersArray");
+            children && expanded.count(path))
+            shownRows(*children, expanded, rows);
+    }
+}
+
+}  // namespace
+
+void ScriptedView::expandDestinationFolder(const std::string& folderPath) {
+    std::function<void(const std::string&)> hook;
+    {
+        std::lock_guard lock(s_->mutex);
+        s_->calls.push_back("expandDestinationFolder " + folderPath);
+        // Expanding a row already expanded changes nothing and tells no one, as in the window.
+        if (!s_->expandedFolders.insert(folderPath).second) return;
+        hook = s_->onExpand;
+    }
+    if (hook) hook(folderPath);
+}
+
+std::string ScriptedView::destinationFolderAtRow(int row) const {
+    std::lock_guard lock(s_->mutex);
+    std::vector<std::string> rows;
+    shownRows(s_->destinations.roots, s_->expandedFolders, rows);
+    return row >= 0 && static_cast<std::size_t>(row) < rows.size() ? rows[row] : std::string();
+}
+
+int ScriptedView::destinationRowOf(const std::string& folderPath) const {
+    std::lock_guard lock(s_->mutex);
+    std::vector<std::string> rows;
+    shownRows(s_->destinations.roots, s_->expandedFolders, rows);
+    const auto it = std::find(rows.begin(), rows.end(), folderPath);
+    return it == rows.end() ? -1 : static_cast<int>(it - rows.begin());
+}
+
+void ScriptedView::editDestinationRow(int row) {
+    const std::string folder = destinationFolderAtRow(row);
+    std::lock_guard lock(s_->mutex);
+    s_->calls.push_back("editDestinationRow " + std::to_string(row));
+    // The row is selected alone, as the window does before it opens the editor.
+    s_->selectedFolder = folder;
+    s_->editedRow = row;
+    s_->cancelButtonShown = true;
+}
+
+void ScriptedView::endDestinationEditing(int row) {
+    const std::string folder = destinationFolderAtRow(row);
+    std::lock_guard lock(s_->mutex);
+    s_->calls.push_back("endDestinationEditing " + std::to_string(row));
+    s_->selectedFolder = folder;
+    s_->editedRow = -1;
+    s_->cancelButtonShown = false;
+}
+
+void ScriptedView::hideNewFolderCancelButton() {
+    std::lock_guard lock(s_->mutex);
+    s_->calls.push_back("hideNewFolderCancelButton");
+    s_->cancelButtonShown = false;
 }
 
 std::vector<std::string> ScriptedView::calls() const {

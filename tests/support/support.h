@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -72,6 +73,14 @@ class ScriptedView : public QVTransferView {
         std::string shownName;
         // What selectedDestinationFolder() answers: the row a test "selected".
         std::string selectedFolder;
+        // The destination rows shown expanded, by path, and what an expansion tells the
+        // controller (a test sets it to call outlineViewItemDidExpand, as the window does).
+        std::set<std::string> expandedFolders;
+        std::function<void(const std::string& folderPath)> onExpand;
+        // The row whose name is being edited in place (-1 for none), and whether the new
+        // folder's cancel button is shown.
+        int editedRow = -1;
+        bool cancelButtonShown = false;
         // The latest value of each screen.
         UsersScreen users;
         SourcesScreen sources;
@@ -125,6 +134,14 @@ class ScriptedView : public QVTransferView {
     void setTag(const std::string& control, int tag) override;
     void moveControl(const std::string& control, double y, double heightDelta) override;
     std::string selectedDestinationFolder() const override;
+    void expandDestinationFolder(const std::string& folderPath) override;
+    int destinationRowOf(const std::string& folderPath) const override;
+    void editDestinationRow(int row) override;
+    void endDestinationEditing(int row) override;
+    void hideNewFolderCancelButton() override;
+    // The folder of shown row `row` of the destination tree as last shown ("" for none):
+    // the roots and, below each expanded row, its children.
+    std::string destinationFolderAtRow(int row) const;
 
     // Thread-safe snapshot of the calls so far (views are driven from the main thread, tests
     // read from it too).

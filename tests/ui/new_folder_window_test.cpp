@@ -1,0 +1,131 @@
+// The new folder in the real window: the link makes it, its row opens in an editor with the
+// default name selected and the cancel button beside it, typing a name and Return renames it on
+// disk, the cancel button takes it back.
+#include <QAbstractButton>
+#include <QApplication>
+#include <QLineEdit>
+#include <QTest>
+#include <QTreeView>
+#include <filesystem>
+
+#include "destination/folder_node.h"
+#include "ui/destination_outline_view.h"
+#include "window_fixture.h"
+
+namespace qvt::test {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace qvt::destination;
+
+class NewFolderWindow : public WindowTest {
+  protected:
+    // The destination screen with one root ("Drive", two folders, its level not loaded),
+    // selected.
+    void onDestinationScreen() {
+        make(dasDevice());
+        drive = harness.home / "Drive";
+        fs::create_directories(drive + "/Photos");
+        fs::create_directories(drive + "/Music");
+        Record root = makeFolderNode("Drive", drive, fileIconFor(drive));
+        root.set(kUploadFoldersArray, List{placeholderRecord()});
+        wizard->destinationFoldersList.set(List{root});
+        wizard->finishedPopulatingDestinationFolders = true;
+        wizard->setUploadFilesButtonEnable(true);
+        wizard->setCreateNewFolderLinkEnabled(true);
+        wizard->showScreen(Screen::Destination);
+        window->bringToFront();
+        tree = window->control<ui::DestinationOutlineView>(
+            QStringLiteral("destinationFolderOutlineView"));
+        ASSERT_NE(tree, nullptr);
+        ASSERT_TRUE(waitFor([&] { return tree->model()->rowCount() == 1; }));
+        link = window->control<QAbstractButton>(QStringLiteral("createNewFolderLink"));
+        cancel = window->control<QAbstractButton>(QStringLiteral("deleteNewFolderButton"));
+        ASSERT_NE(link, nullptr);
+        ASSERT_NE(cancel, nullptr);
+    }
+    QLineEdit* editor() const {
+        for (QLineEdit* line : tree->viewport()->findChildren<QLineEdit*>())
+            if (line->isVisible()) return line;
+        return nullptr;
+    }
+    // Presses the link and waits for the editor of the new row.
+    bool pressNewFolder() {
+        if (!link->isVisible() || !link->isEnabled()) return false;
+        link->click();
+        return waitFor([&] { return editor() != nullptr; });
+    }
+
+    std::string drive;
+    ui::DestinationOutlineView* tree = nullptr;
+    QAbstractButton* link = nullptr;
+    QAbstractButton* cancel = nullptr;
+};
+
+TEST_F(NewFolderWindow, TheLinkNeedsASelectedFolder) {
+    onDestinationScreen();
+    EXPECT_TRUE(link->isVisible());
+    EXPECT_FALSE(link->isEnabled());
+    tree->setCurrentIndex(tree->model()->index(0, 0));
+    EXPECT_TRUE(waitFor([&] { return link->isEnabled(); }));
+}
+
+TEST_F(NewFolderWindow, TheNewRowIsEditedAndReturnRenamesTheFolder) {
+    onDestinationScreen();
+    tree->setCurrentIndex(tree->model()->index(0, 0));
+    ASSERT_TRUE(pressNewFolder());
+    const QString name = QString::fromStdString(wizard->localeNEW_FOLDER_txt);
+    EXPECT_TRUE(fs::is_directory(drive + "/" + wizard->localeNEW_FOLDER_txt));
+    QLineEdit* line = editor();
+    EXPECT_EQ(line->text(), name);
+    EXPECT_EQ(line->selectedText(), name);
+    // The root was expanded and its level loaded; the row being edited is the new folder's.
+    EXPECT_TRUE(tree->isExpanded(tree->model()->index(0, 0)));
+    EXPECT_EQ(tree->selectedFolderPath().toStdString(), drive + "/" + wizard->localeNEW_FOLDER_txt);
+    EXPECT_TRUE(cancel->isVisible());
+    EXPECT_TRUE(tree->visualRect(tree->currentIndex().siblingAtColumn(1))
+                    .contains(cancel->geometry().center()));
+    savePicture(window->window()->grab().toImage(), "destination-new-folder");
+
+    line->setFocus();
+    QTest::keyClicks(line, "Holiday");
+    QTest::keyClick(line, Qt::Key_Return);
+    ASSERT_TRUE(waitFor([&] { return fs::is_directory(drive + "/Holiday"); }));
+    EXPECT_FALSE(fs::exists(drive + "/" + wizard->localeNEW_FOLDER_txt));
+    EXPECT_TRUE(waitFor([&] { return editor() == nullptr && !cancel->isVisible(); }));
+    EXPECT_EQ(tree->selectedFolderPath().toStdString(), drive + "/Holiday");
+    EXPECT_EQ(tree->currentIndex().data().toString(), QStringLiteral("Holiday"));
+    // Upload goes to the folder just named.
+    EXPECT_TRUE(window->control(QStringLiteral("uploadFilesButton"))->isEnabled());
+    EXPECT_EQ(window->selectedDestinationFolder(), drive + "/Holiday");
+}
+
+TEST_F(NewFolderWindow, EscapeKeepsTheDefaultName) {
+    onDestinationScreen();
+    tree->setCurrentIndex(tree->model()->index(0, 0));
+    ASSERT_TRUE(pressNewFolder());
+    QLineEdit* line = editor();
+    line->setFocus();
+    QTest::keyClicks(line, "Not this");
+    QTest::keyClick(line, Qt::Key_Escape);
+    EXPECT_TRUE(waitFor([&] { return editor() == nullptr && !cancel->isVisible(); }));
+    EXPECT_TRUE(fs::is_directory(drive + "/" + wizard->localeNEW_FOLDER_txt));
+    EXPECT_FALSE(fs::exists(drive + "/Not this"));
+}
+
+TEST_F(NewFolderWindow, TheCancelButtonTakesTheFolderBack) {
+    onDestinationScreen();
+    tree->setCurrentIndex(tree->model()->index(0, 0));
+    ASSERT_TRUE(pressNewFolder());
+    ASSERT_TRUE(cancel->isVisible());
+    QTest::mouseClick(cancel, Qt::LeftButton);
+    EXPECT_TRUE(waitFor([&] { return !fs::exists(drive + "/" + wizard->localeNEW_FOLDER_txt); }));
+    EXPECT_TRUE(waitFor([&] { return !cancel->isVisible(); }));
+    const QModelIndex root = tree->model()->index(0, 0);
+    EXPECT_EQ(tree->model()->rowCount(root), 2);
+    EXPECT_TRUE(fs::is_directory(drive + "/Photos"));
+    EXPECT_TRUE(fs::is_directory(drive + "/Music"));
+}
+
+}  // namespace
+}  // namespace qvt::test
