@@ -112,8 +112,15 @@ void QVTransferPrivate::createNewFolder() {
         rearrangeDestFilesList();
         view()->expandDestinationFolder(parent);
     });
+    // The flag is shared by every level's load: the new folder found back in the tree tells
+    // that the parent's own load, which empties the level first, has ended too.
+    const auto loaded = [&] {
+        return finishedPopulatingDestinationFolders &&
+               destinationFoldersList.with(
+                   [&](const List& roots) { return dst::findNode(roots, path).has_value(); });
+    };
     const auto deadline = std::chrono::steady_clock::now() + kLevelLoadWait;
-    while (!finishedPopulatingDestinationFolders) {
+    while (!loaded()) {
         if (std::chrono::steady_clock::now() > deadline) return;
         std::this_thread::yield();
     }
@@ -180,8 +187,7 @@ void QVTransferPrivate::deleteNewFolder() {
     auto& files = qvt::platform::files();
     // It goes from the disk only while it is empty: whatever was put into it meanwhile was not
     // made here and is kept, folder and all. The row goes all the same.
-    int error = 0;
-    if (files.listFolder(path, &error).empty() && error == 0) files.removeItem(path);
+    files.removeEmptyFolder(path);
     newFoldersMade.with([&](std::vector<std::string>& made) {
         made.erase(std::remove(made.begin(), made.end(), path), made.end());
     });

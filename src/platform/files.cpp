@@ -170,8 +170,14 @@ int FileLayer::renameItem(const std::string& from, const std::string& to) {
         if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
             return 0;
         if (errno != EINVAL) return errno;
-        // A file system without the no-replace rename: a second name that fails on an existing
-        // one, then the first name goes.
+        // A file system without the no-replace rename: a file gets a second name, which fails
+        // on an existing one, then the first name goes. A folder cannot have two names: the
+        // name is tested first, as on a share.
+        struct stat st {};
+        if (::lstat(from.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+            if (::lstat(to.c_str(), &st) == 0) return EEXIST;
+            return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+        }
         if (::link(from.c_str(), to.c_str()) != 0) return errno;
         return ::unlink(from.c_str()) == 0 ? 0 : errno;
     }
@@ -209,6 +215,13 @@ int FileLayer::removeItem(const std::string& path) {
     if (isMountPoint(path)) return EBUSY;
     if (auto sp = shareMounts().resolve(path)) return detail::removeShare(*sp);
     return detail::removeLocal(path);
+}
+
+int FileLayer::removeEmptyFolder(const std::string& path) {
+    if (path.empty()) return ENOENT;
+    if (isMountPoint(path)) return EBUSY;
+    if (auto sp = shareMounts().resolve(path)) return detail::removeEmptyShareFolder(*sp);
+    return ::rmdir(path.c_str()) == 0 ? 0 : errno;
 }
 
 std::optional<std::uint64_t> FileLayer::size(const std::string& path) {

@@ -105,6 +105,9 @@ class FileLayer {
     // Removes a file, a link or a folder with everything in it. Mount points met on the way
     // are left alone (their contents are never removed through a parent).
     virtual int removeItem(const std::string& path);
+    // Removes a folder only while it holds nothing: ENOTEMPTY (or the share's refusal) leaves
+    // it and everything in it as it is.
+    virtual int removeEmptyFolder(const std::string& path);
     // The size in bytes (following links); nothing when the item cannot be read.
     virtual std::optional<std::uint64_t> size(const std::string& path);
     // The total file size of a file (following links); nothing for a folder or when unreadable.

@@ -22,6 +22,8 @@ int makeFolder(const std::string& path);
 // Removes an item and everything below it, leaving mount points alone.
 int removeLocal(const std::string& path);
 int removeShare(const SharePath& sp);
+// Removes a folder of a share only when it is empty (the server refuses otherwise).
+int removeEmptyShareFolder(const SharePath& sp);
 
 // Flushes a local file, or a folder with everything below it, to its disk: a move across
 // volumes removes its source only once the copy would survive a power cut.

@@ -167,6 +167,16 @@ int removeShare(const SharePath& sp) {
     return firstError ? firstError : rc;
 }
 
+int removeEmptyShareFolder(const SharePath& sp) {
+    const std::string u = sp.url();
+    return smb::retryOnConnectionLoss([&] {
+        const smb::Call call(sp.mount.credentials);
+        if (!call.ctx()) return EIO;
+        errno = 0;
+        return smbc_getFunctionRmdir(call.ctx())(call.ctx(), u.c_str()) == 0 ? 0 : errnoOr(EIO);
+    });
+}
+
 namespace {
 
 std::string probeValue(const std::string& device, const char* name) {

@@ -60,6 +60,11 @@ QtTransferWindow::QtTransferWindow(QVTransferActions& actions, QVTransferWindowW
 
 QtTransferWindow::~QtTransferWindow() {
     if (!root_) return;
+    // The widgets outlive this window for a moment; from now on they tell the controller
+    // nothing (an edit ended by the hiding below included).
+    if (auto* tree =
+            control<ui::DestinationOutlineView>(QStringLiteral("destinationFolderOutlineView")))
+        tree->detachFromController();
     root_->shouldClose = nullptr;
     root_->willClose = nullptr;
     root_->hide();

@@ -192,6 +192,9 @@ class QtTransferWindow : public QObject, public QVTransferView {
     // Runs `task` on the GUI thread and returns when it has run.
     void onGuiAndWait(std::function<void()> task) const;
     bool senderTag(int& tag) const;
+    // A new folder's name being edited is given to the controller before another action of
+    // the destination screen runs (new_folder_row.cpp).
+    void finishDestinationEdit();
     // Tasks from other threads wait here under a standard-library lock, so the hand-over to
     // the GUI thread is visible to the thread checker; Qt's queued call only carries the
     // wake-up, by slot name, and holds none of our data.

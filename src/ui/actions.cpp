@@ -93,6 +93,7 @@ bool QtTransferWindow::senderTag(int& tag) const {
 }
 
 void QtTransferWindow::backClicked() {
+    finishDestinationEdit();
     actions_.processBackScreens();
 }
 
@@ -131,6 +132,8 @@ void QtTransferWindow::sourceNextClicked() {
 }
 
 void QtTransferWindow::uploadClicked() {
+    // A folder still being named is named first: the upload goes to it under its new name.
+    finishDestinationEdit();
     actions_.uploadFiles();
 }
 

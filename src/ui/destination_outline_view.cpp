@@ -6,6 +6,7 @@
 #include <QLineEdit>
 #include <QPainter>
 #include <QPalette>
+#include <QPointer>
 #include <QTimer>
 #include <cmath>
 
@@ -76,7 +77,7 @@ void DestinationCellDelegate::initStyleOption(QStyleOptionViewItem* option,
 }
 
 DestinationOutlineView::DestinationOutlineView(QVTransferActions& controller, QWidget* parent)
-    : QTreeView(parent), controller_(controller), model_(new DestinationTreeModel(this)) {
+    : QTreeView(parent), controller_(&controller), model_(new DestinationTreeModel(this)) {
     setObjectName(QStringLiteral("destinationFolderOutlineView"));
     setModel(model_);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
@@ -135,24 +136,36 @@ int DestinationOutlineView::rowOfPath(const QString& folderFullPath) const {
 }
 
 void DestinationOutlineView::editRow(int row, QWidget* cancelButton) {
-    const QModelIndex index = indexAtRow(row);
+    const QPersistentModelIndex index(indexAtRow(row));
     if (!index.isValid()) return;
     selectionModel()->setCurrentIndex(
         index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    // Selecting the row may have ended an edit before and reloaded the rows.
+    if (!index.isValid()) return;
     scrollTo(index);
-    model_->setEditablePath(index.data(DestinationTreeModel::FolderFullPathRole).toString());
+    editedPath_ = index.data(DestinationTreeModel::FolderFullPathRole).toString();
+    model_->setEditablePath(editedPath_);
     editingNewFolder_ = true;
     edit(index);
-    if (!cancelButton) return;
+    if (!cancelButton || !index.isValid()) return;
     // The cancel button sits in the middle of the row's button cell.
-    const QRect cell = visualRect(index.siblingAtColumn(DestinationTreeModel::kButtonColumn));
+    const QRect cell = visualRect(index.sibling(index.row(), DestinationTreeModel::kButtonColumn));
     const QSize size = cancelButton->size();
     cancelButton->move(
         cell.x() + static_cast<int>(std::floor((cell.width() - size.width()) * 0.5)),
         cell.y() + static_cast<int>(std::floor((cell.height() - size.height()) * 0.5)));
+    // A press on the button leaves the focus in the editor (the button passes it on to the
+    // editor), so the press is not first taken as the end of the edit.
+    if (QLineEdit* editor = openEditor()) {
+        cancelButton->setFocusProxy(editor);
+        QPointer<QWidget> button = cancelButton;
+        connect(editor, &QObject::destroyed, this, [button] {
+            if (button) button->setFocusProxy(nullptr);
+        });
+    }
     cancelButton->show();
     cancelButton->raise();
-    scrollTo(index.siblingAtColumn(DestinationTreeModel::kButtonColumn));
+    scrollTo(index.sibling(index.row(), DestinationTreeModel::kButtonColumn));
 }
 
 void DestinationOutlineView::endEditing(int row) {
@@ -169,13 +182,22 @@ void DestinationOutlineView::endEditing(int row) {
 
 void DestinationOutlineView::forgetEditing() {
     editingNewFolder_ = false;
+    pendingEdit_.reset();
     model_->setEditablePath({});
+}
+
+QLineEdit* DestinationOutlineView::openEditor() const {
+    for (QLineEdit* line : viewport()->findChildren<QLineEdit*>(Qt::FindDirectChildrenOnly))
+        if (line->isVisible()) return line;
+    return nullptr;
 }
 
 void DestinationOutlineView::closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) {
     const auto* line = qobject_cast<QLineEdit*>(editor);
     const QString typed = line ? line->text() : QString();
-    const QString before = currentIndex().data(Qt::EditRole).toString();
+    // The edit may end because another row became the current one: the name as it was is
+    // the edited row's, not the current row's.
+    const QString before = model_->indexForPath(editedPath_).data(Qt::EditRole).toString();
     // Tab in the editor ends the edit here: moving on to another row first would leave the
     // controller looking at that row's folder instead of the new one.
     if (hint == QAbstractItemDelegate::EditNextItem ||
@@ -184,15 +206,61 @@ void DestinationOutlineView::closeEditor(QWidget* editor, QAbstractItemDelegate:
     QTreeView::closeEditor(editor, hint);
     if (!editingNewFolder_) return;
     editingNewFolder_ = false;
+    model_->setEditablePath({});
     const bool kept = !line || hint == QAbstractItemDelegate::RevertModelCache;
-    controller_.textDidEndEditing((kept ? before : typed).toStdString());
+    pendingEdit_ = PendingEdit{editedPath_, kept ? before : typed};
+    // Handed on once the view is out of whatever ended the edit: a change of the current row
+    // or a reload of the rows may be under way, and the controller reloads them again.
+    QTimer::singleShot(0, this, [this] { deliverEditEnd(); });
+}
+
+void DestinationOutlineView::deliverEditEnd() {
+    if (!pendingEdit_) return;
+    const PendingEdit edit = *pendingEdit_;
+    pendingEdit_.reset();
+    // The row went away meanwhile: there is nothing left to name.
+    const QModelIndex index = model_->indexForPath(edit.path);
+    if (!index.isValid()) return;
+    // The controller names the folder of the selected row: the edited one, wherever the
+    // selection went meanwhile.
+    selectionModel()->setCurrentIndex(
+        index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    if (controller_) controller_->textDidEndEditing(edit.name.toStdString());
+}
+
+void DestinationOutlineView::finishEditingNow() {
+    if (editingNewFolder_) {
+        if (QLineEdit* editor = openEditor()) {
+            commitData(editor);
+            closeEditor(editor, QAbstractItemDelegate::SubmitModelCache);
+        } else {
+            editingNewFolder_ = false;
+        }
+    }
+    deliverEditEnd();
+}
+
+void DestinationOutlineView::detachFromController() {
+    controller_ = nullptr;
+    forgetEditing();
+}
+
+void DestinationOutlineView::dropEditing() {
+    pendingEdit_.reset();
+    if (editingNewFolder_) {
+        editingNewFolder_ = false;
+        if (QLineEdit* editor = openEditor())
+            QTreeView::closeEditor(editor, QAbstractItemDelegate::RevertModelCache);
+    }
+    model_->setEditablePath({});
 }
 
 void DestinationOutlineView::onExpanded(const QModelIndex& index) {
     List indexPath;
     for (std::size_t i : model_->indexPath(index))
         indexPath.emplace_back(static_cast<long long>(i));
-    controller_.outlineViewItemDidExpand(Record{{"NSObject", Value(std::move(indexPath))}});
+    if (controller_)
+        controller_->outlineViewItemDidExpand(Record{{"NSObject", Value(std::move(indexPath))}});
 }
 
 }  // namespace qvt::ui

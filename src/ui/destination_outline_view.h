@@ -4,12 +4,15 @@
 
 #include <QStyledItemDelegate>
 #include <QTreeView>
+#include <optional>
 
 #include "ui/destination_tree_model.h"
 
 namespace qvt {
 class QVTransferActions;
 }
+
+class QLineEdit;
 
 namespace qvt::ui {
 
@@ -54,6 +57,13 @@ class DestinationOutlineView : public QTreeView {
     void endEditing(int row);
     // The new folder's row went away while its name was edited: nothing is editable any more.
     void forgetEditing();
+    // Ends an edit still open, or handed on but not yet delivered, and hands it to the
+    // controller now: an action of the window that follows sees the folder under its new name.
+    void finishEditingNow();
+    // Closes an open edit without handing it on: the folder is being taken back.
+    void dropEditing();
+    // The controller is going away: nothing more is handed to it.
+    void detachFromController();
 
   signals:
     // The selection changed (by the mouse, the keyboard or a reload).
@@ -68,9 +78,20 @@ class DestinationOutlineView : public QTreeView {
     void onExpanded(const QModelIndex& index);
     // The index of the shown row `row` (column 0), or an invalid one.
     QModelIndex indexAtRow(int row) const;
-    bool editingNewFolder_ = false;
+    // The editor open on a row, if any.
+    QLineEdit* openEditor() const;
+    // Hands the end of the last edit to the controller, once.
+    void deliverEditEnd();
 
-    QVTransferActions& controller_;
+    struct PendingEdit {
+        QString path;
+        QString name;
+    };
+    bool editingNewFolder_ = false;
+    QString editedPath_;
+    std::optional<PendingEdit> pendingEdit_;
+
+    QVTransferActions* controller_;
     DestinationTreeModel* model_;
 };
 

@@ -13,11 +13,21 @@ constexpr const char* kCancelButton = "deleteNewFolderButton";
 
 }  // namespace
 
+void QtTransferWindow::finishDestinationEdit() {
+    if (auto* tree = control<ui::DestinationOutlineView>(QString::fromLatin1(kTree)))
+        tree->finishEditingNow();
+}
+
 void QtTransferWindow::newFolderClicked() {
+    // A folder being named gets its name first; the next one is made in the selected row.
+    finishDestinationEdit();
     actions_.createNewFolderAtDestination();
 }
 
 void QtTransferWindow::deleteNewFolderClicked() {
+    // What was typed is of no use: the folder goes.
+    if (auto* tree = control<ui::DestinationOutlineView>(QString::fromLatin1(kTree)))
+        tree->dropEditing();
     actions_.deleteNewFolder();
 }
 
@@ -48,7 +58,10 @@ void QtTransferWindow::editDestinationRow(int row) {
 
 void QtTransferWindow::endDestinationEditing(int row) {
     onGuiAndWait([this, row] {
-        if (QWidget* cancel = control(QString::fromLatin1(kCancelButton))) cancel->hide();
+        if (QWidget* cancel = control(QString::fromLatin1(kCancelButton))) {
+            cancel->setFocusProxy(nullptr);
+            cancel->hide();
+        }
         if (auto* tree = control<ui::DestinationOutlineView>(QString::fromLatin1(kTree)))
             tree->endEditing(row);
     });
@@ -56,7 +69,10 @@ void QtTransferWindow::endDestinationEditing(int row) {
 
 void QtTransferWindow::hideNewFolderCancelButton() {
     onGuiAndWait([this] {
-        if (QWidget* cancel = control(QString::fromLatin1(kCancelButton))) cancel->hide();
+        if (QWidget* cancel = control(QString::fromLatin1(kCancelButton))) {
+            cancel->setFocusProxy(nullptr);
+            cancel->hide();
+        }
         auto* tree = control<ui::DestinationOutlineView>(QString::fromLatin1(kTree));
         if (!tree) return;
         tree->forgetEditing();

@@ -127,5 +127,73 @@ TEST_F(NewFolderWindow, TheCancelButtonTakesTheFolderBack) {
     EXPECT_TRUE(fs::is_directory(drive + "/Music"));
 }
 
+TEST_F(NewFolderWindow, TheCancelButtonKeepsTheFocusInTheEditorAndDropsWhatWasTyped) {
+    onDestinationScreen();
+    tree->setCurrentIndex(tree->model()->index(0, 0));
+    ASSERT_TRUE(pressNewFolder());
+    QLineEdit* line = editor();
+    // A click on the button passes the focus on to the editor, so the click is not first
+    // taken as the end of the edit.
+    EXPECT_EQ(cancel->focusProxy(), line);
+    line->setFocus();
+    QTest::keyClicks(line, "Typed then cancelled");
+    QTest::mouseClick(cancel, Qt::LeftButton);
+    EXPECT_TRUE(waitFor([&] { return !fs::exists(drive + "/" + wizard->localeNEW_FOLDER_txt); }));
+    waitFor([] { return false; }, 0.1);
+    EXPECT_FALSE(fs::exists(drive + "/Typed then cancelled"));
+    EXPECT_EQ(tree->model()->rowCount(tree->model()->index(0, 0)), 2);
+    EXPECT_EQ(cancel->focusProxy(), nullptr);
+}
+
+TEST_F(NewFolderWindow, AnotherRowClickedWhileNamingNamesTheNewFolderNotThatRow) {
+    onDestinationScreen();
+    tree->setCurrentIndex(tree->model()->index(0, 0));
+    ASSERT_TRUE(pressNewFolder());
+    QLineEdit* line = editor();
+    line->setFocus();
+    QTest::keyClicks(line, "Named");
+    const QModelIndex root = tree->model()->index(0, 0);
+    QModelIndex photos;
+    for (int i = 0; i < tree->model()->rowCount(root); ++i)
+        if (tree->model()->index(i, 0, root).data().toString() == QLatin1String("Photos"))
+            photos = tree->model()->index(i, 0, root);
+    ASSERT_TRUE(photos.isValid());
+    tree->setCurrentIndex(photos);
+    ASSERT_TRUE(waitFor([&] { return fs::is_directory(drive + "/Named"); }));
+    EXPECT_TRUE(fs::is_directory(drive + "/Photos"));
+    EXPECT_FALSE(fs::exists(drive + "/" + wizard->localeNEW_FOLDER_txt));
+    EXPECT_TRUE(waitFor([&] { return editor() == nullptr && !cancel->isVisible(); }));
+}
+
+TEST_F(NewFolderWindow, ASecondPressWhileNamingNamesTheFirstAndMakesTheNextInsideIt) {
+    onDestinationScreen();
+    tree->setCurrentIndex(tree->model()->index(0, 0));
+    ASSERT_TRUE(pressNewFolder());
+    QLineEdit* line = editor();
+    line->setFocus();
+    QTest::keyClicks(line, "First");
+    ASSERT_TRUE(pressNewFolder());
+    EXPECT_TRUE(fs::is_directory(drive + "/First"));
+    EXPECT_FALSE(fs::exists(drive + "/" + wizard->localeNEW_FOLDER_txt));
+    EXPECT_TRUE(waitFor(
+        [&] { return fs::is_directory(drive + "/First/" + wizard->localeNEW_FOLDER_txt); }));
+    EXPECT_EQ(tree->selectedFolderPath().toStdString(),
+              drive + "/First/" + wizard->localeNEW_FOLDER_txt);
+}
+
+TEST_F(NewFolderWindow, UploadPressedWhileNamingGoesToTheFolderUnderItsNewName) {
+    onDestinationScreen();
+    tree->setCurrentIndex(tree->model()->index(0, 0));
+    ASSERT_TRUE(pressNewFolder());
+    QLineEdit* line = editor();
+    line->setFocus();
+    QTest::keyClicks(line, "Trip");
+    auto* upload = window->control<QAbstractButton>(QStringLiteral("uploadFilesButton"));
+    ASSERT_TRUE(upload->isEnabled());
+    upload->click();
+    EXPECT_TRUE(fs::is_directory(drive + "/Trip"));
+    EXPECT_EQ(wizard->selectedDestinationShare.get(), drive + "/Trip");
+}
+
 }  // namespace
 }  // namespace qvt::test

@@ -82,5 +82,24 @@ TEST_F(NasNewFolder, TheCancelButtonTakesTheFolderOffTheShare) {
     EXPECT_TRUE(!children || children->empty());
 }
 
+TEST_F(NasNewFolder, TheNameOfAFolderOnTheShareFailsAndWhatWasPutInIsKept) {
+    UploadSession s(test::nasDevice("127.0.0.1:1", "SN-NEWFOLDER"));
+    std::string tree;
+    const std::string share = onTheShare(s, &tree);
+    ASSERT_FALSE(share.empty());
+    fs::create_directories(backing() + "/Photos");
+    const std::string name = s.c().localeNEW_FOLDER_txt;
+    s.c().createNewFolderAtDestination();
+    ASSERT_TRUE(test::waitFor([&] { return editedRow(s) >= 0; }));
+    // An empty folder of that name on the share is never replaced.
+    s.harness().services.dispatch->mainSync([&] { s.c().textDidEndEditing("Photos"); });
+    EXPECT_TRUE(fs::is_directory(backing() + "/" + name));
+    EXPECT_TRUE(fs::is_directory(backing() + "/Photos"));
+    // Something another user put into the new folder stays when it is taken back.
+    test::writeFile(backing() + "/" + name + "/theirs.txt", "kept");
+    s.harness().services.dispatch->mainSync([&] { s.c().deleteNewFolder(); });
+    EXPECT_EQ(test::readFile(backing() + "/" + name + "/theirs.txt"), "kept");
+}
+
 }  // namespace
 }  // namespace qvt::uploadtest
