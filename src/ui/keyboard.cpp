@@ -75,8 +75,12 @@ void QtTransferWindow::setUpKeyboard() {
     // Buttons and links take the focus from Tab (a click does not move it), as do the lists.
     for (QAbstractButton* button : root_->findChildren<QAbstractButton*>())
         button->setFocusPolicy(Qt::TabFocus);
-    for (QAbstractItemView* list : root_->findChildren<QAbstractItemView*>())
+    // Inside a list the arrow keys move between rows; Tab leaves it for the next control (a
+    // table would otherwise keep Tab for its own cells, and a keyboard user could not get out).
+    for (QAbstractItemView* list : root_->findChildren<QAbstractItemView*>()) {
         list->setFocusPolicy(Qt::StrongFocus);
+        list->setTabKeyNavigation(false);
+    }
     for (Dialog d : kDialogs) {
         if (auto* safe = control<QPushButton>(QString::fromLatin1(safeButtonOf(d))))
             safe->setDefault(true);

@@ -56,6 +56,16 @@ class NewFolderWindow : public WindowTest {
         return waitFor([&] { return editor() != nullptr; });
     }
 
+    // Selects the drive, presses the link and types `typed` into the new row's editor.
+    QLineEdit* startNaming(const char* typed) {
+        tree->setCurrentIndex(tree->model()->index(0, 0));
+        if (!pressNewFolder()) return nullptr;
+        QLineEdit* line = editor();
+        line->setFocus();
+        QTest::keyClicks(line, typed);
+        return line;
+    }
+
     std::string drive;
     ui::DestinationOutlineView* tree = nullptr;
     QAbstractButton* link = nullptr;
@@ -102,11 +112,8 @@ TEST_F(NewFolderWindow, TheNewRowIsEditedAndReturnRenamesTheFolder) {
 
 TEST_F(NewFolderWindow, EscapeKeepsTheDefaultName) {
     onDestinationScreen();
-    tree->setCurrentIndex(tree->model()->index(0, 0));
-    ASSERT_TRUE(pressNewFolder());
-    QLineEdit* line = editor();
-    line->setFocus();
-    QTest::keyClicks(line, "Not this");
+    QLineEdit* line = startNaming("Not this");
+    ASSERT_NE(line, nullptr);
     QTest::keyClick(line, Qt::Key_Escape);
     EXPECT_TRUE(waitFor([&] { return editor() == nullptr && !cancel->isVisible(); }));
     EXPECT_TRUE(fs::is_directory(drive + "/" + wizard->localeNEW_FOLDER_txt));
@@ -147,11 +154,8 @@ TEST_F(NewFolderWindow, TheCancelButtonKeepsTheFocusInTheEditorAndDropsWhatWasTy
 
 TEST_F(NewFolderWindow, AnotherRowClickedWhileNamingNamesTheNewFolderNotThatRow) {
     onDestinationScreen();
-    tree->setCurrentIndex(tree->model()->index(0, 0));
-    ASSERT_TRUE(pressNewFolder());
-    QLineEdit* line = editor();
-    line->setFocus();
-    QTest::keyClicks(line, "Named");
+    QLineEdit* line = startNaming("Named");
+    ASSERT_NE(line, nullptr);
     const QModelIndex root = tree->model()->index(0, 0);
     QModelIndex photos;
     for (int i = 0; i < tree->model()->rowCount(root); ++i)
@@ -167,11 +171,8 @@ TEST_F(NewFolderWindow, AnotherRowClickedWhileNamingNamesTheNewFolderNotThatRow)
 
 TEST_F(NewFolderWindow, ASecondPressWhileNamingNamesTheFirstAndMakesTheNextInsideIt) {
     onDestinationScreen();
-    tree->setCurrentIndex(tree->model()->index(0, 0));
-    ASSERT_TRUE(pressNewFolder());
-    QLineEdit* line = editor();
-    line->setFocus();
-    QTest::keyClicks(line, "First");
+    QLineEdit* line = startNaming("First");
+    ASSERT_NE(line, nullptr);
     ASSERT_TRUE(pressNewFolder());
     EXPECT_TRUE(fs::is_directory(drive + "/First"));
     EXPECT_FALSE(fs::exists(drive + "/" + wizard->localeNEW_FOLDER_txt));
@@ -183,11 +184,8 @@ TEST_F(NewFolderWindow, ASecondPressWhileNamingNamesTheFirstAndMakesTheNextInsid
 
 TEST_F(NewFolderWindow, UploadPressedWhileNamingGoesToTheFolderUnderItsNewName) {
     onDestinationScreen();
-    tree->setCurrentIndex(tree->model()->index(0, 0));
-    ASSERT_TRUE(pressNewFolder());
-    QLineEdit* line = editor();
-    line->setFocus();
-    QTest::keyClicks(line, "Trip");
+    QLineEdit* line = startNaming("Trip");
+    ASSERT_NE(line, nullptr);
     auto* upload = window->control<QAbstractButton>(QStringLiteral("uploadFilesButton"));
     ASSERT_TRUE(upload->isEnabled());
     upload->click();
