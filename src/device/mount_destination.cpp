@@ -1,7 +1,8 @@
 #include "device/mount_destination.h"
 
+#include <unistd.h>
+
 #include <cerrno>
-#include <filesystem>
 
 #include "platform/files.h"
 #include "platform/format.h"
@@ -228,10 +229,8 @@ std::string QVTransferMountDestination::mountWithURLService(
 
     // A mount that failed leaves no folder of its own behind in the mount folder. Only an
     // empty folder is removed: nothing anybody put there is ever lost.
-    if (result.empty() && !mountPointThere && !mountPoint.empty() && mountPoint != mountDir) {
-        std::error_code ignored;
-        std::filesystem::remove(mountPoint, ignored);
-    }
+    if (result.empty() && !mountPointThere && !mountPoint.empty() && mountPoint != mountDir)
+        platform::files().removeEmptyFolder(mountPoint);
 
     logMount(request.url, mounted.status, result, version, userPasswd);
     return result;
@@ -324,6 +323,12 @@ void QVTransferMountDestination::unmountPaths(const std::vector<std::string>& pa
         // still mounted, so a failed unmount cannot cost the volume its files.
         files.removeItem(path);
     }
+}
+
+void QVTransferMountDestination::removeMountPointFoldersAtExit() const {
+    // The local folder only: through the file layer the path would lead into the share. A
+    // folder that is not empty, or a kernel mount point, is refused and stays.
+    for (const auto& path : mountedPathsArray.get()) ::rmdir(path.c_str());
 }
 
 std::vector<std::string> QVTransferMountDestination::pathsNotIn(

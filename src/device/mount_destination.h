@@ -60,6 +60,10 @@ class QVTransferMountDestination {
     static bool anyVolumePathContains(const std::string& path);
     // Forced unmount of each path, then removal of its (now empty) folder; errors ignored.
     static void unmountPaths(const std::vector<std::string>& paths);
+    // For a process about to end in the middle of an upload: the folders under the shares this
+    // object mounted go, while the shares stay mounted for the copy that may still be writing
+    // (they live in the process and end with it). A disk the kernel mounted keeps its folder.
+    void removeMountPointFoldersAtExit() const;
     // The recorded paths that do not occur inside `destination`, in order.
     static std::vector<std::string> pathsNotIn(const std::vector<std::string>& mounted,
                                                const std::string& destination);

@@ -88,6 +88,7 @@ void QVTransferPrivate::suspendForShutdown() {
     // returns.
     saveQVTransferDataToFile();
     log().write("QVTransfer: suspendForShutdown: the upload's state is saved");
+    if (mountObject) mountObject->removeMountPointFoldersAtExit();
 }
 
 void QVTransferPrivate::resumeTransfer() {

@@ -330,6 +330,9 @@ TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile
         EXPECT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
         EXPECT_NE(child.output().find("Paused and recorded"), std::string::npos) << child.output();
     }
+    // The share's mount lived in the process; the folder it stood on goes with it.
+    const std::string mountFolder = home.path() + "/.QVTransfer";
+    EXPECT_TRUE(!fs::exists(mountFolder) || fs::is_empty(mountFolder));
     const std::string recorded = test::readFile(stateFile);
     EXPECT_NE(recorded.find("sourceFilesPendingArray"), std::string::npos);
     EXPECT_NE(recorded.find(work / "src/Many"), std::string::npos);
@@ -346,6 +349,7 @@ TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile
         child.signal(SIGHUP);
         EXPECT_EQ(child.waitForExit(kDeadline), 129) << child.output() << child.errors();
         EXPECT_EQ(test::readFile(stateFile), recorded);
+        EXPECT_TRUE(!fs::exists(mountFolder) || fs::is_empty(mountFolder));
     }
     ChildProcess child;
     ASSERT_TRUE(start(child, resumeArgs));
