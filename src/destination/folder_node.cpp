@@ -89,6 +89,15 @@ bool findIn(const List& level, const std::string& folderFullPath, std::vector<st
 
 }  // namespace
 
+List& mutableChildren(Record& node) {
+    Value* children = node.find(kUploadFoldersArray);
+    if (!children || !children->asList()) {
+        node.set(kUploadFoldersArray, List{});
+        children = node.find(kUploadFoldersArray);
+    }
+    return *children->asList();
+}
+
 std::optional<std::vector<std::size_t>> findNode(const List& roots,
                                                  const std::string& folderFullPath) {
     std::vector<std::size_t> path;

@@ -56,6 +56,9 @@ const Record* nodeAt(const List& roots, const std::vector<std::size_t>& indexPat
 Record* resolve(List& roots, const std::vector<std::size_t>& indexPath,
                 const std::string& folderFullPath);
 
+// The children of `node`, made an empty list first when it has none (or something else).
+List& mutableChildren(Record& node);
+
 // The index path of the node for `folderFullPath`, searched through every loaded level; nothing
 // when no node stands for it.
 std::optional<std::vector<std::size_t>> findNode(const List& roots,

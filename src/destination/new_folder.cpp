@@ -33,14 +33,15 @@ constexpr int kNameAttempts = 100;
 // How long making a folder waits for the reload of its parent's level.
 constexpr auto kLevelLoadWait = std::chrono::seconds(60);
 
-}  // namespace
-
-bool QVTransferPrivate::isFolderName(const std::string& name) {
-    // One path component, never the folder itself or its parent: whatever the user typed, the
-    // rename stays inside the folder the new folder was made in.
+// Whether `name` can be the name of one folder inside another: one path component, never the
+// folder itself or its parent, so whatever the user typed, the rename stays inside the folder
+// the new folder was made in.
+bool isFolderName(const std::string& name) {
     return !name.empty() && name.size() <= kLongestFolderName && name != "." && name != ".." &&
            name.find('/') == std::string::npos && name.find('\0') == std::string::npos;
 }
+
+}  // namespace
 
 bool QVTransferPrivate::madeAsNewFolder(const std::string& path) const {
     return newFoldersMade.with([&](const std::vector<std::string>& made) {
@@ -93,12 +94,7 @@ void QVTransferPrivate::createNewFolder() {
         const auto at = dst::findNode(roots, parent);
         Record* parentNode = at ? dst::nodeAt(roots, *at) : nullptr;
         if (!parentNode) return false;
-        Value* children = parentNode->find(dst::kUploadFoldersArray);
-        if (!children || !children->asList()) {
-            parentNode->set(dst::kUploadFoldersArray, List{});
-            children = parentNode->find(dst::kUploadFoldersArray);
-        }
-        List& list = *children->asList();
+        List& list = dst::mutableChildren(*parentNode);
         list.insert(list.begin(), node);
         createFolderParentChildArray.set(list);
         return true;
@@ -196,11 +192,11 @@ void QVTransferPrivate::deleteNewFolder() {
         if (!at || at->size() < 2) return;
         std::vector<std::size_t> parentAt(at->begin(), at->end() - 1);
         Record* parent = dst::nodeAt(roots, parentAt);
-        Value* childrenValue = parent ? parent->find(dst::kUploadFoldersArray) : nullptr;
-        List* children = childrenValue ? childrenValue->asList() : nullptr;
-        if (!children || at->back() >= children->size()) return;
-        children->erase(children->begin() + static_cast<std::ptrdiff_t>(at->back()));
-        createFolderParentChildArray.set(*children);
+        if (!parent) return;
+        List& children = dst::mutableChildren(*parent);
+        if (at->back() >= children.size()) return;
+        children.erase(children.begin() + static_cast<std::ptrdiff_t>(at->back()));
+        createFolderParentChildArray.set(children);
     });
     rearrangeDestFilesList();
     view()->hideNewFolderCancelButton();

@@ -173,12 +173,7 @@ void QVTransferPrivate::buildDestinationFilesTree(const std::string& folderName,
         Record* parent = dst::resolve(roots, folderDictOutlineView.indexPath,
                                       folderDictOutlineView.folderFullPath);
         if (!parent) return;
-        Value* children = parent->find(dst::kUploadFoldersArray);
-        if (!children || !children->asList()) {
-            parent->set(dst::kUploadFoldersArray, List{});
-            children = parent->find(dst::kUploadFoldersArray);
-        }
-        children->asList()->push_back(node);
+        dst::mutableChildren(*parent).push_back(node);
     });
     auto self = shared_from_this();
     dispatcher().mainSync([self] { self->rearrangeDestFilesList(); });

@@ -158,12 +158,7 @@ int removeShare(const SharePath& sp) {
         if (const int rc = removeShare(child); rc && !firstError) firstError = rc;
     }
     if (error && !firstError) firstError = error;
-    const int rc = smb::retryOnConnectionLoss([&] {
-        const smb::Call call(sp.mount.credentials);
-        if (!call.ctx()) return EIO;
-        errno = 0;
-        return smbc_getFunctionRmdir(call.ctx())(call.ctx(), u.c_str()) == 0 ? 0 : errnoOr(EIO);
-    });
+    const int rc = removeEmptyShareFolder(sp);
     return firstError ? firstError : rc;
 }
 

@@ -204,8 +204,6 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void textDidEndEditing(const std::string& folderName) override;
     // The cancel button beside the new folder: takes it off the disk and out of the tree (main).
     void deleteNewFolder() override;
-    // Whether `name` can be the name of one folder inside another.
-    static bool isFolderName(const std::string& name);
     // Whether `path` is a folder the new-folder link made in this session (and not yet taken
     // back): only those are renamed or removed.
     bool madeAsNewFolder(const std::string& path) const;

@@ -175,7 +175,7 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void applyDestinations(const DestinationScreen& screen);
     // Upload and the new-folder link are enabled when the controller allows them and a
     // destination row is selected.
-    void updateUploadButton();
+    void updateDestinationButtons();
     // Opens a message over the window with one Close button ("<name>Message",
     // "<name>CloseButton"); it deletes itself when closed.
     QMessageBox* openMessage(const QString& sentence, const QString& closeTitle,

@@ -149,12 +149,12 @@ void QtTransferWindow::applyDestinations(const DestinationScreen& screen) {
     if (tree && !watchingDestinationSelection_) {
         watchingDestinationSelection_ = true;
         connect(tree, &ui::DestinationOutlineView::selectedFolderChanged, this,
-                [this] { updateUploadButton(); });
+                [this] { updateDestinationButtons(); });
     }
-    updateUploadButton();
+    updateDestinationButtons();
 }
 
-void QtTransferWindow::updateUploadButton() {
+void QtTransferWindow::updateDestinationButtons() {
     // Upload needs a folder to upload to, and a new folder a folder to be made in: without a
     // selected row there is none, whatever the tree's state.
     auto* tree =
