@@ -4,6 +4,7 @@
 // left anywhere a person or another program could read it.
 #include <sys/stat.h>
 
+#include <csignal>
 #include <fstream>
 
 #include "../../apps/devicesim/device_simulator.h"
@@ -54,15 +55,41 @@ class CliSecrets : public CliTest {
 
     // Runs the uploader (through the sink) with the password on stdin; its exit status.
     int run(ChildProcess& child, const std::vector<std::string>& tail) {
+        return startWithPassword(child, tail) ? child.waitForExit(kDeadline) : -1;
+    }
+
+    // Starts the uploader (through the sink) and gives it the password on stdin.
+    bool startWithPassword(ChildProcess& child, const std::vector<std::string>& tail) {
         std::vector<std::string> args = {"--nas",           device_.address(), "--serial", "SN-ODD",
                                          "--name",          "Test Cloud",      "--user",   kUser,
                                          "--password-stdin"};
         args.insert(args.end(), tail.begin(), tail.end());
         const auto [program, arguments] = sink_.command(cliProgram(), args);
-        if (!child.start(program, arguments, environment())) return -1;
+        if (!child.start(program, arguments, environment())) return false;
         child.write(kOddPassword + "\n");
         child.closeInput();
-        return child.waitForExit(kDeadline);
+        return true;
+    }
+
+    // What another program of the same machine can read about a running uploader: its
+    // arguments and its environment (the test runs as root, so both are readable).
+    static std::string procView(pid_t pid) {
+        const std::string proc = "/proc/" + std::to_string(pid);
+        return test::readFile(proc + "/cmdline") + test::readFile(proc + "/environ");
+    }
+
+    // Every piece of the password found in a file below `root` (a readable list, "" when none).
+    static std::string piecesInFilesBelow(const std::string& root) {
+        std::string found;
+        if (!fs::exists(root)) return found;
+        for (const auto& e : fs::recursive_directory_iterator(root)) {
+            if (!e.is_regular_file()) continue;
+            std::ifstream in(e.path(), std::ios::binary);
+            const std::string bytes((std::istreambuf_iterator<char>(in)), {});
+            const std::string pieces = piecesOfThePasswordIn(bytes);
+            if (!pieces.empty()) found += e.path().string() + ": " + pieces + "\n";
+        }
+        return found;
     }
 
     static inline sim::SambaServer* samba_ = nullptr;
@@ -107,6 +134,73 @@ TEST_F(CliSecrets, AnOddPasswordLogsInMountsAndUploadsAndLeavesNoPieceOfItAnywhe
         const std::string bytes((std::istreambuf_iterator<char>(in)), {});
         EXPECT_EQ(piecesOfThePasswordIn(bytes), "") << e.path();
     }
+}
+
+// The whole life of an upload with that password: the device goes away in the middle and comes
+// back (the upload reconnects by itself), the desktop session ends (the upload is recorded),
+// and a second run takes it up with the password given again on stdin. At every step the
+// password is in no log line, no output, no file under the home folder, no test artefact, and
+// in neither the arguments nor the environment of the running program.
+TEST_F(CliSecrets, ALostDeviceAnEndedSessionAndAResumeLeaveNoPieceOfThePasswordAnywhere) {
+    ASSERT_TRUE(sink_.ok());
+    const std::string trips = samba_->sharePath("Family") + "/Trips";
+    fs::create_directories(trips);
+    const int count = test::kSanitizedBuild ? 600 : 1200;
+    makeManyFiles(work / "src/Many", count);
+    const auto arrived = [&] {
+        return fs::exists(trips + "/Many") ? filesBelow(trips + "/Many").size() : 0;
+    };
+    std::string seenByOthers;
+    {
+        ChildProcess child;
+        ASSERT_TRUE(startWithPassword(child, {"--destination", "Family/Trips", work / "src/Many"}));
+        ASSERT_TRUE(pollUntil([&] { return arrived() > 50; }, kDeadline)) << child.output();
+        seenByOthers += procView(child.pid());
+
+        // The device goes away: its HTTP interface and its Samba server.
+        const int port = device_.port();
+        device_.stop();
+        samba_->stop();
+        ASSERT_TRUE(child.waitForOutput("is not reachable", kDeadline))
+            << child.output() << child.errors();
+        seenByOthers += procView(child.pid());
+        std::string error;
+        ASSERT_TRUE(samba_->start(&error)) << error;
+        ASSERT_EQ(device_.start(deviceWithFamilyShare("SN-ODD", {{kUser, kOddPassword}}, false),
+                                "127.0.0.1", port),
+                  port);
+        ASSERT_TRUE(child.waitForOutput("The device is back", kDeadline))
+            << child.output() << child.errors();
+        const std::size_t before = arrived();
+        ASSERT_TRUE(pollUntil([&] { return arrived() > before + 20; }, kDeadline))
+            << child.output();
+        seenByOthers += procView(child.pid());
+
+        // The desktop session ends before the upload does.
+        ASSERT_LT(arrived(), static_cast<std::size_t>(count));
+        child.signal(SIGTERM);
+        EXPECT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+        EXPECT_EQ(piecesOfThePasswordIn(child.output() + child.errors()), "");
+    }
+    EXPECT_EQ(piecesInFilesBelow(home.path()), "");
+
+    ChildProcess resumed;
+    ASSERT_TRUE(startWithPassword(resumed, {"--resume"}));
+    ASSERT_TRUE(pollUntil([&] { return !procView(resumed.pid()).empty(); }, kShortDeadline));
+    seenByOthers += procView(resumed.pid());
+    EXPECT_EQ(resumed.waitForExit(kDeadline), 0) << resumed.output() << resumed.errors();
+    EXPECT_NE(resumed.output().find("Taking up"), std::string::npos) << resumed.output();
+    EXPECT_EQ(destinationProblems({work / "src/Many"}, trips), "");
+    EXPECT_EQ(piecesOfThePasswordIn(resumed.output() + resumed.errors()), "");
+
+    EXPECT_EQ(piecesOfThePasswordIn(seenByOthers), "");
+    // The program's arguments were read: the check above looked at something.
+    EXPECT_NE(seenByOthers.find("--password-stdin"), std::string::npos);
+    const std::vector<std::string> lines = sink_.lines();
+    EXPECT_FALSE(lines.empty());
+    for (const std::string& line : lines) EXPECT_EQ(piecesOfThePasswordIn(line), "") << line;
+    EXPECT_EQ(piecesInFilesBelow(home.path()), "");
+    EXPECT_EQ(piecesInFilesBelow(test::outputFolder()), "");
 }
 
 TEST_F(CliSecrets, TheUploaderCannotBeDumpedOrReadByItsOwnUser) {
