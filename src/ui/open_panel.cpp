@@ -2,7 +2,10 @@
 
 #include <QAbstractItemView>
 #include <QAbstractProxyModel>
+#include <QDir>
+#include <QFileInfo>
 #include <QFileSystemModel>
+#include <QLineEdit>
 #include <QListView>
 #include <QTreeView>
 
@@ -40,6 +43,21 @@ FilesAndFoldersDialog::FilesAndFoldersDialog(QWidget* parent) : QFileDialog(pare
 }
 
 void FilesAndFoldersDialog::accept() {
+    // A path typed into the name field is what the user chose. While it is typed, the chooser
+    // selects in its view each folder the text passes through ("/", "/home", ...), so the
+    // view's selection is not to be trusted then. Selected rows show in the field as quoted
+    // names ("a" "b"), or as the one row's bare name, which leads to the same entry.
+    if (const auto* field = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))) {
+        const QString typed = field->text();
+        if (!typed.isEmpty() && !typed.startsWith(QLatin1Char('"'))) {
+            const QString path = QDir::cleanPath(directory().absoluteFilePath(typed));
+            if (QFileInfo::exists(path)) {
+                chosen_ = QStringList{path};
+                QDialog::accept();
+                return;
+            }
+        }
+    }
     const QStringList entries = selectedEntries(*this);
     if (entries.isEmpty()) {
         // A name typed into the field: the chooser's own handling.

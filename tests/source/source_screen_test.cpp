@@ -12,6 +12,7 @@
 #include <QFileSystemModel>
 #include <QItemSelectionModel>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListView>
 #include <QMimeData>
 #include <QStyle>
@@ -266,6 +267,36 @@ TEST_F(SourceScreen, ChooserTakesFilesAndFoldersTogether) {
     QStringList chosen = chooser.chosenPaths();
     chosen.sort();
     EXPECT_EQ(chosen, (QStringList{qs(dir / "pick-file.txt"), qs(dir / "pick-folder")}));
+}
+
+// While a path is typed, the chooser selects in its view each folder the text passes
+// through; the typed path is what is taken, not those folders.
+TEST_F(SourceScreen, ChooserTakesThePathTypedIntoItsNameField) {
+    TempDir dir;
+    writeFile(dir / "pick-file.txt", "abc");
+    fs::create_directories(dir / "pick-folder");
+    ui::FilesAndFoldersDialog chooser;
+    chooser.setDirectory(qs(dir.path()));
+    auto* list = chooser.findChild<QListView*>(QStringLiteral("listView"));
+    auto* name = chooser.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    ASSERT_TRUE(list && name);
+    auto* model = qobject_cast<QFileSystemModel*>(list->model());
+    ASSERT_NE(model, nullptr);
+    ASSERT_TRUE(waitFor([&] { return model->rowCount(model->index(qs(dir.path()))) == 2; }));
+    list->selectionModel()->select(model->index(qs(dir / "pick-file.txt")),
+                                   QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    name->setText(qs(dir / "pick-folder"));
+    chooser.accept();
+    EXPECT_EQ(chooser.result(), QDialog::Accepted);
+    EXPECT_EQ(chooser.chosenPaths(), QStringList{qs(dir / "pick-folder")});
+
+    // A bare name is taken in the folder shown.
+    ui::FilesAndFoldersDialog again;
+    again.setDirectory(qs(dir.path()));
+    again.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))
+        ->setText(QStringLiteral("pick-file.txt"));
+    again.accept();
+    EXPECT_EQ(again.chosenPaths(), QStringList{qs(dir / "pick-file.txt")});
 }
 
 TEST_F(SourceScreen, ChooserLinkRunsTheInstalledChooser) {
