@@ -2,6 +2,7 @@
 #include "session/qvtransfer_private.h"
 
 #include <optional>
+#include <utility>
 
 #include "device/mount_destination.h"
 
@@ -277,6 +278,7 @@ void QVTransferPrivate::processBackScreens() {
 bool QVTransferPrivate::windowShouldClose() {
     view_->stopModal();
     transferWindowShouldClose = true;
+    closeAskedByWindow = true;
     auto self = shared_from_this();
     dispatcher().async(qvt::platform::QueuePriority::High, [self] {
         // Once an upload has handled a file, its own end unmounts and tells the host.
@@ -289,6 +291,19 @@ bool QVTransferPrivate::windowShouldClose() {
 
 void QVTransferPrivate::windowWillClose() {
     view_->stopModal();
+    const bool asked = std::exchange(closeAskedByWindow, false);
+    // The window never leaves a share mounted behind it. An upload that has ended, failed
+    // files included, needs its shares no more once the window goes (a retry of the failed
+    // files lives in the window); a window closed by Back before any upload lets go of what
+    // the sign-in mounted (a close through the close button did that already). A running
+    // upload keeps its shares: its own end lets go of them.
+    const bool ended = isFileTransferCompleted();
+    const bool beforeAnyUpload = !asked && inProcessSourceFilesArray.empty() && !uploadCancelled();
+    if (!mountObject || !(ended || beforeAnyUpload)) return;
+    auto self = shared_from_this();
+    dispatcher().async(qvt::platform::QueuePriority::High, [self] {
+        self->unmountSharesVolumes(self->mountObject->mountedPathsArray.get());
+    });
 }
 
 void QVTransferPrivate::quitTransferYES() {

@@ -372,6 +372,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     std::atomic<bool> nasUsersViewDisplayed{false};
     std::atomic<bool> uploadFilesButtonEnable{false};
     std::atomic<bool> transferWindowShouldClose{true};
+    // The window's close button asked (windowShouldClose) for the close now under way; main
+    // thread only.
+    bool closeAskedByWindow = false;
 
     // Counters
     std::atomic<std::uint64_t> totalSourceFilesSize{0};

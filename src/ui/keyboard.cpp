@@ -87,6 +87,10 @@ void QtTransferWindow::setUpKeyboard() {
         if (QDialog* box = dialog(d)) box->installEventFilter(this);
     }
     root_->installEventFilter(this);
+    // A field's Return ends at the field: the key would otherwise go on to the window after
+    // the field acted on it, and press the main button of the screen the field just opened
+    // (Return in the password field would sign in and skip the sources screen at once).
+    for (QLineEdit* field : root_->findChildren<QLineEdit*>()) field->installEventFilter(this);
     // The source list: Space ticks or unticks the current row, Delete takes it off the list,
     // as the row's check box and remove button do for the mouse.
     if (auto* table = control<QAbstractItemView>(QStringLiteral("sourceFilesTableView")))
@@ -198,6 +202,15 @@ bool QtTransferWindow::eventFilter(QObject* watched, QEvent* event) {
 
     if (watched == control(QStringLiteral("sourceFilesTableView")) && sourceListKey(*key))
         return true;
+
+    if (qobject_cast<QLineEdit*>(watched) && isReturn(key)) {
+        // The field's own handling (its returnPressed), and nothing after it: the field leaves
+        // the key unaccepted, and an unaccepted key goes on to the parents even when a filter
+        // took it.
+        static_cast<QObject*>(watched)->event(event);
+        event->accept();
+        return true;
+    }
 
     if (watched == root_.get() && isReturn(key)) {
         // A field or a list handles its own Return; a focused button is pressed; otherwise the

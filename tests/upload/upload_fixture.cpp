@@ -213,6 +213,15 @@ bool HoldingFiles::waitHeld(double seconds) {
         seconds);
 }
 
+bool HoldingFiles::waitFreed(double seconds) {
+    return test::waitFor(
+        [&] {
+            std::lock_guard lock(mutex_);
+            return !holding_;
+        },
+        seconds);
+}
+
 void HoldingFiles::release() {
     std::lock_guard lock(mutex_);
     released_ = true;

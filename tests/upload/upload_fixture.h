@@ -84,6 +84,8 @@ class HoldingFiles : public platform::FileLayer {
     bool waitHeld(double seconds);
     void release();
     bool released() const;
+    // Waits (real seconds) until no copy is held any more.
+    bool waitFreed(double seconds);
 
     void failCopiesOf(const std::string& fragment, int error);
 
