@@ -299,6 +299,55 @@ TEST_F(NasWindow, AnUploadWithAFailedFileClosedWithReturnLeavesNothingMounted) {
     EXPECT_EQ(leftInMountFolder(), std::vector<std::string>{});
 }
 
+// The failed list by keyboard: Tab to "view now", Space opens the list on Retry All, Return
+// retries; the file arrives and Return closes the window.
+TEST_F(NasWindow, AFailedFileIsRetriedWithTheKeyboard) {
+    HoldingFiles files;
+    FilesOverride useFiles(&files);
+    files.failCopiesOf("/p12.jpg", EACCES);
+    makeDefaultFolders(5);
+    ASSERT_NO_FATAL_FAILURE(signIn());
+    auto* next = window->control<QAbstractButton>(QStringLiteral("chooseSourceFilesNextButton"));
+    ASSERT_TRUE(test::waitFor([&] { return next->isEnabled(); }, 30));
+    window->window()->setFocus();
+    QTest::keyClick(window->window(), Qt::Key_Return);
+    ASSERT_TRUE(test::waitFor([&] { return on(Screen::Destination); }));
+    const std::string share = chooseTheShare();
+    ASSERT_FALSE(share.empty());
+    ASSERT_TRUE(tabTo("uploadFilesButton"));
+    QTest::keyClick(focused(), Qt::Key_Space);
+    ASSERT_TRUE(test::waitFor([&] { return wizard->isFileTransferCompleted(); }, 60));
+    ASSERT_TRUE(settle());
+    ASSERT_EQ(wizard->failedTransferArray.get().size(), 1u);
+    EXPECT_FALSE(fs::exists(backing() + "/Pictures/p12.jpg"));
+
+    // The cause goes away; the user retries.
+    files.failCopiesOf("", 0);
+    ASSERT_TRUE(tabTo("showErrorsButton"));
+    QTest::keyClick(focused(), Qt::Key_Space);
+    QDialog* failures = window->dialog(Dialog::UploadErrors);
+    ASSERT_TRUE(test::waitFor([&] { return failures->isVisible(); }));
+    ASSERT_NE(failures->focusWidget(), nullptr);
+    EXPECT_EQ(failures->focusWidget()->objectName(), QStringLiteral("retryAllButton"));
+    QTest::keyClick(failures->focusWidget(), Qt::Key_Return);
+    ASSERT_TRUE(test::waitFor([&] { return !failures->isVisible(); }));
+    ASSERT_TRUE(test::waitFor(
+        [&] {
+            return wizard->isFileTransferCompleted() && wizard->failedTransferArray.get().empty();
+        },
+        60));
+    ASSERT_TRUE(settle());
+    EXPECT_EQ(test::readFile(backing() + "/Pictures/p12.jpg"), "picture 2");
+
+    window->window()->activateWindow();
+    window->window()->setFocus();
+    QTest::keyClick(window->window(), Qt::Key_Return);
+    EXPECT_TRUE(test::waitFor([&] { return !window->window()->isVisible(); }, 30));
+    ASSERT_TRUE(settle());
+    EXPECT_FALSE(platform::files().isMountPoint(share));
+    EXPECT_EQ(leftInMountFolder(), std::vector<std::string>{});
+}
+
 TEST_F(NasWindow, ClosingTheWindowOnTheDestinationScreenLeavesNothingMounted) {
     makeDefaultFolders(1);
     ASSERT_NO_FATAL_FAILURE(signIn());
