@@ -9,7 +9,7 @@ packages=(
   libcpp-httplib-dev libblkid-dev libgtest-dev libgmock-dev
   fonts-liberation2
   samba smbclient gnome-keyring dbus dbus-x11 libsecret-tools
-  e2fsprogs util-linux mount xvfb xauth
+  e2fsprogs util-linux mount xvfb xauth at-spi2-core python3-pyatspi
   rsync rclone time bc
 )
 apt-get update -q

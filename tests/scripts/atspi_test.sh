@@ -1,0 +1,88 @@
+#!/usr/bin/env bash
+# The sample host's window read over the real accessibility bus, as a screen reader reads it:
+# the host runs on a virtual X display with Qt's accessibility bridge on, inside a private
+# D-Bus session whose accessibility bus starts on demand; tests/scripts/atspi_probe.py reads the
+# tree with pyatspi.
+#   1. A network device (the device simulator): the users screen shows a named, focusable
+#      password field.
+#   2. An attached disk too small for the upload taken up with --resume: the upload stops at
+#      the full disk, and the status screen shows named, focusable pause/resume and stop
+#      buttons.
+# Usage: atspi_test.sh HOST DEVICE_SIMULATOR    (run as root: the disk is a tmpfs)
+set -u
+host="$1"
+sim="$2"
+here=$(cd "$(dirname "$0")" && pwd)
+probe="$here/atspi_probe.py"
+
+for tool in xvfb-run dbus-run-session /usr/libexec/at-spi-bus-launcher; do
+    command -v "$tool" >/dev/null 2>&1 || { echo "atspi_test: $tool is not installed"; exit 1; }
+done
+/usr/bin/python3 -c "import pyatspi" 2>/dev/null ||
+    { echo "atspi_test: python3-pyatspi is not installed"; exit 1; }
+
+if [ "${QVT_ATSPI_INSIDE:-}" != 1 ]; then
+    # Again, on a display of its own and inside a session bus of its own.
+    QVT_ATSPI_INSIDE=1 exec xvfb-run -a dbus-run-session -- "$0" "$@"
+fi
+
+work=$(mktemp -d)
+pids=()
+cleanup() {
+    for p in "${pids[@]}"; do kill "$p" 2>/dev/null; done
+    wait 2>/dev/null
+    umount "$work/Small Disk" 2>/dev/null
+    rm -rf "$work"
+}
+trap cleanup EXIT
+export QT_QPA_PLATFORM=xcb QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+failures=0
+
+# 1. The users screen of a network device.
+"$sim" --config "$here/../../resources/devicesim/demo-device.plist" >"$work/sim.out" 2>&1 &
+pids+=($!)
+address=""
+for _ in $(seq 100); do
+    address=$(grep -o "127\.0\.0\.1:[0-9]*" "$work/sim.out" | head -1)
+    [ -n "$address" ] && break
+    sleep 0.1
+done
+[ -n "$address" ] || { echo "atspi_test: the device simulator did not start"; exit 1; }
+mkdir -p "$work/home1"
+HOME="$work/home1" "$host" --nas "$address" --serial QVT-DEMO-0001 --name "Demo Storage" \
+    >"$work/host1.out" 2>&1 &
+pids+=($!)
+if ! /usr/bin/python3 "$probe" qvtransfer-host 30 "Password:password text:focusable:showing"; then
+    echo "FAIL: the users screen's password field"; cat "$work/host1.out"
+    failures=$((failures + 1))
+fi
+kill "${pids[1]}" 2>/dev/null
+
+# 2. The status screen of an upload stopped by a full disk.
+mkdir -p "$work/Small Disk" "$work/home2/.local/share/QVTransfer" "$work/src"
+mount -t tmpfs -o size=1M tmpfs "$work/Small Disk" ||
+    { echo "atspi_test: cannot mount a tmpfs (run as root)"; exit 1; }
+head -c 4194304 /dev/urandom >"$work/src/big.bin"
+cat >"$work/home2/.local/share/QVTransfer/qvtransfer.plist" <<EOF
+<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0"><dict><key>LOCAL-DRIVE</key><dict>
+<key>isFileTransferCompleted</key><false/>
+<key>selectedDestinationShare</key><string>$work/Small Disk</string>
+<key>sourceFilesPendingArray</key><array><dict>
+<key>filesSelectCheckbox</key><integer>1</integer><key>fileName</key><string>big.bin</string>
+<key>fullFilePath</key><string>$work/src/big.bin</string>
+<key>numberOfFiles</key><string>1 file</string><key>numberOfFolders</key><string>0 folders</string>
+<key>fileSize</key><integer>4194304</integer></dict></array>
+</dict></dict></plist>
+EOF
+HOME="$work/home2" "$host" --das "$work/Small Disk" --name "Small Disk" --resume \
+    >"$work/host2.out" 2>&1 &
+pids+=($!)
+if ! /usr/bin/python3 "$probe" qvtransfer-host 30 "Resume upload:push button:focusable:showing" \
+    "Stop Upload:push button:focusable:showing"; then
+    echo "FAIL: the status screen's buttons"; cat "$work/host2.out"
+    failures=$((failures + 1))
+fi
+
+[ "$failures" -eq 0 ] && echo "accessibility bus: every control found"
+exit "$failures"
