@@ -1,12 +1,18 @@
 // A sample host application: builds a device record (from a property-list file or from flags),
 // opens the upload wizard for it and prints every message the wizard sends back.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <QApplication>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QSocketNotifier>
 #include <QTimer>
 #include <QWidget>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <optional>
@@ -25,7 +31,9 @@ const char* kUsage =
     "usage: qvtransfer-host [--record FILE | --das PATH... | --nas ADDRESS --serial SN --name "
     "NAME]\n"
     "                       [--zero-state] [--resume] [--screenshot PNG]\n"
-    "Without --resume, an interrupted upload recorded for the device is offered for resuming.\n";
+    "Without --resume, an interrupted upload recorded for the device is offered for resuming.\n"
+    "SIGTERM and SIGHUP (the end of a desktop session) record an upload under way for --resume\n"
+    "and end with 143 and 129.\n";
 
 class PrintingDelegate : public QVTransferFullDelegate {
   public:
@@ -226,6 +234,38 @@ void saveScreenshotLater(QApplication& app, const std::string& file) {
     });
 }
 
+// The end of the desktop session (SIGTERM, SIGHUP) is not a stop: the handler only writes the
+// signal's number to a pipe, and the main loop lets the wizard record its upload and let go of
+// its shares, then ends with 128 + the number, as the signal itself would have.
+int sessionEndPipe[2] = {-1, -1};
+
+extern "C" void onSessionEnd(int number) {
+    const auto byte = static_cast<unsigned char>(number);
+    [[maybe_unused]] const ssize_t written = write(sessionEndPipe[1], &byte, 1);
+}
+
+void suspendAtTheEndOfTheSession(QApplication& app, const std::shared_ptr<QVTransfer>& wizard) {
+    if (pipe2(sessionEndPipe, O_CLOEXEC | O_NONBLOCK) != 0) return;
+    auto* notifier = new QSocketNotifier(sessionEndPipe[0], QSocketNotifier::Read, &app);
+    const std::weak_ptr<QVTransfer> weak = wizard;
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier, [weak] {
+        unsigned char number = 0;
+        if (read(sessionEndPipe[0], &number, 1) != 1) return;
+        if (const auto w = weak.lock()) w->suspendForEndOfSession();
+        std::printf("the desktop session ends: an upload under way is recorded for --resume\n");
+        std::fflush(stdout);
+        // The copy thread may be inside a file: the process ends as the signal would have
+        // ended it, after the record was written. The file's hidden copy goes when the upload
+        // is taken up.
+        std::_Exit(128 + number);
+    });
+    struct sigaction action {};
+    action.sa_handler = onSessionEnd;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGHUP, &action, nullptr);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -254,6 +294,7 @@ int main(int argc, char** argv) {
     if (!wizard) return fail("the wizard could not be created");
     auto delegate = std::make_shared<PrintingDelegate>();
     wizard->setDelegate(delegate);
+    suspendAtTheEndOfTheSession(app, wizard);
     QPointer<QMessageBox> offer;
     if (options.resume)
         wizard->resumeFileTransferAfterRestart();

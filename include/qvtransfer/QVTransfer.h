@@ -43,6 +43,11 @@ class QVT_EXPORT QVTransfer {
     // resumeFileTransferAfterRestart() would take up; a host asks it before offering the resume.
     // It reads the file and changes nothing.
     bool hasUploadToResume() const;
+    // The desktop session is ending (the host got SIGTERM or SIGHUP) and the process ends when
+    // this returns. An upload under way is paused and recorded, as for a restart, so that
+    // resumeFileTransferAfterRestart() takes it up later; unlike a stop, nothing of it is
+    // dropped. The shares the wizard mounted are let go and their folders removed.
+    void suspendForEndOfSession();
     // The host's device discovery: the devices it sees now, as a record.
     void discovereDevicesForTransfer(const qvt::Record& devices);
 

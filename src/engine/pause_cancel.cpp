@@ -91,6 +91,17 @@ void QVTransferPrivate::suspendForShutdown() {
     if (mountObject) mountObject->removeMountPointFoldersAtExit();
 }
 
+void QVTransferPrivate::suspendForEndOfSession() {
+    const qvt::engine::UploadState state = job().state();
+    if (state == qvt::engine::UploadState::Copying || state == qvt::engine::UploadState::Paused) {
+        suspendForShutdown();
+        return;
+    }
+    // No upload runs: nothing is to be recorded, and the shares go before the process does.
+    log().write("QVTransfer: suspendForEndOfSession: no upload runs; the shares are let go");
+    if (mountObject) unmountSharesVolumes(mountObject->mountedPathsArray.get());
+}
+
 void QVTransferPrivate::resumeTransfer() {
     // Only the user's own pause ends here: a lost or full device's pause ends when the device
     // is back or has room again.

@@ -299,6 +299,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void pauseTransfer();
     void resumeTransfer();
     void suspendForShutdown() override;
+    // The end of the desktop session for a host's window: an upload under way is suspended
+    // as above; with none, what the wizard mounted is let go at once.
+    void suspendForEndOfSession();
     void cancelTransfer();
     // Every status-screen button and the stop confirmation's buttons, told apart by tag.
     void cancelUploadFiles(int senderTag) override;

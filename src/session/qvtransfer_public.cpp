@@ -41,6 +41,10 @@ bool QVTransfer::hasUploadToResume() const {
     return d->hasUploadToResume();
 }
 
+void QVTransfer::suspendForEndOfSession() {
+    d->suspendForEndOfSession();
+}
+
 void QVTransfer::discovereDevicesForTransfer(const qvt::Record& devices) {
     d->discovereDevicesForTransfer(devices);
 }

@@ -96,5 +96,45 @@ else
     passed=$((passed + 1))
 fi
 
+# The end of the desktop session during an upload (SIGTERM) is not a stop: the upload taken up
+# onto a disk too small for it is recorded again and the host ends with 143.
+if mkdir -p "$work/Disk" && truncate -s 8M "$work/disk.img" && mkfs.ext4 -q -F "$work/disk.img" &&
+    loop=$(losetup --find --show "$work/disk.img") && mount "$loop" "$work/Disk"; then
+    trap 'umount "$work/Disk" 2>/dev/null; losetup -d "$loop" 2>/dev/null;
+          umount "$work/Volume" 2>/dev/null; rm -rf "$work"' EXIT
+    uuid=$(blkid -p -s UUID -o value "$loop")
+    mkdir -p "$work/big"
+    head -c 16777216 /dev/urandom >"$work/big/big.bin"
+    cat >"$HOME/.local/share/QVTransfer/qvtransfer.plist" <<PLIST
+<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0"><dict><key>$uuid</key><dict>
+<key>isFileTransferCompleted</key><false/>
+<key>selectedDestinationShare</key><string>$work/Disk</string>
+<key>sourceFilesPendingArray</key><array><dict>
+<key>filesSelectCheckbox</key><integer>1</integer><key>fileName</key><string>big</string>
+<key>fullFilePath</key><string>$work/big</string><key>numberOfFiles</key><string>1 file</string>
+<key>numberOfFolders</key><string>1 folder</string><key>fileSize</key><integer>16777216</integer>
+</dict></array></dict></dict></plist>
+PLIST
+    "$host" --das "$work/Disk" --name "Small Disk" --resume >"$work/out" 2>"$work/err" &
+    pid=$!
+    for _ in $(seq 300); do grep -q "Uploading file 1 of 1" "$work/out" && break; sleep 0.1; done
+    kill -TERM "$pid"
+    wait "$pid"
+    got=$?
+    state=$(tr -d '\n\t ' <"$HOME/.local/share/QVTransfer/qvtransfer.plist")
+    if [ "$got" -eq 143 ] && grep -q "recorded for --resume" "$work/out" &&
+        [[ "$state" == *"<key>isFileTransferPaused</key><true/>"* ]] &&
+        [[ "$state" == *sourceFilesPendingArray*"$(printf '%s' "$work/big" | tr -d ' ')"* ]]; then
+        passed=$((passed + 1))
+    else
+        echo "FAIL: SIGTERM during an upload: exit $got"; cat "$work/out" "$work/err"
+        echo "$state"; failures=$((failures + 1))
+    fi
+else
+    echo "FAIL: no loop-mounted ext4 volume for the session's end (run as root)"
+    failures=$((failures + 1))
+fi
+
 echo "$passed passed, $failures failed"
 [ "$failures" -eq 0 ]

@@ -158,10 +158,14 @@ class NasWindow : public ::testing::Test {
     std::string home;
 };
 
-// Holds a copy until the end of a test that failed before letting it go.
+// Lets a held copy go at the end of a test, and waits until the copy thread is out of the
+// layer, which dies with the test.
 struct ReleaseOnExit {
     HoldingFiles& files;
-    ~ReleaseOnExit() { files.release(); }
+    ~ReleaseOnExit() {
+        files.release();
+        files.waitFreed(60);
+    }
 };
 
 TEST_F(NasWindow, SignInChooseFilesUploadPauseResumeAndStopWithTheKeyboardAlone) {
@@ -385,6 +389,46 @@ TEST_F(NasWindow, BackAndBackAgainToTheHostLeavesNothingMounted) {
     EXPECT_TRUE(test::waitFor([&] { return !window->window()->isVisible(); }, 30));
     ASSERT_TRUE(settle());
     EXPECT_EQ(leftInMountFolder(), std::vector<std::string>{});
+}
+
+// The end of the desktop session while the wizard is open: before any upload the shares go at
+// once; during an upload it is paused and recorded for a later resume, and the mount folder
+// keeps nothing either way.
+TEST_F(NasWindow, TheEndOfTheSessionBeforeAnUploadLetsGoOfTheShares) {
+    makeDefaultFolders(1);
+    ASSERT_NO_FATAL_FAILURE(signIn());
+    ASSERT_TRUE(
+        test::waitFor([&] { return wizard->finishedPopulatingDestinationFolders.load(); }, 60));
+    ASSERT_EQ(leftInMountFolder().size(), 1u);
+    wizard->suspendForEndOfSession();
+    EXPECT_EQ(leftInMountFolder(), std::vector<std::string>{});
+}
+
+TEST_F(NasWindow, TheEndOfTheSessionDuringAnUploadRecordsItAndLeavesNoMountPoint) {
+    HoldingFiles files;
+    FilesOverride useFiles(&files);
+    ReleaseOnExit releaseOnExit{files};
+    makeDefaultFolders(20);
+    ASSERT_NO_FATAL_FAILURE(signIn());
+    auto* next = window->control<QAbstractButton>(QStringLiteral("chooseSourceFilesNextButton"));
+    ASSERT_TRUE(test::waitFor([&] { return next->isEnabled(); }, 30));
+    window->window()->setFocus();
+    QTest::keyClick(window->window(), Qt::Key_Return);
+    ASSERT_TRUE(test::waitFor([&] { return on(Screen::Destination); }));
+    ASSERT_FALSE(chooseTheShare().empty());
+    files.holdCopyOf("/p15.jpg");
+    ASSERT_TRUE(tabTo("uploadFilesButton"));
+    QTest::keyClick(focused(), Qt::Key_Space);
+    ASSERT_TRUE(files.waitHeld(60));
+
+    wizard->suspendForEndOfSession();
+    EXPECT_TRUE(wizard->uploadPaused());
+    EXPECT_FALSE(wizard->uploadCancelled());
+    EXPECT_EQ(leftInMountFolder(), std::vector<std::string>{});
+    const std::string record = test::readFile(harness.services.folders.applicationSupport +
+                                              "/QVTransfer/qvtransfer.plist");
+    EXPECT_NE(record.find("sourceFilesPendingArray"), std::string::npos) << record;
+    EXPECT_NE(record.find(home + "/Pictures"), std::string::npos) << record;
 }
 
 }  // namespace
