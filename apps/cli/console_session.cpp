@@ -28,6 +28,7 @@ ConsoleSession::ConsoleSession(Options options, Terminal& terminal, Record devic
       delegate_(std::make_shared<ConsoleDelegate>()) {
     wizard_->setDelegate(delegate_);
     view_.setModalHandler([this](Dialog d) { onModal(d); });
+    if (options_.json) view_.keepArrivedFiles();
     terminal_.catchStopSignals([this](int number) { onStopSignal(number); });
     timer_.setInterval(kTickMilliseconds);
     connect(&timer_, &QTimer::timeout, this, &ConsoleSession::tick);

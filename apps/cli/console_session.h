@@ -97,8 +97,9 @@ class ConsoleSession : public QObject {
     void endWithTheDesktopSession(int number);
     void checkEnd();
     void printResult(const StatusSnapshot& status);
-    // --json: the failed items not reported yet, and a progress event at most once a second.
-    void emitNewFailures(const StatusSnapshot& status);
+    // --json: the files arrived and the failed items not reported yet.
+    void emitNewFileEvents(const StatusSnapshot& status);
+    // --json: a progress event, at most once a second.
     void emitProgress(const StatusSnapshot& status, bool force);
 
     // The device record's "deviceInfo" value ("productName", "ipAddress").

@@ -56,7 +56,10 @@ void ConsoleSession::clearProgressLine() {
     progressLineOpen_ = false;
 }
 
-void ConsoleSession::emitNewFailures(const StatusSnapshot& status) {
+void ConsoleSession::emitNewFileEvents(const StatusSnapshot& status) {
+    // The files that arrived since the last look come first: a file is told once it is whole.
+    for (const auto& [source, destination] : view_.takeArrivedFiles())
+        emitJsonEvent("arrived", {{"path", source}, {"destination", destination}});
     for (; failuresEmitted_ < status.failures.size(); ++failuresEmitted_) {
         const FailedItem& item = status.failures[failuresEmitted_];
         emitJsonEvent("failed", {{"path", item.sourceFilePath}, {"reason", item.localizedError}});
@@ -82,7 +85,7 @@ void ConsoleSession::emitProgress(const StatusSnapshot& status, bool force) {
 void ConsoleSession::showProgress(bool force) {
     if (options_.json) {
         const StatusSnapshot status = actions_.statusSnapshot();
-        emitNewFailures(status);
+        emitNewFileEvents(status);
         if (!status.ended()) emitProgress(status, force);
         return;
     }
@@ -365,7 +368,7 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
     const double seconds =
         uploadStarted_ ? std::chrono::duration<double>(Clock::now() - *uploadStarted_).count() : 0;
     if (options_.json) {
-        emitNewFailures(status);
+        emitNewFileEvents(status);
         emitJsonEvent("completed", {{"files", status.filesArrived},
                                     {"bytes", status.bytesDone},
                                     {"failed", std::uint64_t{status.failures.size()}},

@@ -67,6 +67,17 @@ void ConsoleView::showStatus(const StatusSnapshot& status) {
     status_ = status;
 }
 
+void ConsoleView::fileArrived(const std::string& source, const std::string& destination) {
+    if (!keepArrived_) return;
+    std::lock_guard lock(mutex_);
+    arrived_.emplace_back(source, destination);
+}
+
+std::vector<std::pair<std::string, std::string>> ConsoleView::takeArrivedFiles() {
+    std::lock_guard lock(mutex_);
+    return std::exchange(arrived_, {});
+}
+
 UsersScreen ConsoleView::users() const {
     std::lock_guard lock(mutex_);
     return users_;

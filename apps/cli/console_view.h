@@ -4,10 +4,12 @@
 #pragma once
 
 #include <QEventLoop>
+#include <atomic>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "session/view.h"
@@ -57,6 +59,12 @@ class ConsoleView : public QVTransferView {
     void setHidden(const std::string&, bool) override {}
     void setTag(const std::string&, int) override {}
     void moveControl(const std::string&, double, double) override {}
+    void fileArrived(const std::string& source, const std::string& destination) override;
+
+    // Files that arrived are kept (source, destination) from now on, for takeArrivedFiles().
+    void keepArrivedFiles() { keepArrived_ = true; }
+    // The files that arrived since the last call, in the order they arrived.
+    std::vector<std::pair<std::string, std::string>> takeArrivedFiles();
 
     // ---- What the session reads ----
     // The screen shown, when one is.
@@ -89,6 +97,8 @@ class ConsoleView : public QVTransferView {
 
     std::function<void(Dialog)> onModal_;
     mutable std::mutex mutex_;
+    std::atomic<bool> keepArrived_{false};
+    std::vector<std::pair<std::string, std::string>> arrived_;
     std::string lostConnectionSentence_;
     bool screenShown_ = false;
     Screen screen_ = Screen::Users;

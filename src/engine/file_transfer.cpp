@@ -13,6 +13,7 @@
 #include "platform/format.h"
 #include "platform/log.h"
 #include "session/qvtransfer_private.h"
+#include "session/view.h"
 
 namespace fs = qvt::platform;
 using qvt::engine::appendingPathComponent;
@@ -218,6 +219,7 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     c.inProcessSourceFilesArray.append(target);
     c.processFileTransferStatus(source, target, error);
     upload.inProcessDestFilePath.set("");
+    if (!error) c.view()->fileArrived(source, target);
     return Step::Done;
 }
 

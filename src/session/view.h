@@ -64,6 +64,13 @@ class QVTransferView {
     // Hides the cancel button and brings the names back into view.
     virtual void hideNewFolderCancelButton() {}
 
+    // A file of the upload has arrived whole under `destination` (its final name). Called on
+    // the copy thread, once per file; a front end that reports each file keeps it.
+    virtual void fileArrived(const std::string& source, const std::string& destination) {
+        (void)source;
+        (void)destination;
+    }
+
     // ---- Questions: each runs its dialog modally on the main thread (a call from another
     // thread waits for it) and answers what the user chose, or Dismissed when the dialog was
     // ended another way (endModal, stopModal, the window closing) ----

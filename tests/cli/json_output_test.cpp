@@ -2,6 +2,7 @@
 // stay valid JSON.
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <set>
 #include <sstream>
 
 #include "cli_fixture.h"
@@ -80,4 +81,30 @@ TEST_F(CliTest, JsonGivesOneObjectPerEventAndNothingElseOnStdout) {
     EXPECT_EQ(events.back().value(QStringLiteral("event")).toString(), QStringLiteral("ended"));
     EXPECT_EQ(events.back().value(QStringLiteral("exitStatus")).toInt(), 1);
     EXPECT_EQ(test::readFile(volume.path() + "/Inbox/Holiday/not utf8 \xff.txt"), "odd\n");
+
+    // Each file that arrived is told once, with where it is now, before the upload's end; the
+    // destination named holds it whole.
+    const auto arrived = named(events, "arrived");
+    EXPECT_EQ(static_cast<int>(arrived.size()), counted - 1) << child.output();
+    std::set<std::string> paths;
+    for (const QJsonObject& e : arrived) {
+        const std::string path = e.value(QStringLiteral("path")).toString().toStdString();
+        const std::string destination =
+            e.value(QStringLiteral("destination")).toString().toStdString();
+        EXPECT_TRUE(paths.insert(path).second) << path;
+        EXPECT_EQ(path.rfind(work / "src/Holiday/", 0), 0u) << path;
+        EXPECT_EQ(destination,
+                  volume.path() + "/Inbox/Holiday/" + path.substr((work / "src/Holiday/").size()))
+            << path;
+        EXPECT_EQ(test::readFile(destination), test::readFile(path)) << path;
+    }
+    EXPECT_TRUE(paths.count(work / "src/Holiday/diary.txt"));
+    EXPECT_FALSE(paths.count(work / "src/Holiday/broken.txt"));
+    std::size_t lastArrived = 0, completedAt = 0;
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        const QString name = events[i].value(QStringLiteral("event")).toString();
+        if (name == QLatin1String("arrived")) lastArrived = i;
+        if (name == QLatin1String("completed")) completedAt = i;
+    }
+    EXPECT_LT(lastArrived, completedAt);
 }
