@@ -10,6 +10,7 @@
 #include <QSocketNotifier>
 #include <QTimer>
 #include <QWidget>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -240,8 +241,10 @@ void saveScreenshotLater(QApplication& app, const std::string& file) {
 int sessionEndPipe[2] = {-1, -1};
 
 extern "C" void onSessionEnd(int number) {
+    const int savedErrno = errno;
     const auto byte = static_cast<unsigned char>(number);
     [[maybe_unused]] const ssize_t written = write(sessionEndPipe[1], &byte, 1);
+    errno = savedErrno;
 }
 
 void suspendAtTheEndOfTheSession(QApplication& app, const std::shared_ptr<QVTransfer>& wizard) {
@@ -261,9 +264,14 @@ void suspendAtTheEndOfTheSession(QApplication& app, const std::shared_ptr<QVTran
     });
     struct sigaction action {};
     action.sa_handler = onSessionEnd;
+    action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
-    sigaction(SIGTERM, &action, nullptr);
-    sigaction(SIGHUP, &action, nullptr);
+    for (const int number : {SIGTERM, SIGHUP}) {
+        // A signal the host was started to ignore (nohup) stays ignored.
+        struct sigaction before {};
+        if (sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_IGN) continue;
+        sigaction(number, &action, nullptr);
+    }
 }
 
 }  // namespace

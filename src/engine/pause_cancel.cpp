@@ -97,7 +97,10 @@ void QVTransferPrivate::suspendForEndOfSession() {
         suspendForShutdown();
         return;
     }
-    // No upload runs: nothing is to be recorded, and the shares go before the process does.
+    // No upload runs. One that has just ended has its last record written here, as the
+    // background write of its end may not have run before the process ends; the shares go
+    // before the process does.
+    if (state != qvt::engine::UploadState::Idle) saveQVTransferDataToFile();
     log().write("QVTransfer: suspendForEndOfSession: no upload runs; the shares are let go");
     if (mountObject) unmountSharesVolumes(mountObject->mountedPathsArray.get());
 }

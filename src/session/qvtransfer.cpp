@@ -296,14 +296,14 @@ void QVTransferPrivate::windowWillClose() {
     // files included, needs its shares no more once the window goes (a retry of the failed
     // files lives in the window); a window closed by Back before any upload lets go of what
     // the sign-in mounted (a close through the close button did that already). A running
-    // upload keeps its shares: its own end lets go of them.
+    // upload keeps its shares: its own end lets go of them. Done here, not in the background:
+    // the host may end the process as soon as the window is gone.
+    const qvt::engine::UploadState state = job().state();
     const bool ended = isFileTransferCompleted();
-    const bool beforeAnyUpload = !asked && inProcessSourceFilesArray.empty() && !uploadCancelled();
+    const bool beforeAnyUpload =
+        !asked && state == qvt::engine::UploadState::Idle && !uploadCancelled();
     if (!mountObject || !(ended || beforeAnyUpload)) return;
-    auto self = shared_from_this();
-    dispatcher().async(qvt::platform::QueuePriority::High, [self] {
-        self->unmountSharesVolumes(self->mountObject->mountedPathsArray.get());
-    });
+    unmountSharesVolumes(mountObject->mountedPathsArray.get());
 }
 
 void QVTransferPrivate::quitTransferYES() {

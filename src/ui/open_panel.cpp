@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QFileSystemModel>
+#include <QItemSelectionModel>
 #include <QLineEdit>
 #include <QListView>
 #include <QTreeView>
@@ -40,23 +41,49 @@ FilesAndFoldersDialog::FilesAndFoldersDialog(QWidget* parent) : QFileDialog(pare
     setFileMode(QFileDialog::ExistingFiles);
     setAcceptMode(QFileDialog::AcceptOpen);
     setWindowTitle(QStringLiteral("Tessaly"));
+    // What the user typed last counts, until a row is chosen in the view. The field cannot
+    // tell by itself: the chooser leaves folders out of it and keeps the old text when only
+    // folders are selected, and while a path is typed it selects each folder the text passes
+    // through ("/", "/home", ...).
+    if (auto* field = findChild<QLineEdit*>(QStringLiteral("fileNameEdit")))
+        connect(field, &QLineEdit::textEdited, this, [this] { typed_ = true; });
+    // The selection the chooser makes for a typed text arrives while the field has the focus
+    // (it may come later than the edit, once the folder is read); a row chosen by the user
+    // moves the dialog's focus to the view first.
+    auto* field = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    if (auto* list = findChild<QListView*>(QStringLiteral("listView"));
+        list && list->selectionModel())
+        connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+                [this, field] {
+                    if (!field || focusWidget() != field) typed_ = false;
+                });
 }
 
 void FilesAndFoldersDialog::accept() {
-    // A path typed into the name field is what the user chose. While it is typed, the chooser
-    // selects in its view each folder the text passes through ("/", "/home", ...), so the
-    // view's selection is not to be trusted then. Selected rows show in the field as quoted
-    // names ("a" "b"), or as the one row's bare name, which leads to the same entry.
-    if (const auto* field = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))) {
-        const QString typed = field->text();
-        if (!typed.isEmpty() && !typed.startsWith(QLatin1Char('"'))) {
-            const QString path = QDir::cleanPath(directory().absoluteFilePath(typed));
-            if (QFileInfo::exists(path)) {
-                chosen_ = QStringList{path};
-                QDialog::accept();
-                return;
-            }
+    const auto* field = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    const QString typed = field ? field->text() : QString();
+    if (typed_ && !typed.isEmpty() && !typed.startsWith(QLatin1Char('"'))) {
+        QString path = typed;
+        if (path == QLatin1String("~") || path.startsWith(QLatin1String("~/")))
+            path = QDir::homePath() + path.mid(1);
+        path = QDir::cleanPath(directory().absoluteFilePath(path));
+        const QFileInfo info(path);
+        if (info.isDir()) {
+            // A folder typed is gone into, as in any chooser; a folder is taken by selecting
+            // its row and pressing Open.
+            setDirectory(path);
+            if (auto* edit = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))) edit->clear();
+            typed_ = false;
+            return;
         }
+        if (info.exists()) {
+            chosen_ = QStringList{path};
+            QDialog::accept();
+            return;
+        }
+        // A name that is not there: the chooser's own handling says so.
+        QFileDialog::accept();
+        return;
     }
     const QStringList entries = selectedEntries(*this);
     if (entries.isEmpty()) {

@@ -22,6 +22,8 @@ class FilesAndFoldersDialog : public QFileDialog {
 
   private:
     QStringList chosen_;
+    // The name field holds what the user typed since the last choice of rows in the view.
+    bool typed_ = false;
 };
 
 // Runs the chooser modally over `parent`; fills `chosen` and answers 1 when the user chose,

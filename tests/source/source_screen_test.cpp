@@ -6,6 +6,7 @@
 #include "support/support.h"
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QDropEvent>
@@ -270,33 +271,70 @@ TEST_F(SourceScreen, ChooserTakesFilesAndFoldersTogether) {
 }
 
 // While a path is typed, the chooser selects in its view each folder the text passes
-// through; the typed path is what is taken, not those folders.
-TEST_F(SourceScreen, ChooserTakesThePathTypedIntoItsNameField) {
+// through; the typed path is what is taken, not those folders. A typed folder is gone into.
+TEST_F(SourceScreen, ChooserTakesTheFileTypedIntoItsNameFieldAndGoesIntoATypedFolder) {
     TempDir dir;
     writeFile(dir / "pick-file.txt", "abc");
-    fs::create_directories(dir / "pick-folder");
+    writeFile(dir / "pick-folder/inner.txt", "in");
     ui::FilesAndFoldersDialog chooser;
     chooser.setDirectory(qs(dir.path()));
+    chooser.show();
+    chooser.activateWindow();
+    ASSERT_TRUE(waitFor([&] { return chooser.isActiveWindow(); }));
     auto* list = chooser.findChild<QListView*>(QStringLiteral("listView"));
     auto* name = chooser.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
     ASSERT_TRUE(list && name);
     auto* model = qobject_cast<QFileSystemModel*>(list->model());
     ASSERT_NE(model, nullptr);
     ASSERT_TRUE(waitFor([&] { return model->rowCount(model->index(qs(dir.path()))) == 2; }));
-    list->selectionModel()->select(model->index(qs(dir / "pick-file.txt")),
-                                   QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    name->setText(qs(dir / "pick-folder"));
+    name->setFocus();
+    QTest::keyClicks(name, qs(dir / "pick-folder"));
+    chooser.accept();
+    EXPECT_NE(chooser.result(), QDialog::Accepted);
+    EXPECT_EQ(chooser.directory().absolutePath().toStdString(), dir / "pick-folder");
+    EXPECT_TRUE(name->text().isEmpty());
+
+    QTest::keyClicks(name, qs(dir / "pick-file.txt"));
+    chooser.accept();
+    EXPECT_EQ(chooser.result(), QDialog::Accepted);
+    EXPECT_EQ(chooser.chosenPaths(), QStringList{qs(dir / "pick-file.txt")});
+}
+
+// Rows chosen in the view after something was typed are what is taken, folders included,
+// whatever the name field still shows.
+TEST_F(SourceScreen, ChooserTakesTheRowsChosenAfterTheTyping) {
+    TempDir dir;
+    writeFile(dir / "pick-file.txt", "abc");
+    fs::create_directories(dir / "pick-folder");
+    ui::FilesAndFoldersDialog chooser;
+    chooser.setDirectory(qs(dir.path()));
+    chooser.show();
+    chooser.activateWindow();
+    ASSERT_TRUE(waitFor([&] { return chooser.isActiveWindow(); }));
+    auto* list = chooser.findChild<QListView*>(QStringLiteral("listView"));
+    auto* name = chooser.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    ASSERT_TRUE(list && name);
+    auto* model = qobject_cast<QFileSystemModel*>(list->model());
+    ASSERT_TRUE(waitFor([&] { return model->rowCount(model->index(qs(dir.path()))) == 2; }));
+    name->setFocus();
+    QTest::keyClicks(name, QStringLiteral("pick-file.txt"));
+    // The chooser selects the row the text names.
+    ASSERT_TRUE(waitFor([&] {
+        return list->selectionModel()->isRowSelected(model->index(qs(dir / "pick-file.txt")).row(),
+                                                     model->index(qs(dir.path())));
+    }));
+    // The user goes to the rows (the chooser shows them as a list or with details).
+    QAbstractItemView* rows = list;
+    if (!rows->isVisible())
+        rows = chooser.findChild<QAbstractItemView*>(QStringLiteral("treeView"));
+    ASSERT_TRUE(rows && rows->isVisible());
+    rows->setFocus();
+    ASSERT_TRUE(waitFor([&] { return rows->hasFocus(); }));
+    list->selectionModel()->select(model->index(qs(dir / "pick-folder")),
+                                   QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     chooser.accept();
     EXPECT_EQ(chooser.result(), QDialog::Accepted);
     EXPECT_EQ(chooser.chosenPaths(), QStringList{qs(dir / "pick-folder")});
-
-    // A bare name is taken in the folder shown.
-    ui::FilesAndFoldersDialog again;
-    again.setDirectory(qs(dir.path()));
-    again.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))
-        ->setText(QStringLiteral("pick-file.txt"));
-    again.accept();
-    EXPECT_EQ(again.chosenPaths(), QStringList{qs(dir / "pick-file.txt")});
 }
 
 TEST_F(SourceScreen, ChooserLinkRunsTheInstalledChooser) {

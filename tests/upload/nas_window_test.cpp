@@ -177,28 +177,63 @@ TEST_F(NasWindow, SignInChooseFilesUploadPauseResumeAndStopWithTheKeyboardAlone)
     test::writeFile(elsewhere / "Trip/day one.txt", "the first day");
     ASSERT_NO_FATAL_FAILURE(signIn());
 
-    // The chooser, opened from its link with Space: the folder's path typed into its name
-    // field, and Return takes that folder.
+    // The chooser, opened from its link with Space: the parent folder's path typed into its
+    // name field and Return go into it; Tab to the rows, Home on the folder's row, Tab on to
+    // the Open button and Space take the folder.
     auto* list = window->control<QAbstractItemView>(QStringLiteral("sourceFilesTableView"));
     ASSERT_TRUE(test::waitFor([&] { return list->model()->rowCount() == 6; }, 30))
         << list->model()->rowCount();
+    std::string chooserTrail;
     bool chose = false;
     QTimer::singleShot(0, [&] {
         auto* chooser = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
         if (!chooser) return;
-        auto* name = chooser->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-        if (!name || chooser->focusWidget() != name) {
+        const auto give = [&](const std::string& why) {
+            chooserTrail = why;
             chooser->reject();
-            return;
+        };
+        auto* name = chooser->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+        if (!name || chooser->focusWidget() != name) return give("the name field has no focus");
+        QTest::keyClicks(name, QString::fromStdString(elsewhere.path()));
+        // The first Return may go to the completion list the field opened for the text.
+        const auto inside = [&] {
+            return chooser->directory().absolutePath().toStdString() == elsewhere.path();
+        };
+        for (int i = 0; i < 3 && !inside(); ++i) {
+            QTest::keyClick(chooser->focusWidget(), Qt::Key_Return);
+            test::waitFor(inside, 3);
         }
-        QTest::keyClicks(name, QString::fromStdString(elsewhere / "Trip"));
-        QTest::keyClick(name, Qt::Key_Return);
-        chose = !chooser->isVisible();
-        if (!chose) chooser->reject();
+        QAbstractItemView* rows =
+            chooser->findChild<QAbstractItemView*>(QStringLiteral("treeView"));
+        if (!rows || !rows->isVisible())
+            rows = chooser->findChild<QAbstractItemView*>(QStringLiteral("listView"));
+        if (!test::waitFor([&] {
+                return chooser->directory().absolutePath().toStdString() == elsewhere.path() &&
+                       rows->model()->rowCount(rows->rootIndex()) == 1;
+            }))
+            return give("Return did not go into the typed folder: " +
+                        chooser->directory().absolutePath().toStdString() + " rows " +
+                        std::to_string(rows->model()->rowCount(rows->rootIndex())) + " text " +
+                        name->text().toStdString());
+        for (int i = 0; i < 40 && chooser->focusWidget() != rows; ++i)
+            QTest::keyClick(chooser->focusWidget(), Qt::Key_Tab);
+        if (chooser->focusWidget() != rows) return give("Tab never reached the rows");
+        QTest::keyClick(rows, Qt::Key_Home);
+        for (int i = 0; i < 40; ++i) {
+            QTest::keyClick(chooser->focusWidget(), Qt::Key_Tab);
+            auto* button = qobject_cast<QAbstractButton*>(chooser->focusWidget());
+            if (button && button->text().remove(QLatin1Char('&')) == QLatin1String("Open")) {
+                QTest::keyClick(button, Qt::Key_Space);
+                chose = !chooser->isVisible();
+                if (!chose) give("Open did not take the row");
+                return;
+            }
+        }
+        give("Tab never reached the Open button");
     });
     ASSERT_TRUE(tabTo("chooseSourceFilesLink"));
     QTest::keyClick(focused(), Qt::Key_Space);
-    ASSERT_TRUE(chose);
+    ASSERT_TRUE(chose) << chooserTrail;
     ASSERT_TRUE(test::waitFor([&] {
         const List rows = wizard->sourceFilesArray.get();
         return list->model()->rowCount() == 7 && rows.size() == 7 &&
