@@ -132,6 +132,16 @@ class NasWindow : public ::testing::Test {
             << logText();
     }
 
+    // Return on the sources screen (its main button, Next) once the sources are counted.
+    void nextByReturn() {
+        auto* next =
+            window->control<QAbstractButton>(QStringLiteral("chooseSourceFilesNextButton"));
+        ASSERT_TRUE(test::waitFor([&] { return next->isEnabled(); }, 30));
+        window->window()->setFocus();
+        QTest::keyClick(window->window(), Qt::Key_Return);
+        ASSERT_TRUE(test::waitFor([&] { return on(Screen::Destination); }));
+    }
+
     // On the destination screen: waits for the share list and selects the share's row with the
     // keys; the share's local path.
     std::string chooseTheShare() {
@@ -241,11 +251,7 @@ TEST_F(NasWindow, SignInChooseFilesUploadPauseResumeAndStopWithTheKeyboardAlone)
     }));
 
     // Next by Return (the screen's main button), the share by the arrow keys.
-    auto* next = window->control<QAbstractButton>(QStringLiteral("chooseSourceFilesNextButton"));
-    ASSERT_TRUE(test::waitFor([&] { return next->isEnabled(); }, 30));
-    window->window()->setFocus();
-    QTest::keyClick(window->window(), Qt::Key_Return);
-    ASSERT_TRUE(test::waitFor([&] { return on(Screen::Destination); }));
+    ASSERT_NO_FATAL_FAILURE(nextByReturn());
     const std::string share = chooseTheShare();
     ASSERT_FALSE(share.empty());
     EXPECT_TRUE(platform::files().isMountPoint(share));
@@ -313,11 +319,7 @@ TEST_F(NasWindow, AnUploadWithAFailedFileClosedWithReturnLeavesNothingMounted) {
     files.failCopiesOf("/p12.jpg", EACCES);
     makeDefaultFolders(5);
     ASSERT_NO_FATAL_FAILURE(signIn());
-    auto* next = window->control<QAbstractButton>(QStringLiteral("chooseSourceFilesNextButton"));
-    ASSERT_TRUE(test::waitFor([&] { return next->isEnabled(); }, 30));
-    window->window()->setFocus();
-    QTest::keyClick(window->window(), Qt::Key_Return);
-    ASSERT_TRUE(test::waitFor([&] { return on(Screen::Destination); }));
+    ASSERT_NO_FATAL_FAILURE(nextByReturn());
     const std::string share = chooseTheShare();
     ASSERT_FALSE(share.empty());
     ASSERT_TRUE(tabTo("uploadFilesButton"));
@@ -346,11 +348,7 @@ TEST_F(NasWindow, AFailedFileIsRetriedWithTheKeyboard) {
     files.failCopiesOf("/p12.jpg", EACCES);
     makeDefaultFolders(5);
     ASSERT_NO_FATAL_FAILURE(signIn());
-    auto* next = window->control<QAbstractButton>(QStringLiteral("chooseSourceFilesNextButton"));
-    ASSERT_TRUE(test::waitFor([&] { return next->isEnabled(); }, 30));
-    window->window()->setFocus();
-    QTest::keyClick(window->window(), Qt::Key_Return);
-    ASSERT_TRUE(test::waitFor([&] { return on(Screen::Destination); }));
+    ASSERT_NO_FATAL_FAILURE(nextByReturn());
     const std::string share = chooseTheShare();
     ASSERT_FALSE(share.empty());
     ASSERT_TRUE(tabTo("uploadFilesButton"));
@@ -390,11 +388,7 @@ TEST_F(NasWindow, AFailedFileIsRetriedWithTheKeyboard) {
 TEST_F(NasWindow, ClosingTheWindowOnTheDestinationScreenLeavesNothingMounted) {
     makeDefaultFolders(1);
     ASSERT_NO_FATAL_FAILURE(signIn());
-    auto* next = window->control<QAbstractButton>(QStringLiteral("chooseSourceFilesNextButton"));
-    ASSERT_TRUE(test::waitFor([&] { return next->isEnabled(); }, 30));
-    window->window()->setFocus();
-    QTest::keyClick(window->window(), Qt::Key_Return);
-    ASSERT_TRUE(test::waitFor([&] { return on(Screen::Destination); }));
+    ASSERT_NO_FATAL_FAILURE(nextByReturn());
     const std::string share = chooseTheShare();
     ASSERT_FALSE(share.empty());
     ASSERT_TRUE(platform::files().isMountPoint(share));
@@ -445,11 +439,7 @@ TEST_F(NasWindow, TheEndOfTheSessionDuringAnUploadRecordsItAndLeavesNoMountPoint
     ReleaseOnExit releaseOnExit{files};
     makeDefaultFolders(20);
     ASSERT_NO_FATAL_FAILURE(signIn());
-    auto* next = window->control<QAbstractButton>(QStringLiteral("chooseSourceFilesNextButton"));
-    ASSERT_TRUE(test::waitFor([&] { return next->isEnabled(); }, 30));
-    window->window()->setFocus();
-    QTest::keyClick(window->window(), Qt::Key_Return);
-    ASSERT_TRUE(test::waitFor([&] { return on(Screen::Destination); }));
+    ASSERT_NO_FATAL_FAILURE(nextByReturn());
     ASSERT_FALSE(chooseTheShare().empty());
     files.holdCopyOf("/p15.jpg");
     ASSERT_TRUE(tabTo("uploadFilesButton"));
