@@ -1,5 +1,6 @@
 #include "console_session.h"
 
+#include "console_texts.h"
 #include "json_events.h"
 #include "progress_text.h"
 
@@ -76,9 +77,9 @@ void ConsoleSession::tick() {
     busy_ = true;
     const auto now = Clock::now();
     if (delegate_->back) {
-        finish(kExitSomeFailed, "The wizard was left without an upload.");
+        finish(kExitSomeFailed, consoleText("LEFT_WITHOUT_UPLOAD"));
     } else if (stage_ != Stage::Uploading && stage_ != Stage::Resuming && delegate_->cancelled) {
-        finish(kExitStopped, "Stopped before the upload began.");
+        finish(kExitStopped, consoleText("STOPPED_BEFORE_BEGIN"));
     } else {
         Screen screen = Screen::Users;
         const Screen* shown = view_.shownScreen(&screen) ? &screen : nullptr;
@@ -90,7 +91,7 @@ void ConsoleSession::tick() {
                 if (options_.resume) {
                     stage_ = Stage::Resuming;
                     if (!options_.quiet) {
-                        std::printf("Taking up the upload recorded in the state file...\n");
+                        std::printf("%s\n", consoleText("TAKING_UP_RECORDED").c_str());
                         std::fflush(stdout);
                     }
                     // An account given on the command line is used as it is: the keychain
@@ -128,11 +129,13 @@ void ConsoleSession::tick() {
                                                   {"destination", status.destination},
                                                   {"device", status.productName}});
                     if (!options_.quiet) {
-                        std::printf("Taking up %s (%s, %s) to %s on %s\n",
-                                    countText(status.sources, "item", "items").c_str(),
-                                    countText(files, "file", "files").c_str(),
-                                    progressBytesText(status.bytesTotal).c_str(),
-                                    status.destination.c_str(), status.productName.c_str());
+                        std::printf(
+                            "%s\n",
+                            consoleText("TAKING_UP", {consoleCountText("ITEMS_n", status.sources),
+                                                      consoleCountText("FILES_n", files),
+                                                      progressBytesText(status.bytesTotal),
+                                                      status.destination, status.productName})
+                                .c_str());
                         std::fflush(stdout);
                     }
                     stage_ = Stage::Uploading;

@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "console_session.h"
+#include "console_texts.h"
 #include "console_view.h"
 #include "json_events.h"
 #include "progress_text.h"
@@ -112,20 +113,22 @@ void ConsoleSession::showProgress(bool force) {
     // Once the upload has ended there is nothing left to estimate.
     const std::string second = status.ended() ? std::string() : status.line2;
 
-    char counts[160];
-    std::snprintf(counts, sizeof counts, "Files %lld of %lld | %s of %s", files, total,
-                  progressBytesText(bytes).c_str(), progressBytesText(size).c_str());
-    std::string line = counts;
+    std::string line =
+        consoleText("PROGRESS_COUNTS", {std::to_string(files), std::to_string(total),
+                                        progressBytesText(bytes), progressBytesText(size)});
     if (copying && uploadStarted_) {
         const double seconds = std::chrono::duration<double>(now - *uploadStarted_).count();
         if (seconds >= 1 && bytes > 0)
-            line += " | " + progressBytesText(static_cast<std::uint64_t>(bytes / seconds)) + "/s";
+            line += " | " +
+                    consoleText("RATE",
+                                {progressBytesText(static_cast<std::uint64_t>(bytes / seconds))});
     }
     if (!first.empty()) line += " | " + first;
     if (!second.empty()) line += " | " + second;
 
     if (terminal) {
-        const std::string keys = paused ? "  [r resume, s stop]" : "  [p pause, s stop]";
+        const std::string keys =
+            "  " + consoleText(paused ? "KEYS_WHILE_PAUSED" : "KEYS_WHILE_COPYING");
         std::printf(
             "\r\033[K%s",
             fitted(progressBar(bytes, size) + " " + line + keys, terminalWidth() - 1).c_str());
@@ -151,9 +154,9 @@ void ConsoleSession::showPauseChange() {
             emitJsonEvent("continuing",
                           {{"after", waitingFor_ == Waiting::Device ? "device" : "space"}});
         if (!options_.quiet)
-            std::printf("%s\n", waitingFor_ == Waiting::Device
-                                    ? "The device is back; the upload continues."
-                                    : "There is room again; the upload continues.");
+            std::printf(
+                "%s\n",
+                consoleText(waitingFor_ == Waiting::Device ? "DEVICE_BACK" : "ROOM_AGAIN").c_str());
         waitingFor_ = Waiting::Nothing;
     }
     const bool paused = status.paused;
@@ -161,7 +164,7 @@ void ConsoleSession::showPauseChange() {
     pausedShown_ = paused;
     clearProgressLine();
     if (options_.json) emitJsonEvent(paused ? "paused" : "resumed", {});
-    if (!options_.quiet) std::printf("%s\n", paused ? "Paused." : "Resumed.");
+    if (!options_.quiet) std::printf("%s\n", consoleText(paused ? "PAUSED" : "RESUMED").c_str());
     std::fflush(stdout);
     showProgress(true);
 }
@@ -184,7 +187,7 @@ void ConsoleSession::answerStop(bool stop) {
     Dialog open = Dialog::QuitConfirmation;
     if (!view_.modalOpen(&open) || open != Dialog::CancelUploadConfirm) return;
     awaitingStopAnswer_ = false;
-    if (!options_.json) std::printf("%s\n", stop ? "yes" : "no");
+    if (!options_.json) std::printf("%s\n", consoleText(stop ? "ANSWER_YES" : "ANSWER_NO").c_str());
     std::fflush(stdout);
     view_.answer(open, stop ? ConsoleView::kAnswerSecond : ConsoleView::kAnswerFirst);
     // The controller acts on the answer once the question's loop has returned.
@@ -258,9 +261,9 @@ void ConsoleSession::endWithTheDesktopSession(int number) {
         clearProgressLine();
         if (options_.json)
             emitJsonEvent("ended", {{"exitStatus", std::int64_t{code}},
-                                    {"message", "Ended before the upload was taken up."}});
+                                    {"message", consoleText("ENDED_BEFORE_TAKEN_UP")}});
         else
-            std::printf("Ended before the upload was taken up; the record stays for --resume.\n");
+            std::printf("%s\n", consoleText("ENDED_BEFORE_TAKEN_UP").c_str());
         std::fflush(stdout);
         Terminal::restore();
         std::_Exit(code);
@@ -268,7 +271,7 @@ void ConsoleSession::endWithTheDesktopSession(int number) {
     if (stage_ != Stage::Uploading) {
         clearProgressLine();
         actions_.windowShouldClose();
-        return finish(code, "Ended before the upload began.");
+        return finish(code, consoleText("ENDED_BEFORE_BEGIN"));
     }
     const engine::UploadState state = view_.status().state;
     if (state == engine::UploadState::Completed || state == engine::UploadState::Cancelled)
@@ -278,7 +281,7 @@ void ConsoleSession::endWithTheDesktopSession(int number) {
     if (options_.json)
         emitJsonEvent("suspended", {{"exitStatus", std::int64_t{code}}});
     else
-        std::printf("Paused and recorded for the end of the session; take it up with --resume.\n");
+        std::printf("%s\n", consoleText("SUSPENDED").c_str());
     std::fflush(stdout);
     Terminal::restore();
     // The copy thread may be inside a file: the process ends here as a kill would end it,
@@ -294,7 +297,7 @@ void ConsoleSession::onStopSignal(int number) {
         clearProgressLine();
         // As closing the window before an upload: the controller lets its mounts go.
         actions_.windowShouldClose();
-        return finish(kExitStopped, "Stopped before the upload began.");
+        return finish(kExitStopped, consoleText("STOPPED_BEFORE_BEGIN"));
     }
     Dialog open = Dialog::QuitConfirmation;
     if (view_.modalOpen(&open)) {
@@ -310,8 +313,7 @@ void ConsoleSession::checkEnd() {
     const StatusSnapshot status = view_.status();
     if (delegate_->cancelled || status.state == engine::UploadState::Cancelled) {
         if (view_.modalOpen()) return;  // the stop is still unwinding
-        return finish(kExitStopped,
-                      "Stopped. Files uploaded before the stop stay at the destination.");
+        return finish(kExitStopped, consoleText("STOPPED"));
     }
     if (status.state != engine::UploadState::Completed) return;
     const auto now = Clock::now();
@@ -327,7 +329,7 @@ void ConsoleSession::checkEnd() {
         if (options_.json)
             emitJsonEvent("retry question", {{"keys", "r retries, any other key finishes"}});
         else
-            std::printf("Press r to try the failed items again, any other key to finish.\n");
+            std::printf("%s\n", consoleText("RETRY_QUESTION").c_str());
         std::fflush(stdout);
         awaitingRetryAnswer_ = true;
         return;
@@ -353,8 +355,7 @@ void ConsoleSession::answerRetry(char key) {
     if (options_.json)
         emitJsonEvent("retrying", {{"items", std::uint64_t{status.failures.size()}}});
     if (!options_.quiet)
-        std::printf("Trying %s again.\n",
-                    countText(status.failures.size(), "failed item", "failed items").c_str());
+        std::printf("%s\n", consoleCountText("TRYING_AGAIN_n", status.failures.size()).c_str());
     std::fflush(stdout);
     completedSince_.reset();
     uploadStarted_ = Clock::now();
@@ -379,21 +380,23 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
     }
     if (!options_.quiet) {
         std::printf("%s\n", status.line1.c_str());
-        std::printf("Destination: %s on %s (%s)\n", shown.c_str(), status.productName.c_str(),
-                    folder.c_str());
+        std::printf("%s\n",
+                    consoleText("DESTINATION_LINE", {shown, status.productName, folder}).c_str());
     }
     if (!status.failures.empty()) {
-        std::printf("Failed (%zu):\n", status.failures.size());
+        std::printf(
+            "%s\n",
+            consoleText("FAILED_HEADING", {std::to_string(status.failures.size())}).c_str());
         for (const FailedItem& item : status.failures)
             std::printf("  %s: %s\n", item.sourceFilePath.c_str(), item.localizedError.c_str());
     }
     // The last line says what happened, for a reader and for a script's log alike.
-    std::printf(
-        "%s, %s uploaded to %s in %s%s\n", countText(status.filesArrived, "file", "files").c_str(),
-        progressBytesText(status.bytesDone).c_str(), shown.c_str(), durationText(seconds).c_str(),
-        status.failures.empty()
-            ? ""
-            : ("; " + countText(status.failures.size(), "item", "items") + " failed").c_str());
+    std::string last =
+        consoleText("SUMMARY", {consoleCountText("FILES_n", status.filesArrived),
+                                progressBytesText(status.bytesDone), shown, durationText(seconds)});
+    if (!status.failures.empty())
+        last += consoleCountText("SUMMARY_FAILED_n", status.failures.size());
+    std::printf("%s\n", last.c_str());
     std::fflush(stdout);
 }
 

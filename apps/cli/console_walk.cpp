@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "console_session.h"
+#include "console_texts.h"
 #include "console_view.h"
 #include "destination/folder_node.h"
 #include "json_events.h"
@@ -63,8 +64,7 @@ bool ConsoleSession::accountAsAsked() {
     if (!users.usersFetched) return false;
     const std::vector<std::string>& names = users.userNames;
     if (names.size() == 1 && names.front() == options_.user) return true;
-    finish(kExitBadArguments,
-           "The device has no account " + options_.user + " (it has: " + joined(names) + ").");
+    finish(kExitBadArguments, consoleText("NO_ACCOUNT", {options_.user, joined(names)}));
     return false;
 }
 
@@ -76,25 +76,21 @@ void ConsoleSession::chooseUser() {
     std::string wanted = options_.user;
     if (wanted.empty() && names.size() == 1) wanted = names.front();
     if (wanted.empty() && terminal_.inputIsTerminal()) {
-        std::printf("Accounts on the device:\n");
+        std::printf("%s\n", consoleText("ACCOUNTS_HEADING").c_str());
         for (std::size_t i = 0; i < names.size(); ++i)
             std::printf("  %zu) %s\n", i + 1, names[i].c_str());
-        const auto answer = ask("Account (number or name): ");
+        const auto answer = ask(consoleText("ACCOUNT_PROMPT"));
         if (ended()) return;
-        if (!answer) return finish(kExitBadArguments, "No account chosen.");
+        if (!answer) return finish(kExitBadArguments, consoleText("NO_ACCOUNT_CHOSEN"));
         const int n = chosenNumber(*answer, names.size());
         wanted = n >= 0 ? names[static_cast<std::size_t>(n)] : *answer;
     }
     if (wanted.empty())
-        return finish(kExitBadArguments,
-                      "The device has several accounts; choose one with "
-                      "--user (" +
-                          joined(names) + ").");
+        return finish(kExitBadArguments, consoleText("SEVERAL_ACCOUNTS", {joined(names)}));
     for (std::size_t i = 0; i < names.size(); ++i)
         if (names[i] == wanted) index = static_cast<int>(i);
     if (index < 0)
-        return finish(kExitBadArguments,
-                      "The device has no account " + wanted + " (it has: " + joined(names) + ").");
+        return finish(kExitBadArguments, consoleText("NO_ACCOUNT", {wanted, joined(names)}));
 
     actions_.selectUser(index);
     for (int attempt = 0;; ++attempt) {
@@ -103,13 +99,11 @@ void ConsoleSession::chooseUser() {
             if (options_.passwordFromStdin)
                 password = stdinPassword_;
             else if (terminal_.inputIsTerminal())
-                password = ask("Password for " + wanted + ": ", true);
+                password = ask(consoleText("PASSWORD_PROMPT", {wanted}), true);
             else
-                return finish(kExitBadArguments, "The account " + wanted +
-                                                     " needs a password: give it on stdin with "
-                                                     "--password-stdin.");
+                return finish(kExitBadArguments, consoleText("NEEDS_PASSWORD", {wanted}));
             if (ended()) return;
-            if (!password) return finish(kExitBadArguments, "No password was given.");
+            if (!password) return finish(kExitBadArguments, consoleText("NO_PASSWORD"));
         }
         actions_.setUserPassword(*password);
         actions_.verifyUserLoginAndSelectSourceFiles();
@@ -118,17 +112,16 @@ void ConsoleSession::chooseUser() {
         if (view_.shownScreen(&shown) && shown == Screen::Sources) return addSources();
         if (!view_.users().incorrectPassword) return;  // the lost-connection question took over
         if (!options_.passwordFromStdin && terminal_.inputIsTerminal() && attempt < 2) {
-            std::printf("The device did not accept the password; try again.\n");
+            std::printf("%s\n", consoleText("PASSWORD_RETRY").c_str());
             continue;
         }
-        return finish(kExitSomeFailed,
-                      "The device did not accept the password for " + wanted + ".");
+        return finish(kExitSomeFailed, consoleText("PASSWORD_REFUSED", {wanted}));
     }
 }
 
 void ConsoleSession::addSources() {
     if (options_.sources.empty()) {
-        std::printf("Files and folders to upload, one per line (an empty line ends the list):\n");
+        std::printf("%s\n", consoleText("SOURCES_PROMPT").c_str());
         while (true) {
             const auto line = ask("> ");
             if (ended()) return;
@@ -136,12 +129,13 @@ void ConsoleSession::addSources() {
             std::string path = *line;
             struct stat st {};
             if (path.front() != '/' || lstat(path.c_str(), &st) != 0) {
-                std::printf("  not found (give an absolute path): %s\n", path.c_str());
+                std::printf("  %s\n", consoleText("SOURCE_NOT_FOUND", {path}).c_str());
                 continue;
             }
             options_.sources.push_back(path);
         }
-        if (options_.sources.empty()) return finish(kExitBadArguments, "Nothing to upload.");
+        if (options_.sources.empty())
+            return finish(kExitBadArguments, consoleText("NOTHING_TO_UPLOAD"));
     }
     if (options_.move) actions_.setRemoveFilesAfterUpload(true);
     // The same step as dropping the items on the source screen.
@@ -161,7 +155,8 @@ void ConsoleSession::leaveSources() {
         bytes += row.bytes;
     }
     if (!options_.quiet) {
-        std::printf("Sources: %s\n", sourcesText(folders, files, bytes).c_str());
+        std::printf("%s\n",
+                    consoleText("SOURCES_LINE", {sourcesText(folders, files, bytes)}).c_str());
         std::fflush(stdout);
     }
     actions_.selectDestinationForFileTransfer();
@@ -172,7 +167,7 @@ void ConsoleSession::leaveSources() {
         stageSince_ = Clock::now();
         return;
     }
-    finish(kExitStopped, "Not uploaded: moving the sources was not confirmed.");
+    finish(kExitStopped, consoleText("MOVE_NOT_CONFIRMED"));
 }
 
 std::optional<std::string> ConsoleSession::resolveDestination(const std::string& wanted,
@@ -192,7 +187,7 @@ std::optional<std::string> ConsoleSession::resolveDestination(const std::string&
         for (const auto& [name, root] : roots)
             if (path == root || path.rfind(root + "/", 0) == 0) folder = root;
         if (folder.empty()) {
-            error = wanted + " is not on the device (its volumes: " + joined(names) + ").";
+            error = consoleText("NOT_ON_DEVICE", {wanted, joined(names)});
             return std::nullopt;
         }
         below = path.substr(folder.size());
@@ -208,18 +203,17 @@ std::optional<std::string> ConsoleSession::resolveDestination(const std::string&
             for (const auto& [name, root] : roots)
                 if (sameIgnoringCase(name, head)) folder = root;
         if (folder.empty()) {
-            error = "The device has no share or volume named " + head +
-                    " (it has: " + joined(names) + ").";
+            error = consoleText("NO_SHARE_NAMED", {head, joined(names)});
             return std::nullopt;
         }
         if (!below.empty()) folder += "/" + below;
     }
     if (("/" + below + "/").find("/../") != std::string::npos) {
-        error = "The destination may not climb out of its share: " + wanted;
+        error = consoleText("CLIMBS_OUT", {wanted});
         return std::nullopt;
     }
     if (!platform::files().isFolder(folder)) {
-        error = "No folder " + wanted + " on the device.";
+        error = consoleText("NO_FOLDER", {wanted});
         return std::nullopt;
     }
     return folder;
@@ -229,27 +223,25 @@ void ConsoleSession::chooseDestination() {
     const DestinationScreen destinations = view_.destinations();
     if (!destinations.finished || !destinations.uploadEnabled) {
         if (Clock::now() - stageSince_ > kDestinationWait)
-            finish(kExitSomeFailed, "The device's shares and volumes did not come up.");
+            finish(kExitSomeFailed, consoleText("SHARES_DID_NOT_COME"));
         return;
     }
     const List& roots = destinations.roots;
     std::vector<std::string> names;
     for (const Value& v : roots)
         if (const Record* r = v.asRecord()) names.push_back(r->string(destination::kFolderName));
-    if (names.empty()) return finish(kExitSomeFailed, "The device offers nothing to upload to.");
+    if (names.empty()) return finish(kExitSomeFailed, consoleText("NOTHING_TO_UPLOAD_TO"));
 
     std::string wanted = options_.destination;
     if (wanted.empty() && names.size() == 1 && !terminal_.inputIsTerminal()) wanted = names[0];
     while (true) {
         if (wanted.empty()) {
             if (!terminal_.inputIsTerminal())
-                return finish(kExitBadArguments,
-                              "No destination: give --destination SHARE/FOLDER (the device has: " +
-                                  joined(names) + ").");
-            std::printf("Shares and volumes: %s\n", joined(names).c_str());
-            const auto answer = ask("Destination (SHARE/FOLDER): ");
+                return finish(kExitBadArguments, consoleText("NO_DESTINATION", {joined(names)}));
+            std::printf("%s\n", consoleText("SHARES_LINE", {joined(names)}).c_str());
+            const auto answer = ask(consoleText("DESTINATION_PROMPT"));
             if (ended()) return;
-            if (!answer) return finish(kExitBadArguments, "No destination chosen.");
+            if (!answer) return finish(kExitBadArguments, consoleText("NO_DESTINATION_CHOSEN"));
             wanted = *answer;
         }
         std::string error;
@@ -269,8 +261,9 @@ void ConsoleSession::startUpload() {
     const auto files =
         static_cast<std::uint64_t>(std::max<std::int64_t>(0, view_.destinations().filesToUpload));
     if (!options_.quiet)
-        std::printf("Uploading %s to %s on %s\n", countText(files, "file", "files").c_str(),
-                    destinationShown_.c_str(), deviceInfo("productName").c_str());
+        std::printf("%s\n", consoleCountText("UPLOADING_n", files,
+                                             {destinationShown_, deviceInfo("productName")})
+                                .c_str());
     uploadStarted_ = Clock::now();
     std::fflush(stdout);
     stage_ = Stage::Uploading;
@@ -296,7 +289,7 @@ void ConsoleSession::onModal(Dialog dialog) {
             } else {
                 showPauseChange();  // the stop button pauses before it asks
                 std::string prompt = view_.questionText();
-                if (prompt.empty()) prompt = "Stop the upload?";
+                if (prompt.empty()) prompt = consoleText("STOP_QUESTION");
                 if (options_.json)
                     emitJsonEvent("stop question", {{"text", prompt}, {"keys", "y stops"}});
                 else
@@ -312,7 +305,7 @@ void ConsoleSession::onModal(Dialog dialog) {
             // --move on a command line without a terminal is the confirmation.
             bool goOn = true;
             if (terminal_.inputIsTerminal()) {
-                const auto answer = ask("Go on and move the sources? [y/N] ");
+                const auto answer = ask(consoleText("MOVE_QUESTION"));
                 goOn = answer && !answer->empty() &&
                        (answer->front() == 'y' || answer->front() == 'Y');
             }
@@ -327,15 +320,14 @@ void ConsoleSession::onModal(Dialog dialog) {
             // device is back.
             if (options_.json) emitJsonEvent("waiting", {{"for", "device"}});
             if (!options_.quiet)
-                std::printf("%s is not reachable \u2014 waiting for it to come back (s stops).\n",
-                            deviceInfo("productName").c_str());
+                std::printf("%s\n",
+                            consoleText("WAITING_FOR_DEVICE", {deviceInfo("productName")}).c_str());
             waitingFor_ = Waiting::Device;
             view_.answer(dialog, ConsoleView::kAnswerFirst);
             break;
         case Dialog::DeviceFull:
             if (options_.json) emitJsonEvent("waiting", {{"for", "space"}});
-            if (!options_.quiet)
-                std::printf("The device is full \u2014 waiting for free space (s stops).\n");
+            if (!options_.quiet) std::printf("%s\n", consoleText("WAITING_FOR_SPACE").c_str());
             waitingFor_ = Waiting::Space;
             view_.answer(dialog, ConsoleView::kAnswerFirst);
             break;
@@ -356,12 +348,11 @@ void ConsoleSession::answerLostConnection() {
     // With --json stdout holds only events: the sentence goes to stderr.
     std::FILE* out = options_.json ? stderr : stdout;
     if (answered)
-        std::fprintf(out, "The device at %s answered, but: %s\n", address.c_str(),
-                     sentence.c_str());
+        std::fprintf(out, "%s\n", consoleText("ANSWERED_BUT", {address, sentence}).c_str());
     else
-        std::fprintf(out, "Cannot reach the device at %s.\n", address.c_str());
+        std::fprintf(out, "%s\n", consoleText("CANNOT_REACH", {address}).c_str());
     if (terminal_.inputIsTerminal()) {
-        const auto answer = ask("Try again? [Y/n] ");
+        const auto answer = ask(consoleText("TRY_AGAIN_PROMPT"));
         if (!ended() && answer &&
             (answer->empty() || (answer->front() != 'n' && answer->front() != 'N'))) {
             view_.answer(Dialog::LostConnection, ConsoleView::kAnswerFirst);
@@ -371,8 +362,8 @@ void ConsoleSession::answerLostConnection() {
     // Closed without a choice: nothing of the device's state (a pending upload's record
     // included) is touched; the session ends.
     view_.answer(Dialog::LostConnection, ConsoleView::kModalStopped);
-    finish(kExitSomeFailed, answered ? "Not uploaded: " + sentence
-                                     : "Not uploaded: cannot reach the device at " + address + ".");
+    finish(kExitSomeFailed, answered ? consoleText("NOT_UPLOADED_BECAUSE", {sentence})
+                                     : consoleText("NOT_UPLOADED_UNREACHABLE", {address}));
 }
 
 }  // namespace qvt::cli

@@ -4,16 +4,14 @@
 #include <cmath>
 #include <cstdio>
 
+#include "console_texts.h"
+
 namespace qvt::cli {
 
 std::string progressBytesText(std::uint64_t bytes) {
-    char text[48];
-    if (bytes < 1000) {
-        std::snprintf(text, sizeof text, "%llu %s", static_cast<unsigned long long>(bytes),
-                      bytes == 1 ? "byte" : "bytes");
-        return text;
-    }
-    static const char* const units[] = {"KB", "MB", "GB", "TB", "PB", "EB"};
+    if (bytes < 1000) return consoleCountText("BYTES_n", bytes);
+    static const char* const units[] = {"SIZE_KB", "SIZE_MB", "SIZE_GB",
+                                        "SIZE_TB", "SIZE_PB", "SIZE_EB"};
     auto value = static_cast<double>(bytes) / 1000.0;
     std::size_t k = 0;
     // 999.96 KB would print as "1000.0 KB": such a value reads as the next unit already.
@@ -21,19 +19,14 @@ std::string progressBytesText(std::uint64_t bytes) {
         value /= 1000.0;
         ++k;
     }
-    std::snprintf(text, sizeof text, "%.1f %s", value, units[k]);
-    return text;
-}
-
-std::string countText(std::uint64_t count, const char* singular, const char* plural) {
-    return std::to_string(count) + " " + (count == 1 ? singular : plural);
+    return consoleText(units[k], {decimalText(value, 1)});
 }
 
 std::string sourcesText(std::uint64_t folders, std::uint64_t files, std::uint64_t bytes) {
     std::string text;
     // Loose files alone say nothing about folders.
-    if (folders != 0) text = countText(folders, "folder", "folders") + ", ";
-    return text + countText(files, "file", "files") + ", " + progressBytesText(bytes);
+    if (folders != 0) text = consoleCountText("FOLDERS_n", folders) + ", ";
+    return text + consoleCountText("FILES_n", files) + ", " + progressBytesText(bytes);
 }
 
 std::string progressBar(std::uint64_t done, std::uint64_t total) {
@@ -52,20 +45,14 @@ std::string progressBar(std::uint64_t done, std::uint64_t total) {
 
 std::string durationText(double seconds) {
     if (!std::isfinite(seconds) || seconds < 0) seconds = 0;
-    char text[48];
-    if (seconds < 10) {
-        std::snprintf(text, sizeof text, "%.1f s", seconds);
-        return text;
-    }
+    if (seconds < 10) return consoleText("DURATION_SECONDS", {decimalText(seconds, 1)});
     const auto whole = static_cast<unsigned long long>(std::llround(seconds));
-    if (whole < 60) {
-        std::snprintf(text, sizeof text, "%llu s", whole);
-    } else if (whole < 3600) {
-        std::snprintf(text, sizeof text, "%llu min %llu s", whole / 60, whole % 60);
-    } else {
-        std::snprintf(text, sizeof text, "%llu h %llu min", whole / 3600, whole % 3600 / 60);
-    }
-    return text;
+    if (whole < 60) return consoleText("DURATION_SECONDS", {std::to_string(whole)});
+    if (whole < 3600)
+        return consoleText("DURATION_MINUTES",
+                           {std::to_string(whole / 60), std::to_string(whole % 60)});
+    return consoleText("DURATION_HOURS",
+                       {std::to_string(whole / 3600), std::to_string(whole % 3600 / 60)});
 }
 
 }  // namespace qvt::cli

@@ -6,12 +6,11 @@
 
 namespace qvt::cli {
 
+// These texts are in the console's language (console_texts.h); the examples are English.
+
 // A byte count as a person reads it: whole bytes below a kilobyte, then one decimal in
 // decimal units ("0 bytes", "1 byte", "999 bytes", "1.0 KB", "12.3 MB", "1.1 GB").
 std::string progressBytesText(std::uint64_t bytes);
-
-// A count with its noun in the singular or the plural: "1 file", "0 files", "2 files".
-std::string countText(std::uint64_t count, const char* singular, const char* plural);
 
 // What the sources hold: "1 file, 3 bytes", "2 folders, 14 files, 3.2 MB".
 std::string sourcesText(std::uint64_t folders, std::uint64_t files, std::uint64_t bytes);

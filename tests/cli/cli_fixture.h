@@ -137,14 +137,18 @@ inline bool pollUntil(const std::function<bool()>& done, double seconds) {
 
 class CliTest : public ::testing::Test {
   protected:
-    // The environment of one run: a private home (mount folder and state file inside it).
-    std::map<std::string, std::string> environment() const {
+    // The environment of one run: a private home (mount folder and state file inside it), and
+    // the texts in English (a locale without tables of its own) unless `locale` says otherwise.
+    std::map<std::string, std::string> environment(const std::string& locale = "C.UTF-8") const {
         return {{"HOME", home.path()},
                 {"XDG_DATA_HOME", home.path() + "/.local/share"},
-                {"QT_QPA_PLATFORM", "offscreen"}};
+                {"QT_QPA_PLATFORM", "offscreen"},
+                {"LC_ALL", locale},
+                {"LANGUAGE", ""}};
     }
-    bool start(ChildProcess& child, const std::vector<std::string>& args) {
-        return child.start(cliProgram(), args, environment());
+    bool start(ChildProcess& child, const std::vector<std::string>& args,
+               const std::string& locale = "C.UTF-8") {
+        return child.start(cliProgram(), args, environment(locale));
     }
 
     test::TempDir home;

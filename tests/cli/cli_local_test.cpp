@@ -207,6 +207,46 @@ TEST_F(CliTest, QuietPrintsOnlyTheFailedItemsAndTheLastLine) {
     EXPECT_TRUE(sameTree(work / "src/Holiday", volume.path() + "/Inbox/Holiday"));
 }
 
+TEST_F(CliTest, TheConsoleSpeaksTheLanguageOfTheLocale) {
+    TmpfsVolume volume(work / "Drive", 32 << 20);
+    ASSERT_TRUE(volume.ok());
+    fs::create_directories(volume.path() + "/Inbox");
+    makeSources(work / "src");
+    fs::create_symlink(work / "nowhere.txt", work / "src/Holiday/broken.txt");
+    const std::vector<std::string> args = {
+        "--das",       volume.path(),       "--name", "Test Drive", "--destination",
+        "Drive/Inbox", work / "src/Holiday"};
+
+    ChildProcess german;
+    ASSERT_TRUE(start(german, args, "de_DE.UTF-8"));
+    german.closeInput();
+    EXPECT_EQ(german.waitForExit(kDeadline), 1) << german.output() << german.errors();
+    std::string out = german.output();
+    EXPECT_NE(out.find("Quellen: 2 Ordner, 4 Dateien, 3,1 MB\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("4 Dateien werden nach Drive/Inbox auf Test Drive hochgeladen\n"),
+              std::string::npos)
+        << out;
+    EXPECT_NE(out.find("Fehlgeschlagen (1):\n"), std::string::npos) << out;
+    // The last line, with its time in between.
+    const auto last = out.rfind("\n3 Dateien, 3,1 MB in ");
+    ASSERT_NE(last, std::string::npos) << out;
+    EXPECT_NE(out.find(" nach Drive/Inbox hochgeladen; 1 Objekt fehlgeschlagen\n", last),
+              std::string::npos)
+        << out;
+
+    // French, after the German upload: every file has its twin (the clash rule's names).
+    ChildProcess french;
+    ASSERT_TRUE(start(french, args, "fr_FR.UTF-8"));
+    french.closeInput();
+    EXPECT_EQ(french.waitForExit(kDeadline), 1) << french.output() << french.errors();
+    out = french.output();
+    EXPECT_NE(out.find("Sources\u00a0: 2 dossiers, 4 fichiers, 3,1\u00a0Mo\n"), std::string::npos)
+        << out;
+    EXPECT_NE(out.find("Envoi de 4 fichiers vers Drive/Inbox sur Test Drive\n"), std::string::npos)
+        << out;
+    EXPECT_NE(out.find("\u00a0; 1 élément en échec\n"), std::string::npos) << out;
+}
+
 class CliRetry : public CliTest {
   protected:
     // Uploads the sources' Holiday folder, holding a link `name` to the missing `target`, to

@@ -1,16 +1,29 @@
 // The console's progress line texts.
 #include <gtest/gtest.h>
 
+#include <QLocale>
 #include <cmath>
 #include <cstdint>
 
+#include "console_texts.h"
 #include "progress_text.h"
 
-using qvt::cli::countText;
+using qvt::cli::consoleCountText;
 using qvt::cli::durationText;
 using qvt::cli::progressBar;
 using qvt::cli::progressBytesText;
 using qvt::cli::sourcesText;
+
+namespace {
+
+// These tables are the English texts, whatever the locale of the test run.
+class InEnglish : public ::testing::Environment {
+  public:
+    void SetUp() override { qvt::cli::setConsoleLocale(QLocale(QLocale::English)); }
+};
+const auto* const kEnglish = ::testing::AddGlobalTestEnvironment(new InEnglish);
+
+}  // namespace
 
 TEST(ProgressBytesText, WholeBytesBelowAKilobyte) {
     EXPECT_EQ(progressBytesText(0), "0 bytes");
@@ -42,7 +55,7 @@ TEST(CountText, SingularForOneAndPluralOtherwise) {
         const char* text;
     } table[] = {{0, "0 files"},   {1, "1 file"},    {2, "2 files"},
                  {11, "11 files"}, {21, "21 files"}, {100000, "100000 files"}};
-    for (const auto& row : table) EXPECT_EQ(countText(row.count, "file", "files"), row.text);
+    for (const auto& row : table) EXPECT_EQ(consoleCountText("FILES_n", row.count), row.text);
 }
 
 TEST(SourcesText, FoldersOnlyWhenThereAreAny) {

@@ -1,0 +1,345 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de_DE" sourcelanguage="en_GB">
+<context>
+    <name>qvtransfer-cli</name>
+    <message id="LEFT_WITHOUT_UPLOAD">
+        <source>The wizard was left without an upload.</source>
+        <translation>Der Assistent wurde ohne Upload verlassen.</translation>
+    </message>
+    <message id="STOPPED_BEFORE_BEGIN">
+        <source>Stopped before the upload began.</source>
+        <translation>Gestoppt, bevor der Upload begann.</translation>
+    </message>
+    <message id="TAKING_UP_RECORDED">
+        <source>Taking up the upload recorded in the state file...</source>
+        <translation>Der in der Statusdatei gespeicherte Upload wird fortgesetzt …</translation>
+    </message>
+    <message id="TAKING_UP">
+        <source>Taking up %1 (%2, %3) to %4 on %5</source>
+        <extracomment>%1 is the number of items, %2 the number of files, %3 their size, %4 the destination folder, %5 the device.</extracomment>
+        <translation>Fortsetzen: %1 (%2, %3) nach %4 auf %5</translation>
+    </message>
+    <message id="ITEMS_n" numerus="yes">
+        <source>%n items</source>
+        <translation>
+            <numerusform>%n Objekt</numerusform>
+            <numerusform>%n Objekte</numerusform>
+        </translation>
+    </message>
+    <message id="FILES_n" numerus="yes">
+        <source>%n files</source>
+        <translation>
+            <numerusform>%n Datei</numerusform>
+            <numerusform>%n Dateien</numerusform>
+        </translation>
+    </message>
+    <message id="FOLDERS_n" numerus="yes">
+        <source>%n folders</source>
+        <translation>
+            <numerusform>%n Ordner</numerusform>
+            <numerusform>%n Ordner</numerusform>
+        </translation>
+    </message>
+    <message id="BYTES_n" numerus="yes">
+        <source>%n bytes</source>
+        <extracomment>A size below a kilobyte.</extracomment>
+        <translation>
+            <numerusform>%n Byte</numerusform>
+            <numerusform>%n Byte</numerusform>
+        </translation>
+    </message>
+    <message id="SIZE_KB">
+        <source>%1 KB</source>
+        <extracomment>%1 is a number with one decimal; decimal units (1 KB = 1000 bytes).</extracomment>
+        <translation>%1 kB</translation>
+    </message>
+    <message id="SIZE_MB">
+        <source>%1 MB</source>
+        <translation>%1 MB</translation>
+    </message>
+    <message id="SIZE_GB">
+        <source>%1 GB</source>
+        <translation>%1 GB</translation>
+    </message>
+    <message id="SIZE_TB">
+        <source>%1 TB</source>
+        <translation>%1 TB</translation>
+    </message>
+    <message id="SIZE_PB">
+        <source>%1 PB</source>
+        <translation>%1 PB</translation>
+    </message>
+    <message id="SIZE_EB">
+        <source>%1 EB</source>
+        <translation>%1 EB</translation>
+    </message>
+    <message id="RATE">
+        <source>%1/s</source>
+        <extracomment>%1 is a size; the amount copied each second.</extracomment>
+        <translation>%1/s</translation>
+    </message>
+    <message id="DURATION_SECONDS">
+        <source>%1 s</source>
+        <extracomment>%1 is a number of seconds, with one decimal below ten.</extracomment>
+        <translation>%1 s</translation>
+    </message>
+    <message id="DURATION_MINUTES">
+        <source>%1 min %2 s</source>
+        <extracomment>%1 minutes and %2 seconds.</extracomment>
+        <translation>%1 min %2 s</translation>
+    </message>
+    <message id="DURATION_HOURS">
+        <source>%1 h %2 min</source>
+        <extracomment>%1 hours and %2 minutes.</extracomment>
+        <translation>%1 h %2 min</translation>
+    </message>
+    <message id="PROGRESS_COUNTS">
+        <source>Files %1 of %2 | %3 of %4</source>
+        <extracomment>%1 files handled of %2; %3 copied of %4.</extracomment>
+        <translation>Dateien %1 von %2 | %3 von %4</translation>
+    </message>
+    <message id="KEYS_WHILE_COPYING">
+        <source>[p pause, s stop]</source>
+        <extracomment>The keys that act during the upload; the letters stay as they are.</extracomment>
+        <translation>[p anhalten, s stoppen]</translation>
+    </message>
+    <message id="KEYS_WHILE_PAUSED">
+        <source>[r resume, s stop]</source>
+        <translation>[r fortsetzen, s stoppen]</translation>
+    </message>
+    <message id="DEVICE_BACK">
+        <source>The device is back; the upload continues.</source>
+        <translation>Das Gerät ist wieder da; der Upload geht weiter.</translation>
+    </message>
+    <message id="ROOM_AGAIN">
+        <source>There is room again; the upload continues.</source>
+        <translation>Es ist wieder Platz frei; der Upload geht weiter.</translation>
+    </message>
+    <message id="PAUSED">
+        <source>Paused.</source>
+        <translation>Angehalten.</translation>
+    </message>
+    <message id="RESUMED">
+        <source>Resumed.</source>
+        <translation>Fortgesetzt.</translation>
+    </message>
+    <message id="ANSWER_YES">
+        <source>yes</source>
+        <extracomment>The answer to the stop question, echoed after the key y.</extracomment>
+        <translation>ja</translation>
+    </message>
+    <message id="ANSWER_NO">
+        <source>no</source>
+        <translation>nein</translation>
+    </message>
+    <message id="STOP_QUESTION">
+        <source>Stop the upload?</source>
+        <extracomment>Asked when the device gives no question of its own; y stops.</extracomment>
+        <translation>Upload stoppen?</translation>
+    </message>
+    <message id="ENDED_BEFORE_TAKEN_UP">
+        <source>Ended before the upload was taken up; the record stays for --resume.</source>
+        <translation>Beendet, bevor der Upload fortgesetzt wurde; der Eintrag bleibt für --resume erhalten.</translation>
+    </message>
+    <message id="ENDED_BEFORE_BEGIN">
+        <source>Ended before the upload began.</source>
+        <translation>Beendet, bevor der Upload begann.</translation>
+    </message>
+    <message id="SUSPENDED">
+        <source>Paused and recorded for the end of the session; take it up with --resume.</source>
+        <translation>Angehalten und für das Ende der Sitzung gespeichert; mit --resume geht es weiter.</translation>
+    </message>
+    <message id="STOPPED">
+        <source>Stopped. Files uploaded before the stop stay at the destination.</source>
+        <translation>Gestoppt. Die vor dem Stopp hochgeladenen Dateien bleiben am Ziel.</translation>
+    </message>
+    <message id="RETRY_QUESTION">
+        <source>Press r to try the failed items again, any other key to finish.</source>
+        <extracomment>The key r stays as it is.</extracomment>
+        <translation>r versucht die fehlgeschlagenen Objekte erneut, jede andere Taste beendet.</translation>
+    </message>
+    <message id="TRYING_AGAIN_n" numerus="yes">
+        <source>Trying %n failed items again.</source>
+        <translation>
+            <numerusform>%n fehlgeschlagenes Objekt wird erneut versucht.</numerusform>
+            <numerusform>%n fehlgeschlagene Objekte werden erneut versucht.</numerusform>
+        </translation>
+    </message>
+    <message id="DESTINATION_LINE">
+        <source>Destination: %1 on %2 (%3)</source>
+        <extracomment>%1 is the destination as given, %2 the device, %3 the folder it is.</extracomment>
+        <translation>Ziel: %1 auf %2 (%3)</translation>
+    </message>
+    <message id="FAILED_HEADING">
+        <source>Failed (%1):</source>
+        <extracomment>%1 is the number of failed items; the list follows.</extracomment>
+        <translation>Fehlgeschlagen (%1):</translation>
+    </message>
+    <message id="SUMMARY">
+        <source>%1, %2 uploaded to %3 in %4</source>
+        <extracomment>The last line: %1 is the number of files, %2 their size, %3 the destination, %4 the time taken.</extracomment>
+        <translation>%1, %2 in %4 nach %3 hochgeladen</translation>
+    </message>
+    <message id="SUMMARY_FAILED_n" numerus="yes">
+        <source>; %n items failed</source>
+        <extracomment>Added to the last line when items failed.</extracomment>
+        <translation>
+            <numerusform>; %n Objekt fehlgeschlagen</numerusform>
+            <numerusform>; %n Objekte fehlgeschlagen</numerusform>
+        </translation>
+    </message>
+    <message id="NO_ACCOUNT">
+        <source>The device has no account %1 (it has: %2).</source>
+        <extracomment>%1 is the account asked for, %2 the device's accounts.</extracomment>
+        <translation>Das Gerät hat kein Konto %1 (vorhanden: %2).</translation>
+    </message>
+    <message id="ACCOUNTS_HEADING">
+        <source>Accounts on the device:</source>
+        <translation>Konten auf dem Gerät:</translation>
+    </message>
+    <message id="ACCOUNT_PROMPT">
+        <source>Account (number or name): </source>
+        <translation>Konto (Nummer oder Name): </translation>
+    </message>
+    <message id="NO_ACCOUNT_CHOSEN">
+        <source>No account chosen.</source>
+        <translation>Kein Konto gewählt.</translation>
+    </message>
+    <message id="SEVERAL_ACCOUNTS">
+        <source>The device has several accounts; choose one with --user (%1).</source>
+        <extracomment>%1 lists the accounts.</extracomment>
+        <translation>Das Gerät hat mehrere Konten; wählen Sie eines mit --user (%1).</translation>
+    </message>
+    <message id="PASSWORD_PROMPT">
+        <source>Password for %1: </source>
+        <extracomment>%1 is the account.</extracomment>
+        <translation>Passwort für %1: </translation>
+    </message>
+    <message id="NEEDS_PASSWORD">
+        <source>The account %1 needs a password: give it on stdin with --password-stdin.</source>
+        <translation>Das Konto %1 braucht ein Passwort: Geben Sie es mit --password-stdin über stdin an.</translation>
+    </message>
+    <message id="NO_PASSWORD">
+        <source>No password was given.</source>
+        <translation>Es wurde kein Passwort angegeben.</translation>
+    </message>
+    <message id="PASSWORD_RETRY">
+        <source>The device did not accept the password; try again.</source>
+        <translation>Das Gerät hat das Passwort nicht angenommen; versuchen Sie es erneut.</translation>
+    </message>
+    <message id="PASSWORD_REFUSED">
+        <source>The device did not accept the password for %1.</source>
+        <translation>Das Gerät hat das Passwort für %1 nicht angenommen.</translation>
+    </message>
+    <message id="SOURCES_PROMPT">
+        <source>Files and folders to upload, one per line (an empty line ends the list):</source>
+        <translation>Hochzuladende Dateien und Ordner, einer pro Zeile (eine leere Zeile beendet die Liste):</translation>
+    </message>
+    <message id="SOURCE_NOT_FOUND">
+        <source>not found (give an absolute path): %1</source>
+        <extracomment>%1 is the path typed.</extracomment>
+        <translation>nicht gefunden (geben Sie einen absoluten Pfad an): %1</translation>
+    </message>
+    <message id="NOTHING_TO_UPLOAD">
+        <source>Nothing to upload.</source>
+        <translation>Nichts hochzuladen.</translation>
+    </message>
+    <message id="SOURCES_LINE">
+        <source>Sources: %1</source>
+        <extracomment>%1 tells the folders, files and size.</extracomment>
+        <translation>Quellen: %1</translation>
+    </message>
+    <message id="MOVE_NOT_CONFIRMED">
+        <source>Not uploaded: moving the sources was not confirmed.</source>
+        <translation>Nicht hochgeladen: Das Verschieben der Quellen wurde nicht bestätigt.</translation>
+    </message>
+    <message id="MOVE_QUESTION">
+        <source>Go on and move the sources? [y/N] </source>
+        <extracomment>y moves; the letters stay as they are.</extracomment>
+        <translation>Fortfahren und die Quellen verschieben? [y/N] </translation>
+    </message>
+    <message id="NOT_ON_DEVICE">
+        <source>%1 is not on the device (its volumes: %2).</source>
+        <extracomment>%1 is the folder given, %2 the device's volumes.</extracomment>
+        <translation>%1 liegt nicht auf dem Gerät (seine Volumes: %2).</translation>
+    </message>
+    <message id="NO_SHARE_NAMED">
+        <source>The device has no share or volume named %1 (it has: %2).</source>
+        <translation>Das Gerät hat keine Freigabe und kein Volume namens %1 (vorhanden: %2).</translation>
+    </message>
+    <message id="CLIMBS_OUT">
+        <source>The destination may not climb out of its share: %1</source>
+        <translation>Das Ziel darf seine Freigabe nicht verlassen: %1</translation>
+    </message>
+    <message id="NO_FOLDER">
+        <source>No folder %1 on the device.</source>
+        <translation>Kein Ordner %1 auf dem Gerät.</translation>
+    </message>
+    <message id="SHARES_DID_NOT_COME">
+        <source>The device's shares and volumes did not come up.</source>
+        <translation>Die Freigaben und Volumes des Geräts sind nicht erschienen.</translation>
+    </message>
+    <message id="NOTHING_TO_UPLOAD_TO">
+        <source>The device offers nothing to upload to.</source>
+        <translation>Das Gerät bietet nichts, wohin hochgeladen werden kann.</translation>
+    </message>
+    <message id="NO_DESTINATION">
+        <source>No destination: give --destination SHARE/FOLDER (the device has: %1).</source>
+        <extracomment>--destination SHARE/FOLDER is the option and its form.</extracomment>
+        <translation>Kein Ziel: Geben Sie --destination FREIGABE/ORDNER an (vorhanden: %1).</translation>
+    </message>
+    <message id="SHARES_LINE">
+        <source>Shares and volumes: %1</source>
+        <translation>Freigaben und Volumes: %1</translation>
+    </message>
+    <message id="DESTINATION_PROMPT">
+        <source>Destination (SHARE/FOLDER): </source>
+        <translation>Ziel (FREIGABE/ORDNER): </translation>
+    </message>
+    <message id="NO_DESTINATION_CHOSEN">
+        <source>No destination chosen.</source>
+        <translation>Kein Ziel gewählt.</translation>
+    </message>
+    <message id="UPLOADING_n" numerus="yes">
+        <source>Uploading %n files to %1 on %2</source>
+        <extracomment>%1 is the destination, %2 the device.</extracomment>
+        <translation>
+            <numerusform>%n Datei wird nach %1 auf %2 hochgeladen</numerusform>
+            <numerusform>%n Dateien werden nach %1 auf %2 hochgeladen</numerusform>
+        </translation>
+    </message>
+    <message id="WAITING_FOR_DEVICE">
+        <source>%1 is not reachable — waiting for it to come back (s stops).</source>
+        <extracomment>%1 is the device; s stays as it is.</extracomment>
+        <translation>%1 ist nicht erreichbar – es wird gewartet, bis es zurück ist (s stoppt).</translation>
+    </message>
+    <message id="WAITING_FOR_SPACE">
+        <source>The device is full — waiting for free space (s stops).</source>
+        <translation>Das Gerät ist voll – es wird auf freien Speicherplatz gewartet (s stoppt).</translation>
+    </message>
+    <message id="ANSWERED_BUT">
+        <source>The device at %1 answered, but: %2</source>
+        <extracomment>%1 is the device's address, %2 what went wrong.</extracomment>
+        <translation>Das Gerät unter %1 hat geantwortet, aber: %2</translation>
+    </message>
+    <message id="CANNOT_REACH">
+        <source>Cannot reach the device at %1.</source>
+        <translation>Das Gerät unter %1 ist nicht erreichbar.</translation>
+    </message>
+    <message id="TRY_AGAIN_PROMPT">
+        <source>Try again? [Y/n] </source>
+        <extracomment>Enter or y tries again, n gives up.</extracomment>
+        <translation>Erneut versuchen? [Y/n] </translation>
+    </message>
+    <message id="NOT_UPLOADED_BECAUSE">
+        <source>Not uploaded: %1</source>
+        <extracomment>%1 says why.</extracomment>
+        <translation>Nicht hochgeladen: %1</translation>
+    </message>
+    <message id="NOT_UPLOADED_UNREACHABLE">
+        <source>Not uploaded: cannot reach the device at %1.</source>
+        <translation>Nicht hochgeladen: Das Gerät unter %1 ist nicht erreichbar.</translation>
+    </message>
+</context>
+</TS>
