@@ -183,7 +183,10 @@ std::optional<std::string> ConsoleSession::resolveDestination(const std::string&
     std::string folder;
     std::string below;
     if (!wanted.empty() && wanted.front() == '/') {
-        const std::string path = "/" + trimmedSlashes(wanted);
+        // Appended, not "/" + ...: GCC 12 at -O3 takes a literal added to a temporary string
+        // for an overlapping copy (a false -Wrestrict).
+        std::string path = "/";
+        path += trimmedSlashes(wanted);
         for (const auto& [name, root] : roots)
             if (path == root || path.rfind(root + "/", 0) == 0) folder = root;
         if (folder.empty()) {
