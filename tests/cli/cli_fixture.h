@@ -151,6 +151,14 @@ class CliTest : public ::testing::Test {
         return child.start(cliProgram(), args, environment(locale));
     }
 
+    // An Inbox folder on `volume`, and the sources with a link to nothing in Holiday: an upload
+    // of Holiday to Drive/Inbox copies three files and ends with one failed item.
+    void prepareHolidayWithBrokenLink(const TmpfsVolume& volume) {
+        fs::create_directories(volume.path() + "/Inbox");
+        makeSources(work / "src");
+        fs::create_symlink(work / "nowhere.txt", work / "src/Holiday/broken.txt");
+    }
+
     test::TempDir home;
     test::TempDir work;
 };

@@ -181,9 +181,7 @@ TEST_F(CliTest, LinksAreCopiedAsWhatTheyLeadToAndALoopIsOneFailedItem) {
 TEST_F(CliTest, QuietPrintsOnlyTheFailedItemsAndTheLastLine) {
     TmpfsVolume volume(work / "Drive", 32 << 20);
     ASSERT_TRUE(volume.ok());
-    fs::create_directories(volume.path() + "/Inbox");
-    makeSources(work / "src");
-    fs::create_symlink(work / "nowhere.txt", work / "src/Holiday/broken.txt");
+    prepareHolidayWithBrokenLink(volume);
 
     ChildProcess child;
     ASSERT_TRUE(start(child, {"--das", volume.path(), "--name", "Test Drive", "--destination",
@@ -210,9 +208,7 @@ TEST_F(CliTest, QuietPrintsOnlyTheFailedItemsAndTheLastLine) {
 TEST_F(CliTest, TheConsoleSpeaksTheLanguageOfTheLocale) {
     TmpfsVolume volume(work / "Drive", 32 << 20);
     ASSERT_TRUE(volume.ok());
-    fs::create_directories(volume.path() + "/Inbox");
-    makeSources(work / "src");
-    fs::create_symlink(work / "nowhere.txt", work / "src/Holiday/broken.txt");
+    prepareHolidayWithBrokenLink(volume);
     const std::vector<std::string> args = {
         "--das",       volume.path(),       "--name", "Test Drive", "--destination",
         "Drive/Inbox", work / "src/Holiday"};

@@ -49,9 +49,7 @@ TEST(JsonEvents, StringsAreEscapedAndBytesThatAreNotUtf8BecomeTheReplacementChar
 TEST_F(CliTest, JsonGivesOneObjectPerEventAndNothingElseOnStdout) {
     TmpfsVolume volume(work / "Drive", 32 << 20);
     ASSERT_TRUE(volume.ok());
-    fs::create_directories(volume.path() + "/Inbox");
-    makeSources(work / "src");
-    fs::create_symlink(work / "nowhere.txt", work / "src/Holiday/broken.txt");
+    prepareHolidayWithBrokenLink(volume);
     test::writeFile(work / "src/Holiday/not utf8 \xff.txt", "odd\n");
 
     ChildProcess child;
