@@ -14,6 +14,10 @@ void QVTransferPrivate::unmountSharesVolumes(const std::vector<std::string>& pat
     qvt::QVTransferMountDestination::unmountPaths(paths);
 }
 
+void QVTransferPrivate::unmountEveryMountedShare() {
+    if (mountObject) unmountSharesVolumes(mountObject->mountedPathsArray.get());
+}
+
 void QVTransferPrivate::unMountSharesNotInUse() {
     if (!mountObject) return;
     // The recorded list keeps every path; only the unmount list is filtered.

@@ -49,7 +49,7 @@ void runCancelSteps(QVTransferPrivate& c) {
     // and nothing under a final name is touched.
     c.discardPartialCopy();
 
-    if (c.mountObject) c.unmountSharesVolumes(c.mountObject->mountedPathsArray.get());
+    c.unmountEveryMountedShare();
     c.sendCancelledQVTransfer();
     c.view()->detachSourceDropTarget();
 }
@@ -102,7 +102,7 @@ void QVTransferPrivate::suspendForEndOfSession() {
     // before the process does.
     if (state != qvt::engine::UploadState::Idle) saveQVTransferDataToFile();
     log().write("QVTransfer: suspendForEndOfSession: no upload runs; the shares are let go");
-    if (mountObject) unmountSharesVolumes(mountObject->mountedPathsArray.get());
+    unmountEveryMountedShare();
 }
 
 void QVTransferPrivate::resumeTransfer() {
@@ -183,7 +183,7 @@ void QVTransferPrivate::terminateTransfer() {
     view()->endModal(Dialog::UploadErrors);
     sourceFilesArray.set({});
     failedTransferArray.set({});
-    if (mountObject) unmountSharesVolumes(mountObject->mountedPathsArray.get());
+    unmountEveryMountedShare();
     sendCancelledQVTransfer();
     auto self = shared_from_this();
     dispatcher().async(QueuePriority::Low, [self] { self->saveQVTransferDataToFile(); });

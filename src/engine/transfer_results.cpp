@@ -159,7 +159,7 @@ void QVTransferPrivate::finishFileTransfer() {
                            [self, message] { self->sendFileTransferStatusUpdate(message); });
     } else {
         // Nothing is left to retry: the shares can go.
-        if (mountObject) unmountSharesVolumes(mountObject->mountedPathsArray.get());
+        unmountEveryMountedShare();
         subProgressStatus.set("");
         const std::string message = progressStatus.get();
         dispatcher().async(QueuePriority::Default,

@@ -283,7 +283,7 @@ bool QVTransferPrivate::windowShouldClose() {
     dispatcher().async(qvt::platform::QueuePriority::High, [self] {
         // Once an upload has handled a file, its own end unmounts and tells the host.
         if (!self->inProcessSourceFilesArray.empty()) return;
-        self->unmountSharesVolumes(self->mountObject->mountedPathsArray.get());
+        self->unmountEveryMountedShare();
         self->sendCancelledQVTransfer();
     });
     return transferWindowShouldClose;
@@ -302,8 +302,7 @@ void QVTransferPrivate::windowWillClose() {
     const bool ended = isFileTransferCompleted();
     const bool beforeAnyUpload =
         !asked && state == qvt::engine::UploadState::Idle && !uploadCancelled();
-    if (!mountObject || !(ended || beforeAnyUpload)) return;
-    unmountSharesVolumes(mountObject->mountedPathsArray.get());
+    if (ended || beforeAnyUpload) unmountEveryMountedShare();
 }
 
 void QVTransferPrivate::quitTransferYES() {

@@ -232,6 +232,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     bool isVolumeMounted(const std::string& path);
     // Forced unmount of each path, then removal of its mount point folder; errors are ignored.
     void unmountSharesVolumes(const std::vector<std::string>& paths);
+    // Unmounts everything this controller mounted, from a copy of the list taken now.
+    void unmountEveryMountedShare();
     // Unmounts the recorded mount points that the chosen destination does not lie in.
     void unMountSharesNotInUse();
 
