@@ -87,6 +87,12 @@ void QVTransferPrivate::suspendForShutdown() {
     // Written here rather than on the background queue: the process may end as soon as this
     // returns.
     saveQVTransferDataToFile();
+    {
+        // A periodic write that the pause woke may be under way: it ends before this returns,
+        // and none starts after it.
+        std::lock_guard lock(transferDataFileLock);
+        recordSealedForExit = true;
+    }
     log().write("QVTransfer: suspendForShutdown: the upload's state is saved");
     if (mountObject) mountObject->removeMountPointFoldersAtExit();
 }

@@ -407,6 +407,10 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
 
     // Held for every build-and-write of the state file, so two writes never overlap.
     std::mutex transferDataFileLock;
+    // Set, under that lock, once an upload suspended for the end of the session has written its
+    // last record: the process may end at any moment after, and a write it ended in the middle
+    // of would leave a temporary file behind. Writes stay off while the upload stays paused.
+    bool recordSealedForExit = false;
     // The delegate's message after each copied file: one send at a time, the newest state.
     std::shared_ptr<qvt::platform::LatestOnlyTask> perFileStatusUpdate;
 

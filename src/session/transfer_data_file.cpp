@@ -39,6 +39,10 @@ void QVTransferPrivate::saveQVTransferDataToFile() {
     if (serial.empty() && uuid.empty()) return;
 
     std::lock_guard lock(transferDataFileLock);
+    if (recordSealedForExit) {
+        if (uploadPaused()) return;
+        recordSealedForExit = false;  // the process did not end, and the upload went on
+    }
     qvt::Record record;
     // The handled-files list can be long: it is written into the file straight from where it
     // is kept, in the place of a marker in the record, and is never copied whole.

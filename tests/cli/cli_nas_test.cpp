@@ -330,6 +330,12 @@ TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile
         EXPECT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
         EXPECT_NE(child.output().find("Paused and recorded"), std::string::npos) << child.output();
     }
+    // The process ended between two writes of its record, never inside one: the record's
+    // folder holds the record alone, no temporary file of a write cut off.
+    std::vector<std::string> stateFolder;
+    for (const auto& e : fs::directory_iterator(fs::path(stateFile).parent_path()))
+        stateFolder.push_back(e.path().filename().string());
+    EXPECT_EQ(stateFolder, std::vector<std::string>{"qvtransfer.plist"});
     // The share's mount lived in the process; the folder it stood on goes with it.
     const std::string mountFolder = home.path() + "/.QVTransfer";
     EXPECT_TRUE(!fs::exists(mountFolder) || fs::is_empty(mountFolder));

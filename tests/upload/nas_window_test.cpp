@@ -2,6 +2,8 @@
 // simulator answers the device's requests, the test Samba server serves its shares. Every way
 // the window ends (a finished upload closed, a stop confirmed, the window closed before the
 // upload) lets go of what it mounted, and a share that cannot be mounted leaves nothing behind.
+#include <sys/stat.h>
+
 #include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QApplication>
@@ -450,10 +452,26 @@ TEST_F(NasWindow, TheEndOfTheSessionDuringAnUploadRecordsItAndLeavesNoMountPoint
     EXPECT_TRUE(wizard->uploadPaused());
     EXPECT_FALSE(wizard->uploadCancelled());
     EXPECT_EQ(leftInMountFolder(), std::vector<std::string>{});
-    const std::string record = test::readFile(harness.services.folders.applicationSupport +
-                                              "/QVTransfer/qvtransfer.plist");
+    const std::string stateFile =
+        harness.services.folders.applicationSupport + "/QVTransfer/qvtransfer.plist";
+    const std::string record = test::readFile(stateFile);
     EXPECT_NE(record.find("sourceFilesPendingArray"), std::string::npos) << record;
     EXPECT_NE(record.find(home + "/Pictures"), std::string::npos) << record;
+
+    // The process may end at any moment now: no write of the record starts any more (each write
+    // puts a new file in its place), so none can be cut off half done.
+    struct stat before {};
+    ASSERT_EQ(stat(stateFile.c_str(), &before), 0);
+    wizard->saveQVTransferDataToFile();
+    struct stat after {};
+    ASSERT_EQ(stat(stateFile.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    // A process that goes on after all: once the upload goes on, so do the writes.
+    wizard->resumeTransfer();
+    ASSERT_FALSE(wizard->uploadPaused());
+    wizard->saveQVTransferDataToFile();
+    ASSERT_EQ(stat(stateFile.c_str(), &after), 0);
+    EXPECT_NE(after.st_ino, before.st_ino);
 }
 
 }  // namespace
