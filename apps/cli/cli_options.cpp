@@ -171,6 +171,28 @@ std::string lastComponent(const std::string& path) {
     return slash == std::string::npos ? p : p.substr(slash + 1);
 }
 
+std::string missingDeviceKey(const Record& device) {
+    const Record* info = device.record("deviceInfo");
+    if (!info) return "deviceInfo dictionary";
+    if (device.string("deviceType") == "NAS") {
+        if (info->string("ipAddress").empty()) return "deviceInfo ipAddress";
+        // A network device is known by its serial number: its record in the state file, its
+        // account in the keychain and its answer to a reachability check all go by it.
+        if (info->string("serialNumber").empty()) return "deviceInfo serialNumber";
+        return "";
+    }
+    // An attached device is its volumes: without one that names itself there is nothing to
+    // upload to, and the destination would wait for volumes that cannot come.
+    const List* volumes = info->list("volumeArray");
+    bool named = false;
+    if (volumes)
+        for (const Value& v : *volumes)
+            if (const Record* volume = v.asRecord();
+                volume && !volume->string("volumeName").empty())
+                named = true;
+    return named ? "" : "deviceInfo volumeArray with a named volume";
+}
+
 std::optional<Record> deviceRecordFor(const Options& o, std::string& error) {
     if (!o.deviceFile.empty()) {
         const auto value = platform::readPropertyList(o.deviceFile);
@@ -182,6 +204,10 @@ std::optional<Record> deviceRecordFor(const Options& o, std::string& error) {
         const std::string type = record->string("deviceType");
         if (type != "NAS" && type != "DAS") {
             error = "the device record in " + o.deviceFile + " has no deviceType NAS or DAS";
+            return std::nullopt;
+        }
+        if (const std::string missing = missingDeviceKey(*record); !missing.empty()) {
+            error = "the device record in " + o.deviceFile + " has no " + missing;
             return std::nullopt;
         }
         return *record;

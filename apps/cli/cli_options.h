@@ -52,6 +52,10 @@ const char* usageText();
 // working folder; every source must exist.
 ParseResult parseArguments(const std::vector<std::string>& arguments);
 
+// The key a device record read from a file lacks for an upload to be possible, as a phrase
+// ("deviceInfo ipAddress"), or "" when it has every one.
+std::string missingDeviceKey(const Record& device);
+
 // The device record the options describe, or nothing with a reason in `error`.
 std::optional<Record> deviceRecordFor(const Options& options, std::string& error);
 

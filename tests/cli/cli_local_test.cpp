@@ -25,6 +25,15 @@ constexpr double kDeadline = 60;
 
 TEST_F(CliTest, BadArgumentsExitWithTwoAndSayWhy) {
     test::writeFile(work / "a.txt", "a");
+    // Device records that lack what an upload needs: told at once, never waited on.
+    ASSERT_TRUE(
+        platform::writePropertyList(work / "no-info.plist", Value(Record{{"deviceType", "DAS"}})));
+    ASSERT_TRUE(platform::writePropertyList(
+        work / "no-volume.plist",
+        Value(Record{{"deviceType", "DAS"}, {"deviceInfo", Record{{"volumeArray", List{}}}}})));
+    ASSERT_TRUE(platform::writePropertyList(
+        work / "no-address.plist",
+        Value(Record{{"deviceType", "NAS"}, {"deviceInfo", Record{{"serialNumber", "S1"}}}})));
     struct Case {
         std::vector<std::string> args;
         std::string says;
@@ -39,6 +48,10 @@ TEST_F(CliTest, BadArgumentsExitWithTwoAndSayWhy) {
         {{"--das", work.path()}, "no sources given"},
         // A plain folder is no drive's volume: refused at once rather than waited for.
         {{"--das", work.path(), work / "a.txt"}, "not a mounted volume: " + work.path()},
+        {{"--device", work / "no-info.plist", work / "a.txt"}, "has no deviceInfo dictionary"},
+        {{"--device", work / "no-volume.plist", work / "a.txt"},
+         "has no deviceInfo volumeArray with a named volume"},
+        {{"--device", work / "no-address.plist", work / "a.txt"}, "has no deviceInfo ipAddress"},
     };
     for (const Case& c : cases) {
         ChildProcess child;

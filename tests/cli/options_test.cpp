@@ -148,6 +148,36 @@ TEST(CliOptions, DeviceFileMustHoldADeviceRecord) {
     EXPECT_EQ(*record, das);
 }
 
+TEST(CliOptions, ADeviceRecordLackingAKeyIsNamedForWhatItLacks) {
+    const Record volume{{"volumeName", "Backup"}, {"volumePath", "/media/b"}, {"uuid", "U1"}};
+    const struct {
+        Record device;
+        std::string lacks;
+    } table[] = {
+        {Record{{"deviceType", "DAS"}}, "deviceInfo dictionary"},
+        {Record{{"deviceType", "DAS"}, {"deviceInfo", "oops"}}, "deviceInfo dictionary"},
+        {Record{{"deviceType", "DAS"}, {"deviceInfo", Record{{"volumeArray", List{}}}}},
+         "deviceInfo volumeArray with a named volume"},
+        {Record{{"deviceType", "DAS"}, {"deviceInfo", Record{{"volumeArray", "Backup"}}}},
+         "deviceInfo volumeArray with a named volume"},
+        {Record{{"deviceType", "DAS"}, {"deviceInfo", Record{{"volumeArray", List{Value(3)}}}}},
+         "deviceInfo volumeArray with a named volume"},
+        {Record{{"deviceType", "NAS"}, {"deviceInfo", Record{{"serialNumber", "S1"}}}},
+         "deviceInfo ipAddress"},
+        {Record{{"deviceType", "NAS"},
+                {"deviceInfo", Record{{"ipAddress", Value(7)}, {"serialNumber", "S1"}}}},
+         "deviceInfo ipAddress"},
+        {Record{{"deviceType", "NAS"}, {"deviceInfo", Record{{"ipAddress", "10.0.0.2"}}}},
+         "deviceInfo serialNumber"},
+        // Complete records lack nothing; an attached disk needs no serial number.
+        {Record{{"deviceType", "DAS"}, {"deviceInfo", Record{{"volumeArray", List{volume}}}}}, ""},
+        {Record{{"deviceType", "NAS"},
+                {"deviceInfo", Record{{"ipAddress", "10.0.0.2"}, {"serialNumber", "S1"}}}},
+         ""},
+    };
+    for (const auto& row : table) EXPECT_EQ(missingDeviceKey(row.device), row.lacks);
+}
+
 TEST(CliOptions, LastComponent) {
     EXPECT_EQ(lastComponent("/a/b/"), "b");
     EXPECT_EQ(lastComponent("/"), "/");
