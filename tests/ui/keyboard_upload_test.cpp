@@ -8,6 +8,7 @@
 #include <filesystem>
 
 #include "destination/destination_fixture.h"
+#include "support/key_focus.h"
 #include "window_fixture.h"
 
 namespace qvt::test {
@@ -18,18 +19,8 @@ using desttest::TmpfsVolume;
 
 class KeyboardUpload : public WindowTest {
   protected:
-    QWidget* focused() const {
-        QWidget* root = window->window();
-        return root->focusWidget() ? root->focusWidget() : root;
-    }
-    // Presses Tab until `name` has the focus (at most once round the screen).
-    bool tabTo(const char* name) {
-        for (int i = 0; i < 40; ++i) {
-            if (focused()->objectName() == QLatin1String(name)) return true;
-            QTest::keyClick(focused(), Qt::Key_Tab);
-        }
-        return focused()->objectName() == QLatin1String(name);
-    }
+    QWidget* focused() const { return test::focusedIn(window->window()); }
+    bool tabTo(const char* name) { return test::tabTo(window->window(), name); }
     bool on(Screen screen) const {
         const Screen* shown = wizard->currentTransferView();
         return shown && *shown == screen;

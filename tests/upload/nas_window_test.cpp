@@ -19,6 +19,7 @@
 
 #include "../../apps/devicesim/device_simulator.h"
 #include "platform/files.h"
+#include "support/key_focus.h"
 #include "ui/QtTransferWindow.h"
 #include "upload_fixture.h"
 
@@ -84,18 +85,8 @@ class NasWindow : public ::testing::Test {
         for (const std::string& line : harness.log->lines()) out += line + "\n";
         return out;
     }
-    QWidget* focused() const {
-        QWidget* root = window->window();
-        return root->focusWidget() ? root->focusWidget() : root;
-    }
-    // Presses Tab until `name` has the focus (at most once round the screen).
-    bool tabTo(const char* name) {
-        for (int i = 0; i < 40; ++i) {
-            if (focused()->objectName() == QLatin1String(name)) return true;
-            QTest::keyClick(focused(), Qt::Key_Tab);
-        }
-        return focused()->objectName() == QLatin1String(name);
-    }
+    QWidget* focused() const { return test::focusedIn(window->window()); }
+    bool tabTo(const char* name) { return test::tabTo(window->window(), name); }
     bool on(Screen screen) const {
         const Screen* shown = wizard->currentTransferView();
         return shown && *shown == screen;
