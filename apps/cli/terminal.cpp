@@ -28,9 +28,12 @@ void onStopSignal(int number) {
         Terminal::restore();
         _exit(number == SIGINT ? 130 : 128 + number);
     }
+    // The interrupted code may be about to read errno: the write must not change it.
+    const int savedErrno = errno;
     const char byte = static_cast<char>(number);
     const ssize_t written = write(signalPipe[1], &byte, 1);
     (void)written;
+    errno = savedErrno;
 }
 
 }  // namespace
