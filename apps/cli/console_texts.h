@@ -12,7 +12,7 @@ class QLocale;
 namespace qvt::cli {
 
 // Chooses the tables for `locale`. Until it is called, the first text chooses them for the
-// process's locale (QLocale(), from LC_ALL, LC_MESSAGES or LANG).
+// process's languages: LANGUAGE's list when it is set, else LC_ALL, LC_MESSAGES or LANG.
 void setConsoleLocale(const QLocale& locale);
 
 // The text `id` with its arguments put in; the id itself when no table has it.

@@ -25,7 +25,7 @@ constexpr auto kDestinationWait = std::chrono::seconds(120);
 std::string joined(const std::vector<std::string>& names) {
     std::string out;
     for (const auto& n : names) out += (out.empty() ? "" : ", ") + n;
-    return out.empty() ? std::string("none") : out;
+    return out.empty() ? consoleText("NONE") : out;
 }
 
 bool sameIgnoringCase(const std::string& a, const std::string& b) {

@@ -12,6 +12,7 @@
 
 #include "cli_options.h"
 #include "console_session.h"
+#include "console_texts.h"
 #include "console_view.h"
 #include "device/mount_destination.h"
 #include "device/volume_presence.h"
@@ -77,8 +78,10 @@ int main(int argc, char** argv) {
         const qvt::Record* info = device->record("deviceInfo");
         const qvt::List* volumes = info ? info->list("volumeArray") : nullptr;
         if (!missing.empty() && volumes && missing.size() == volumes->size()) {
+            std::string folders;
+            for (const std::string& m : missing) folders += (folders.empty() ? "" : ", ") + m;
             std::fprintf(stderr, "qvtransfer-cli: %s\n",
-                         qvt::device::missingVolumesSentence(missing).c_str());
+                         consoleText("VOLUMES_NOT_THERE", {folders}).c_str());
             return kExitSomeFailed;
         }
     }
@@ -118,8 +121,7 @@ int main(int argc, char** argv) {
     // The shares and volumes this run mounted go with it, however it ended (an error, a stop,
     // failed files kept for a retry the console does not offer): a mount point left in the
     // mount folder would wait there for the next run.
-    if (controller->mountObject)
-        controller->unmountSharesVolumes(controller->mountObject->mountedPathsArray.get());
+    controller->unmountEveryMountedShare();
     controller.reset();
     return code;
 }

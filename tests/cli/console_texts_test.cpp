@@ -133,6 +133,9 @@ TEST(ConsoleTexts, SentencesWithCountsAgreeInEachLanguage) {
                   "1 Datei wird nach Backup auf Box hochgeladen");
         EXPECT_EQ(consoleCountText("UPLOADING_n", 8, {"Backup", "Box"}),
                   "8 Dateien werden nach Backup auf Box hochgeladen");
+        // An empty list is named in the language too.
+        EXPECT_EQ(consoleText("NO_ACCOUNT", {"anna", consoleText("NONE")}),
+                  "Das Gerät hat kein Konto anna (vorhanden: keine).");
     }
     ConsoleLanguage language(QLocale(QLocale::French, QLocale::France));
     EXPECT_EQ(consoleCountText("TRYING_AGAIN_n", 1), "Nouvel essai de 1 élément en échec.");

@@ -337,6 +337,16 @@
         <extracomment>%1 says why.</extracomment>
         <translation>Nicht hochgeladen: %1</translation>
     </message>
+    <message id="NONE">
+        <source>none</source>
+        <extracomment>Stands for an empty list of accounts, shares or volumes.</extracomment>
+        <translation>keine</translation>
+    </message>
+    <message id="VOLUMES_NOT_THERE">
+        <source>The disk's volume is not there: %1. Attach the disk, or mount the volume at that folder, and try again.</source>
+        <extracomment>%1 lists the folders where the disk's volumes should be mounted.</extracomment>
+        <translation>Das Volume der Festplatte ist nicht da: %1. Schließen Sie die Festplatte an oder hängen Sie das Volume in diesen Ordner ein und versuchen Sie es erneut.</translation>
+    </message>
     <message id="NOT_UPLOADED_UNREACHABLE">
         <source>Not uploaded: cannot reach the device at %1.</source>
         <translation>Nicht hochgeladen: Das Gerät unter %1 ist nicht erreichbar.</translation>

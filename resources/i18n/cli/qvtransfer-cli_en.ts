@@ -337,6 +337,16 @@
         <extracomment>%1 says why.</extracomment>
         <translation>Not uploaded: %1</translation>
     </message>
+    <message id="NONE">
+        <source>none</source>
+        <extracomment>Stands for an empty list of accounts, shares or volumes.</extracomment>
+        <translation>none</translation>
+    </message>
+    <message id="VOLUMES_NOT_THERE">
+        <source>The disk's volume is not there: %1. Attach the disk, or mount the volume at that folder, and try again.</source>
+        <extracomment>%1 lists the folders where the disk's volumes should be mounted.</extracomment>
+        <translation>The disk's volume is not there: %1. Attach the disk, or mount the volume at that folder, and try again.</translation>
+    </message>
     <message id="NOT_UPLOADED_UNREACHABLE">
         <source>Not uploaded: cannot reach the device at %1.</source>
         <translation>Not uploaded: cannot reach the device at %1.</translation>

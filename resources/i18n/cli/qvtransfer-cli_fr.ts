@@ -337,6 +337,16 @@
         <extracomment>%1 says why.</extracomment>
         <translation>Non envoyé : %1</translation>
     </message>
+    <message id="NONE">
+        <source>none</source>
+        <extracomment>Stands for an empty list of accounts, shares or volumes.</extracomment>
+        <translation>aucun</translation>
+    </message>
+    <message id="VOLUMES_NOT_THERE">
+        <source>The disk's volume is not there: %1. Attach the disk, or mount the volume at that folder, and try again.</source>
+        <extracomment>%1 lists the folders where the disk's volumes should be mounted.</extracomment>
+        <translation>Le volume du disque est absent : %1. Branchez le disque ou montez le volume dans ce dossier, puis réessayez.</translation>
+    </message>
     <message id="NOT_UPLOADED_UNREACHABLE">
         <source>Not uploaded: cannot reach the device at %1.</source>
         <translation>Non envoyé : impossible de joindre l’appareil à l’adresse %1.</translation>
