@@ -86,13 +86,7 @@ void QVTransferPrivate::suspendForShutdown() {
     pauseTransfer();
     // Written here rather than on the background queue: the process may end as soon as this
     // returns.
-    saveQVTransferDataToFile();
-    {
-        // A periodic write that the pause woke may be under way: it ends before this returns,
-        // and none starts after it.
-        std::lock_guard lock(transferDataFileLock);
-        recordSealedForExit = true;
-    }
+    saveQVTransferDataToFileForExit();
     log().write("QVTransfer: suspendForShutdown: the upload's state is saved");
     if (mountObject) mountObject->removeMountPointFoldersAtExit();
 }
@@ -106,7 +100,7 @@ void QVTransferPrivate::suspendForEndOfSession() {
     // No upload runs. One that has just ended has its last record written here, as the
     // background write of its end may not have run before the process ends; the shares go
     // before the process does.
-    if (state != qvt::engine::UploadState::Idle) saveQVTransferDataToFile();
+    if (state != qvt::engine::UploadState::Idle) saveQVTransferDataToFileForExit();
     log().write("QVTransfer: suspendForEndOfSession: no upload runs; the shares are let go");
     unmountEveryMountedShare();
 }

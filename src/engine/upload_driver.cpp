@@ -106,6 +106,7 @@ void QVTransferPrivate::uploadFiles() {
 
     // The upload is under way from here: the estimator and the state-file loop find it
     // copying, with its start time now.
+    openRecordForWrites();
     job().begin();
     auto self = shared_from_this();
     dispatcher().async(QueuePriority::High, [self] { self->unMountSharesNotInUse(); });

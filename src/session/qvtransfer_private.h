@@ -324,6 +324,12 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // ---- Transfer data file ----
     // Builds and writes the state file once.
     void saveQVTransferDataToFile();
+    // The last write of an upload suspended for the end of the session: a write under way ends
+    // first, and no other starts after this one while the upload stays paused, so a process
+    // that ends after it never ends inside a write.
+    void saveQVTransferDataToFileForExit();
+    // Lets the writes of a new upload through, whatever an earlier suspend sealed.
+    void openRecordForWrites();
     // Rewrites the state file every 3 seconds until the upload ends (its own thread).
     void saveQVTransferDataToFileForEachFile();
 
@@ -407,10 +413,13 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
 
     // Held for every build-and-write of the state file, so two writes never overlap.
     std::mutex transferDataFileLock;
-    // Set, under that lock, once an upload suspended for the end of the session has written its
-    // last record: the process may end at any moment after, and a write it ended in the middle
-    // of would leave a temporary file behind. Writes stay off while the upload stays paused.
+    // Set, under that lock, by the last write of an upload suspended for the end of the
+    // session: the process may end at any moment after, and a write it ended in the middle of
+    // would leave a temporary file behind. Writes stay off until the upload copies again or a
+    // new one begins.
     bool recordSealedForExit = false;
+    // Builds and writes the record under that lock; `last` seals it (see above).
+    void writeTransferData(bool last);
     // The delegate's message after each copied file: one send at a time, the newest state.
     std::shared_ptr<qvt::platform::LatestOnlyTask> perFileStatusUpdate;
 

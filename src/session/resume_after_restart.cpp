@@ -364,6 +364,7 @@ void QVTransferPrivate::startResumedUpload() {
     job().numberOfFilesCountForTransfer = totalNumberOfSourceFiles.load();
     reloadStatus();
 
+    openRecordForWrites();
     job().begin();
     auto self = shared_from_this();
     dispatcher().async(QueuePriority::High, [self] { self->calculateRemainingTime(); });

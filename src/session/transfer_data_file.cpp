@@ -34,15 +34,32 @@ const std::string& handledPathsMarker() {
 }  // namespace
 
 void QVTransferPrivate::saveQVTransferDataToFile() {
+    writeTransferData(false);
+}
+
+void QVTransferPrivate::saveQVTransferDataToFileForExit() {
+    writeTransferData(true);
+}
+
+void QVTransferPrivate::openRecordForWrites() {
+    std::lock_guard lock(transferDataFileLock);
+    recordSealedForExit = false;
+}
+
+void QVTransferPrivate::writeTransferData(bool last) {
+    std::lock_guard lock(transferDataFileLock);
+    if (last) {
+        // Sealed before the write, under the same lock: from here on no other write starts.
+        recordSealedForExit = true;
+    } else if (recordSealedForExit) {
+        // Still suspended, or ended since: the last record stands.
+        if (job().state() != qvt::engine::UploadState::Copying) return;
+        recordSealedForExit = false;  // the process did not end, and the upload went on
+    }
     const std::string serial = deviceInfo().string("serialNumber");
     const std::string uuid = selectedDASUUID.get();
     if (serial.empty() && uuid.empty()) return;
 
-    std::lock_guard lock(transferDataFileLock);
-    if (recordSealedForExit) {
-        if (uploadPaused()) return;
-        recordSealedForExit = false;  // the process did not end, and the upload went on
-    }
     qvt::Record record;
     // The handled-files list can be long: it is written into the file straight from where it
     // is kept, in the place of a marker in the record, and is never copied whole.

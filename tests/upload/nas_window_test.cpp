@@ -463,6 +463,8 @@ TEST_F(NasWindow, TheEndOfTheSessionDuringAnUploadRecordsItAndLeavesNoMountPoint
     wizard->saveQVTransferDataToFile();
     ASSERT_EQ(stat(stateFile.c_str(), &after), 0);
     EXPECT_NE(after.st_ino, before.st_ino);
+    // Paused again for the end of the test, as the session's end left it.
+    wizard->pauseTransfer();
 }
 
 }  // namespace
