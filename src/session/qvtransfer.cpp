@@ -299,9 +299,8 @@ void QVTransferPrivate::windowWillClose() {
     // upload keeps its shares: its own end lets go of them. Done here, not in the background:
     // the host may end the process as soon as the window is gone.
     const qvt::engine::UploadState state = job().state();
-    const bool ended = isFileTransferCompleted();
-    const bool beforeAnyUpload =
-        !asked && state == qvt::engine::UploadState::Idle && !uploadCancelled();
+    const bool ended = state == qvt::engine::UploadState::Completed;
+    const bool beforeAnyUpload = !asked && state == qvt::engine::UploadState::Idle;
     if (ended || beforeAnyUpload) unmountEveryMountedShare();
 }
 

@@ -45,23 +45,20 @@ FilesAndFoldersDialog::FilesAndFoldersDialog(QWidget* parent) : QFileDialog(pare
     // tell by itself: the chooser leaves folders out of it and keeps the old text when only
     // folders are selected, and while a path is typed it selects each folder the text passes
     // through ("/", "/home", ...).
-    if (auto* field = findChild<QLineEdit*>(QStringLiteral("fileNameEdit")))
-        connect(field, &QLineEdit::textEdited, this, [this] { typed_ = true; });
+    nameField_ = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    if (nameField_) connect(nameField_, &QLineEdit::textEdited, this, [this] { typed_ = true; });
     // The selection the chooser makes for a typed text arrives while the field has the focus
     // (it may come later than the edit, once the folder is read); a row chosen by the user
     // moves the dialog's focus to the view first.
-    auto* field = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
     if (auto* list = findChild<QListView*>(QStringLiteral("listView"));
         list && list->selectionModel())
-        connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-                [this, field] {
-                    if (!field || focusWidget() != field) typed_ = false;
-                });
+        connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+            if (!nameField_ || focusWidget() != nameField_) typed_ = false;
+        });
 }
 
 void FilesAndFoldersDialog::accept() {
-    const auto* field = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-    const QString typed = field ? field->text() : QString();
+    const QString typed = nameField_ ? nameField_->text() : QString();
     if (typed_ && !typed.isEmpty() && !typed.startsWith(QLatin1Char('"'))) {
         QString path = typed;
         if (path == QLatin1String("~") || path.startsWith(QLatin1String("~/")))
@@ -72,7 +69,7 @@ void FilesAndFoldersDialog::accept() {
             // A folder typed is gone into, as in any chooser; a folder is taken by selecting
             // its row and pressing Open.
             setDirectory(path);
-            if (auto* edit = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))) edit->clear();
+            if (nameField_) nameField_->clear();
             typed_ = false;
             return;
         }

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+class QLineEdit;
+
 namespace qvt::ui {
 
 class FilesAndFoldersDialog : public QFileDialog {
@@ -22,6 +24,8 @@ class FilesAndFoldersDialog : public QFileDialog {
 
   private:
     QStringList chosen_;
+    // The chooser's name field (its own child), when it has one.
+    QLineEdit* nameField_ = nullptr;
     // The name field holds what the user typed since the last choice of rows in the view.
     bool typed_ = false;
 };
