@@ -190,7 +190,7 @@ int FileLayer::renameItem(const std::string& from, const std::string& to) {
     if (exists(to)) return EEXIST;
     const std::string a = fromShare->url();
     const std::string b = toShare->url();
-    return smb::retryOnConnectionLoss([&] {
+    const int rc = smb::retryOnConnectionLoss([&] {
         const smb::Call call(fromShare->mount.credentials);
         if (!call.ctx()) return EIO;
         errno = 0;
@@ -198,6 +198,8 @@ int FileLayer::renameItem(const std::string& from, const std::string& to) {
             return 0;
         return errno != 0 ? errno : EIO;
     });
+    if (rc == 0) detail::writtenShareFileRenamed(from, to);
+    return rc;
 }
 
 int FileLayer::moveItem(const std::string& from, const std::string& to) {
@@ -213,7 +215,10 @@ int FileLayer::moveItem(const std::string& from, const std::string& to) {
 int FileLayer::removeItem(const std::string& path) {
     if (path.empty()) return ENOENT;
     if (isMountPoint(path)) return EBUSY;
-    if (auto sp = shareMounts().resolve(path)) return detail::removeShare(*sp);
+    if (auto sp = shareMounts().resolve(path)) {
+        detail::writtenShareFileRemoved(path);
+        return detail::removeShare(*sp);
+    }
     return detail::removeLocal(path);
 }
 
@@ -231,7 +236,7 @@ std::optional<std::uint64_t> FileLayer::size(const std::string& path) {
 }
 
 std::optional<std::uint64_t> FileLayer::totalSize(const std::string& path) {
-    if (const auto written = detail::takeWrittenShareFileSize(path)) return written;
+    if (const auto written = detail::writtenShareFileSize(path)) return written;
     struct stat st {};
     if (path.empty() || statPath(path, &st) != 0 || S_ISDIR(st.st_mode)) return std::nullopt;
     // Linux files have a single fork: their total size is their length.

@@ -226,6 +226,8 @@ std::size_t streamBufferSize(std::uint64_t size) {
 }
 
 int copyStreamed(const std::string& from, const std::string& to, mode_t mode, std::uint64_t size) {
+    // What this thread knew of its last file ends where a new write begins.
+    forgetWrittenShareFile();
     End in(from);
     if (const int rc = in.open(false, 0)) return rc;
     End out(to);
@@ -273,10 +275,29 @@ void forgetWrittenShareFile() {
     tWrittenPath.clear();
 }
 
-std::optional<std::uint64_t> takeWrittenShareFileSize(const std::string& path) {
+std::optional<std::uint64_t> writtenShareFileSize(const std::string& path) {
     if (path.empty() || path != tWrittenPath) return std::nullopt;
-    tWrittenPath.clear();
     return tWrittenSize;
+}
+
+namespace {
+
+// Whether the last written file is `path` or lies below it.
+bool writtenFileIsAtOrBelow(const std::string& path) {
+    if (path.empty() || tWrittenPath.empty()) return false;
+    if (tWrittenPath == path) return true;
+    return tWrittenPath.size() > path.size() && tWrittenPath.starts_with(path) &&
+           tWrittenPath[path.size()] == '/';
+}
+
+}  // namespace
+
+void writtenShareFileRenamed(const std::string& from, const std::string& to) {
+    if (writtenFileIsAtOrBelow(from)) tWrittenPath = to + tWrittenPath.substr(from.size());
+}
+
+void writtenShareFileRemoved(const std::string& path) {
+    if (writtenFileIsAtOrBelow(path)) tWrittenPath.clear();
 }
 
 int copyFileData(const std::string& from, const std::string& to) {

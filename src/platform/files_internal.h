@@ -35,10 +35,14 @@ int syncOne(const std::string& path);
 int copyFileData(const std::string& from, const std::string& to);
 
 // The size of the file this thread last wrote in full to a share, asked for by its path: the
-// copy knows what it wrote, so the question after it costs no round trip to the server. Each
-// answer is given once; a path other than the last written one gets nothing.
+// copy knows what it wrote, so the questions after it (is the copy whole, how much arrived)
+// cost no round trip to the server. The answer follows the file when this thread renames it,
+// and lasts until the thread writes another file or removes this one; any other path gets
+// nothing.
 void rememberWrittenShareFile(const std::string& path, std::uint64_t size);
-std::optional<std::uint64_t> takeWrittenShareFileSize(const std::string& path);
+std::optional<std::uint64_t> writtenShareFileSize(const std::string& path);
+void writtenShareFileRenamed(const std::string& from, const std::string& to);
+void writtenShareFileRemoved(const std::string& path);
 void forgetWrittenShareFile();
 
 std::vector<std::string> listShare(const SharePath& sp, int* error);

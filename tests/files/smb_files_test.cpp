@@ -68,17 +68,28 @@ TEST_F(SmbFilesTest, ItemsOnAShare) {
     writeAll(local("s.txt"), "small");
     ASSERT_EQ(files().copyItem(local("s.txt"), m + "/a/.hidden"), 0);
     ASSERT_EQ(files().copyItem(local("s.txt"), m + "/a/s.txt"), 0);
-    EXPECT_EQ(files().copyItem(local("s.txt"), m + "/a/s.txt"), EEXIST);
     auto names = files().listFolder(m + "/a");
     std::sort(names.begin(), names.end());
     EXPECT_EQ(names, (std::vector<std::string>{".hidden", "b c", "s.txt"}));
     EXPECT_EQ(files().size(m + "/a/s.txt"), 5u);
     EXPECT_EQ(files().totalSize(m + "/a/s.txt"), 5u);
-    // What the copy knew is told once; after that the server answers.
+    // The size of the file this thread wrote last is told from what the copy knew, without
+    // asking the server, until the thread sets out to write another file (a refused one too);
+    // then the server answers.
     writeAll(backing("Private") + "/a/s.txt", "grown on the server");
-    EXPECT_EQ(files().totalSize(m + "/a/s.txt"), 19u);
+    EXPECT_EQ(files().totalSize(m + "/a/s.txt"), 5u);
     EXPECT_EQ(files().totalSize(m + "/a/.hidden"), 5u);
+    EXPECT_EQ(files().copyItem(local("s.txt"), m + "/a/s.txt"), EEXIST);
+    EXPECT_EQ(files().totalSize(m + "/a/s.txt"), 19u);
+    ASSERT_EQ(files().copyItem(local("s.txt"), m + "/a/.part"), 0);
     writeAll(backing("Private") + "/a/s.txt", "small");
+    // The knowledge follows the file's rename and ends with its removal.
+    writeAll(backing("Private") + "/a/.part", "grown on the server");
+    ASSERT_EQ(files().renameItem(m + "/a/.part", m + "/a/r.txt"), 0);
+    EXPECT_FALSE(files().totalSize(m + "/a/.part").has_value());
+    EXPECT_EQ(files().totalSize(m + "/a/r.txt"), 5u);
+    ASSERT_EQ(files().removeItem(m + "/a/r.txt"), 0);
+    EXPECT_FALSE(files().totalSize(m + "/a/r.txt").has_value());
     EXPECT_FALSE(files().totalSize(m + "/a").has_value());
     bool folder = true;
     EXPECT_TRUE(files().exists(m + "/a/s.txt", &folder));

@@ -145,7 +145,7 @@ TEST(Dispatcher, FinishedThreadsTakeTheNextTaskWithNothingCarriedOver) {
     for (int i = 0; i < kTasks; ++i) {
         d.async(QueuePriority::High, [&] {
             threadOfTask();
-            if (detail::takeWrittenShareFileSize("/mnt/share/a.bin")) ++carriedOver;
+            if (detail::writtenShareFileSize("/mnt/share/a.bin")) ++carriedOver;
         });
         ASSERT_TRUE(d.waitIdle(10));
         ASSERT_TRUE(idleThreadAtHand());
