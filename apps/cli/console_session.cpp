@@ -29,6 +29,9 @@ ConsoleSession::ConsoleSession(Options options, Terminal& terminal, Record devic
       delegate_(std::make_shared<ConsoleDelegate>()) {
     wizard_->setDelegate(delegate_);
     view_.setModalHandler([this](Dialog d) { onModal(d); });
+    // The session's next step follows each change of the view at once; the tick remains for
+    // what the view does not announce (the progress line, keys, the time a wait has taken).
+    view_.setChangeHandler([this] { tick(); });
     if (options_.json) view_.keepArrivedFiles();
     terminal_.catchStopSignals([this](int number) { onStopSignal(number); });
     timer_.setInterval(kTickMilliseconds);
@@ -36,6 +39,7 @@ ConsoleSession::ConsoleSession(Options options, Terminal& terminal, Record devic
 }
 
 ConsoleSession::~ConsoleSession() {
+    view_.setChangeHandler(nullptr);
     view_.setModalHandler(nullptr);
     terminal_.setRawInput(false);
 }

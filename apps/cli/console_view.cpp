@@ -25,9 +25,30 @@ std::string ConsoleView::selectedDestinationFolder() const {
     return selectedFolder_;
 }
 
+void ConsoleView::setChangeHandler(std::function<void()> handler) {
+    std::lock_guard lock(change_->mutex);
+    change_->handler = std::move(handler);
+}
+
+void ConsoleView::changed() {
+    if (change_->posted.exchange(true)) return;
+    platform::QtMainThread().post([signal = change_] {
+        signal->posted = false;
+        std::function<void()> handler;
+        {
+            std::lock_guard lock(signal->mutex);
+            handler = signal->handler;
+        }
+        if (handler) handler();
+    });
+}
+
 void ConsoleView::closeWindow() {
-    std::lock_guard lock(mutex_);
-    closed_ = true;
+    {
+        std::lock_guard lock(mutex_);
+        closed_ = true;
+    }
+    changed();
 }
 
 bool ConsoleView::closed() const {
@@ -36,9 +57,12 @@ bool ConsoleView::closed() const {
 }
 
 void ConsoleView::showScreen(const Screen* screen) {
-    std::lock_guard lock(mutex_);
-    screenShown_ = screen != nullptr;
-    if (screen) screen_ = *screen;
+    {
+        std::lock_guard lock(mutex_);
+        screenShown_ = screen != nullptr;
+        if (screen) screen_ = *screen;
+    }
+    changed();
 }
 
 bool ConsoleView::shownScreen(Screen* which) const {
@@ -48,23 +72,39 @@ bool ConsoleView::shownScreen(Screen* which) const {
 }
 
 void ConsoleView::showUsers(const UsersScreen& screen) {
-    std::lock_guard lock(mutex_);
-    users_ = screen;
+    {
+        std::lock_guard lock(mutex_);
+        users_ = screen;
+    }
+    changed();
 }
 
 void ConsoleView::showSources(const SourcesScreen& screen) {
-    std::lock_guard lock(mutex_);
-    sources_ = screen;
+    {
+        std::lock_guard lock(mutex_);
+        sources_ = screen;
+    }
+    changed();
 }
 
 void ConsoleView::showDestinations(const DestinationScreen& screen) {
-    std::lock_guard lock(mutex_);
-    destinations_ = screen;
+    {
+        std::lock_guard lock(mutex_);
+        destinations_ = screen;
+    }
+    changed();
 }
 
 void ConsoleView::showStatus(const StatusSnapshot& status) {
-    std::lock_guard lock(mutex_);
-    status_ = status;
+    bool turned = false;
+    {
+        std::lock_guard lock(mutex_);
+        // The counters move with every file; only a turn of the upload is worth a look at once.
+        turned = status.state != status_.state || status.paused != status_.paused ||
+                 status.uploadedFilesShown != status_.uploadedFilesShown;
+        status_ = status;
+    }
+    if (turned) changed();
 }
 
 void ConsoleView::fileArrived(const std::string& source, const std::string& destination) {
@@ -115,8 +155,11 @@ std::string ConsoleView::questionText() const {
 }
 
 void ConsoleView::setEnabled(const std::string& control, bool enabled) {
-    std::lock_guard lock(mutex_);
-    enabled_[control] = enabled;
+    {
+        std::lock_guard lock(mutex_);
+        enabled_[control] = enabled;
+    }
+    changed();
 }
 
 bool ConsoleView::enabled(const std::string& control) const {
@@ -208,8 +251,11 @@ void ConsoleView::showNotice(const Notice& notice) {
 }
 
 void ConsoleView::showResumeProblem(const ResumeProblem& problem) {
-    std::lock_guard lock(mutex_);
-    resumeProblem_ = problem.sentence;
+    {
+        std::lock_guard lock(mutex_);
+        resumeProblem_ = problem.sentence;
+    }
+    changed();
 }
 
 std::string ConsoleView::resumeProblem() const {

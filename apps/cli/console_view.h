@@ -7,6 +7,7 @@
 #include <atomic>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -28,6 +29,11 @@ class ConsoleView : public QVTransferView {
     // Called on the main thread when a question opens, before its run waits. It may answer at
     // once through answer() or leave the run open.
     void setModalHandler(std::function<void(Dialog)> handler) { onModal_ = std::move(handler); }
+    // Called on the main thread, soon after something the session waits for changed: the
+    // screen shown or its contents, a control's state, the upload's state or its pause, the
+    // end step's link. The session then looks at once instead of at its next tick. Several
+    // changes before the call give one call.
+    void setChangeHandler(std::function<void()> handler);
     // Answers the open question `dialog` (main thread).
     void answer(Dialog dialog, int code);
     // The folder selectedDestinationFolder() answers: the one the session resolved.
@@ -94,6 +100,17 @@ class ConsoleView : public QVTransferView {
     int runModal(Dialog dialog, const std::string& text = {});
     void finishRun(Run* run, int code);
     static bool onMainThread();
+    // Tells the change handler, through the main thread's queue (from any thread).
+    void changed();
+
+    // The handler lives apart from the view, so a call still queued when the view goes finds
+    // it rather than the view.
+    struct ChangeSignal {
+        std::mutex mutex;
+        std::function<void()> handler;
+        std::atomic<bool> posted{false};
+    };
+    std::shared_ptr<ChangeSignal> change_ = std::make_shared<ChangeSignal>();
 
     std::function<void(Dialog)> onModal_;
     mutable std::mutex mutex_;
