@@ -83,6 +83,36 @@ TEST_F(CliTest, VersionNamesTheLibraryQtAndLibsmbclient) {
     EXPECT_NE(out.find("libsmbclient 4."), std::string::npos) << out;
 }
 
+// The share library and the seventy below it are loaded only when a share is used: an upload
+// to an attached disk starts without them (the dynamic loader's own record of the files it
+// opened says so), while --version, which names the library's version, loads it.
+TEST_F(CliTest, AnUploadToAnAttachedDiskNeverLoadsTheShareLibrary) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "src/notes.txt", "Meeting notes\n");
+    const auto loadedFiles = [&](const std::vector<std::string>& args) {
+        const std::string record = work / "loader";
+        fs::remove_all(record);
+        fs::create_directories(record);
+        auto env = environment();
+        env["LD_DEBUG"] = "files";
+        env["LD_DEBUG_OUTPUT"] = record + "/files";
+        ChildProcess child;
+        EXPECT_TRUE(child.start(cliProgram(), args, env));
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+        std::string all;
+        for (const auto& e : fs::directory_iterator(record)) all += test::readFile(e.path());
+        return all;
+    };
+    const std::string upload = loadedFiles({"--das", volume.path(), "--name", "Test Drive",
+                                            "--destination", "Drive", work / "src/notes.txt"});
+    EXPECT_EQ(test::readFile(volume.path() + "/notes.txt"), "Meeting notes\n");
+    EXPECT_NE(upload.find("libQt6Core"), std::string::npos) << "no record of the loader";
+    EXPECT_EQ(upload.find("libsmbclient"), std::string::npos);
+    EXPECT_NE(loadedFiles({"--version"}).find("libsmbclient"), std::string::npos);
+}
+
 TEST_F(CliTest, UploadsToAnExt4VolumeTheWizardMounts) {
     mounttest::LoopVolume volume(work.path(), 16);
     ASSERT_TRUE(volume.ok()) << "no loop device for the ext4 image";
