@@ -8,6 +8,8 @@
 #include <cstdio>
 
 #include "console_view.h"
+#include "platform/files.h"
+#include "platform/smb_url.h"
 #include "terminal.h"
 
 namespace qvt::cli {
@@ -15,6 +17,17 @@ namespace qvt::cli {
 namespace {
 // How often the session looks at the controller: often enough for a live progress line.
 constexpr int kTickMilliseconds = 50;
+
+// A destination folder as a user names it: on a share, the share's name and the folders below
+// it ("Backup/Photos", read from the folder's network address) rather than the private folder
+// the share is mounted at; elsewhere the folder itself.
+std::string destinationAsNamed(const std::string& folder) {
+    const std::string url = platform::files().networkURLForPath(folder);
+    const auto scheme = url.find("://");
+    const auto path = scheme == std::string::npos ? url.npos : url.find('/', scheme + 3);
+    if (path == std::string::npos || path + 1 >= url.size()) return folder;
+    return platform::removePercentEscapes(url.substr(path + 1));
+}
 }  // namespace
 
 ConsoleSession::ConsoleSession(Options options, Terminal& terminal, Record device,
@@ -126,11 +139,12 @@ void ConsoleSession::tick() {
                 if (shown && *shown == Screen::Status) {
                     const StatusSnapshot status = view_.status();
                     const auto files = static_cast<std::uint64_t>(status.filesTotal);
+                    destinationShown_ = destinationAsNamed(status.destination);
                     if (options_.json)
                         emitJsonEvent("started", {{"resumed", true},
                                                   {"files", std::int64_t{status.filesTotal}},
                                                   {"bytes", status.bytesTotal},
-                                                  {"destination", status.destination},
+                                                  {"destination", destinationShown_},
                                                   {"device", status.productName}});
                     if (!options_.quiet) {
                         std::printf(
@@ -138,7 +152,7 @@ void ConsoleSession::tick() {
                             consoleText("TAKING_UP", {consoleCountText("ITEMS_n", status.sources),
                                                       consoleCountText("FILES_n", files),
                                                       progressBytesText(status.bytesTotal),
-                                                      status.destination, status.productName})
+                                                      destinationShown_, status.productName})
                                 .c_str());
                         std::fflush(stdout);
                     }
