@@ -111,69 +111,25 @@ void smbc_setFunctionAuthDataWithContext(SMBCCTX* c, smbc_get_auth_data_with_con
     real(c, fn);
 }
 
-smbc_open_fn smbc_getFunctionOpen(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionOpen);
-    return real(c);
-}
-
-smbc_read_fn smbc_getFunctionRead(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionRead);
-    return real(c);
-}
-
-smbc_write_fn smbc_getFunctionWrite(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionWrite);
-    return real(c);
-}
-
-smbc_unlink_fn smbc_getFunctionUnlink(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionUnlink);
-    return real(c);
-}
-
-smbc_rename_fn smbc_getFunctionRename(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionRename);
-    return real(c);
-}
-
-smbc_stat_fn smbc_getFunctionStat(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionStat);
-    return real(c);
-}
-
-smbc_statvfs_fn smbc_getFunctionStatVFS(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionStatVFS);
-    return real(c);
-}
-
-smbc_close_fn smbc_getFunctionClose(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionClose);
-    return real(c);
-}
-
-smbc_opendir_fn smbc_getFunctionOpendir(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionOpendir);
-    return real(c);
-}
-
-smbc_closedir_fn smbc_getFunctionClosedir(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionClosedir);
-    return real(c);
-}
-
-smbc_readdir_fn smbc_getFunctionReaddir(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionReaddir);
-    return real(c);
-}
-
-smbc_mkdir_fn smbc_getFunctionMkdir(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionMkdir);
-    return real(c);
-}
-
-smbc_rmdir_fn smbc_getFunctionRmdir(SMBCCTX* c) {
-    QVT_REQUIRED(smbc_getFunctionRmdir);
-    return real(c);
-}
+// The getters of the request functions a context carries.
+#define QVT_GETTER(type, name)                            \
+    smbc_##type##_fn smbc_getFunction##name(SMBCCTX* c) { \
+        QVT_REQUIRED(smbc_getFunction##name);             \
+        return real(c);                                   \
+    }
+QVT_GETTER(open, Open)
+QVT_GETTER(read, Read)
+QVT_GETTER(write, Write)
+QVT_GETTER(unlink, Unlink)
+QVT_GETTER(rename, Rename)
+QVT_GETTER(stat, Stat)
+QVT_GETTER(statvfs, StatVFS)
+QVT_GETTER(close, Close)
+QVT_GETTER(opendir, Opendir)
+QVT_GETTER(closedir, Closedir)
+QVT_GETTER(readdir, Readdir)
+QVT_GETTER(mkdir, Mkdir)
+QVT_GETTER(rmdir, Rmdir)
+#undef QVT_GETTER
 
 }  // extern "C"
