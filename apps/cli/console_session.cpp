@@ -90,7 +90,13 @@ void ConsoleSession::finish(int code, const std::string& message) {
 }
 
 void ConsoleSession::tick() {
-    if (busy_ || ended()) return;
+    if (ended()) return;
+    if (busy_) {
+        // A change met inside a step (a question's own loop runs events) is looked at once
+        // the step is over.
+        changeWhileBusy_ = true;
+        return;
+    }
     busy_ = true;
     const auto now = Clock::now();
     if (delegate_->back) {
@@ -174,6 +180,10 @@ void ConsoleSession::tick() {
         }
     }
     busy_ = false;
+    if (changeWhileBusy_ && !ended()) {
+        changeWhileBusy_ = false;
+        QTimer::singleShot(0, this, &ConsoleSession::tick);
+    }
 }
 
 }  // namespace qvt::cli

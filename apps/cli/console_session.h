@@ -118,6 +118,7 @@ class ConsoleSession : public QObject {
     QTimer timer_;
     Stage stage_ = Stage::Start;
     bool busy_ = false;
+    bool changeWhileBusy_ = false;
     int exitCode_ = kExitSomeFailed;
     Clock::time_point stageSince_;
     std::optional<Clock::time_point> completedSince_;

@@ -226,8 +226,6 @@ std::size_t streamBufferSize(std::uint64_t size) {
 }
 
 int copyStreamed(const std::string& from, const std::string& to, mode_t mode, std::uint64_t size) {
-    // What this thread knew of its last file ends where a new write begins.
-    forgetWrittenShareFile();
     End in(from);
     if (const int rc = in.open(false, 0)) return rc;
     End out(to);
@@ -301,6 +299,9 @@ void writtenShareFileRemoved(const std::string& path) {
 }
 
 int copyFileData(const std::string& from, const std::string& to) {
+    // What this thread knew of its last file ends where it sets out to write another, whether
+    // or not that one is written.
+    forgetWrittenShareFile();
     const auto toShare = shareMounts().resolve(to);
     const bool local = !shareMounts().resolve(from) && !toShare;
     if (local) return copyLocal(from, to);
