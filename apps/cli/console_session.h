@@ -119,6 +119,8 @@ class ConsoleSession : public QObject {
     Stage stage_ = Stage::Start;
     bool busy_ = false;
     bool changeWhileBusy_ = false;
+    // The view's count of ends when the failed items were tried again.
+    int completionsBeforeRetry_ = 0;
     int exitCode_ = kExitSomeFailed;
     Clock::time_point stageSince_;
     std::optional<Clock::time_point> completedSince_;

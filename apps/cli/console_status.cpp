@@ -316,6 +316,8 @@ void ConsoleSession::checkEnd() {
         return finish(kExitStopped, consoleText("STOPPED"));
     }
     if (status.state != engine::UploadState::Completed) return;
+    // After r, the end seen is the retry's own, not the one the question was asked at.
+    if (view_.completions() <= completionsBeforeRetry_) return;
     const auto now = Clock::now();
     if (!completedSince_) completedSince_ = now;
     // The end step's last change of the status screen brings up the uploaded-files link.
@@ -359,6 +361,7 @@ void ConsoleSession::answerRetry(char key) {
     std::fflush(stdout);
     completedSince_.reset();
     uploadStarted_ = Clock::now();
+    completionsBeforeRetry_ = view_.completions();
     actions_.retryOrDismissTransfer(kTagRetryAll);
 }
 

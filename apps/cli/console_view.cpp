@@ -51,6 +51,11 @@ void ConsoleView::closeWindow() {
     changed();
 }
 
+int ConsoleView::completions() const {
+    std::lock_guard lock(mutex_);
+    return completions_;
+}
+
 bool ConsoleView::closed() const {
     std::lock_guard lock(mutex_);
     return closed_;
@@ -102,6 +107,9 @@ void ConsoleView::showStatus(const StatusSnapshot& status) {
         // The counters move with every file; only a turn of the upload is worth a look at once.
         turned = status.state != status_.state || status.paused != status_.paused ||
                  status.uploadedFilesShown != status_.uploadedFilesShown;
+        if (status.state == engine::UploadState::Completed &&
+            status_.state != engine::UploadState::Completed)
+            ++completions_;
         status_ = status;
     }
     if (turned) changed();

@@ -85,6 +85,8 @@ class ConsoleView : public QVTransferView {
     std::string questionText() const;
     bool enabled(const std::string& control) const;
     bool closed() const;
+    // How many times the upload has come to its end so far (a retry brings a new end).
+    int completions() const;
     // The question whose run is innermost, when one runs (main thread).
     bool modalOpen(Dialog* which = nullptr) const;
 
@@ -123,6 +125,7 @@ class ConsoleView : public QVTransferView {
     SourcesScreen sources_;
     DestinationScreen destinations_;
     StatusSnapshot status_;
+    int completions_ = 0;
     std::string questionText_;
     std::string resumeProblem_;
     std::map<std::string, bool> enabled_;
