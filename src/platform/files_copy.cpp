@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/files_internal.h"
+#include "platform/paths.h"
 #include "platform/smb_names.h"
 
 namespace qvt::platform::detail {
@@ -278,17 +279,10 @@ std::optional<std::uint64_t> writtenShareFileSize(const std::string& path) {
     return tWrittenSize;
 }
 
-namespace {
-
 // Whether the last written file is `path` or lies below it.
 bool writtenFileIsAtOrBelow(const std::string& path) {
-    if (path.empty() || tWrittenPath.empty()) return false;
-    if (tWrittenPath == path) return true;
-    return tWrittenPath.size() > path.size() && tWrittenPath.starts_with(path) &&
-           tWrittenPath[path.size()] == '/';
+    return !path.empty() && !tWrittenPath.empty() && isUnder(tWrittenPath, path);
 }
-
-}  // namespace
 
 void writtenShareFileRenamed(const std::string& from, const std::string& to) {
     if (writtenFileIsAtOrBelow(from)) tWrittenPath = to + tWrittenPath.substr(from.size());

@@ -10,16 +10,11 @@
 
 #include "platform/files.h"
 #include "platform/files_internal.h"
+#include "platform/paths.h"
 
 namespace qvt::platform {
 
 namespace {
-
-bool isUnder(const std::string& path, const std::string& root) {
-    if (root == "/") return !path.empty() && path[0] == '/';
-    return path == root || (path.size() > root.size() && path.compare(0, root.size(), root) == 0 &&
-                            path[root.size()] == '/');
-}
 
 std::string realPath(const std::string& path) {
     char buf[PATH_MAX];

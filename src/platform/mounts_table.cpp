@@ -1,4 +1,5 @@
 #include "platform/mounts_table.h"
+#include "platform/paths.h"
 
 #include <filesystem>
 #include <fstream>
@@ -21,13 +22,6 @@ std::string ShareMount::remountURL() const {
 }
 
 namespace {
-
-bool isUnder(const std::string& path, const std::string& root) {
-    if (path == root) return true;
-    if (root == "/") return !path.empty() && path[0] == '/';
-    return path.size() > root.size() && path.compare(0, root.size(), root) == 0 &&
-           path[root.size()] == '/';
-}
 
 // mountinfo escapes blanks, tabs, newlines and backslashes as octal "\NNN".
 std::string unescapeMountInfo(const std::string& s) {

@@ -60,4 +60,11 @@ bool fileExists(const std::string& path) {
     return !path.empty() && ::stat(path.c_str(), &st) == 0;
 }
 
+bool isUnder(const std::string& path, const std::string& root) {
+    if (path == root) return true;
+    if (root == "/") return !path.empty() && path[0] == '/';
+    return path.size() > root.size() && path.compare(0, root.size(), root) == 0 &&
+           path[root.size()] == '/';
+}
+
 }  // namespace qvt::platform

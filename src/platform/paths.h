@@ -25,5 +25,7 @@ bool folderExists(const std::string& path);
 // Whether anything exists at `path`, a file or a folder (symbolic links followed, so a link
 // whose target is gone does not count).
 bool fileExists(const std::string& path);
+// Whether `path` is `root` or lies below it, compared by the text of both.
+bool isUnder(const std::string& path, const std::string& root);
 
 }  // namespace qvt::platform
