@@ -84,6 +84,10 @@ void QVTransferPrivate::suspendForShutdown() {
     qvt::engine::UploadJob& upload = job();
     if (upload.completed() || upload.cancelled()) return;
     pauseTransfer();
+    // An upload waiting for its device or for room is paused already, and pauseTransfer leaves
+    // it so. The user's pause is added all the same: a device back before the process has ended
+    // must not set the copy going again behind the record written now.
+    upload.pause(qvt::engine::PauseReason::User);
     // Written here rather than on the background queue: the process may end as soon as this
     // returns.
     saveQVTransferDataToFileForExit();

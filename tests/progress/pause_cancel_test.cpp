@@ -223,6 +223,32 @@ TEST(Resume, RefusedWhileTheDeviceIsFull) {
     EXPECT_FALSE(s.c->uploadPaused());
 }
 
+// The end of the desktop session while the upload waits for room or for its device: the record
+// is written as paused, and the device coming back before the process has ended does not set
+// the copy going again behind that record.
+TEST(EndOfSession, AWaitForTheDeviceStaysAPauseWhenTheDeviceComesBack) {
+    for (const bool full : {true, false}) {
+        SCOPED_TRACE(full ? "full" : "missing");
+        ManualSession s;
+        ASSERT_TRUE(s.c);
+        const auto reason =
+            full ? engine::PauseReason::DeviceFull : engine::PauseReason::DeviceMissing;
+        s.c->job().pause(reason);
+        Waiter copy(s.c->job());
+        ASSERT_TRUE(waiting(s, 1));
+
+        s.c->suspendForShutdown();
+        EXPECT_TRUE(s.c->job().pausedFor(engine::PauseReason::User));
+        // The device is back.
+        EXPECT_FALSE(s.c->job().resume(reason));
+        EXPECT_TRUE(s.c->uploadPaused());
+        EXPECT_FALSE(copy.released());
+        // A process that goes on after all: the user's resume lets the copy go on.
+        s.c->resumeTransfer();
+        EXPECT_TRUE(waitFor([&] { return copy.released(); }));
+    }
+}
+
 TEST(PauseResumeButton, TagsThreeAndFourToggle) {
     ManualSession s;
     ASSERT_TRUE(s.c);
