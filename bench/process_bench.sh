@@ -11,8 +11,9 @@
 #   memory: peak memory of uploads of 25,000 and 100,000 small files
 #
 # One warm-up round, then QVT_BENCH_ROUNDS rounds (default 3); inside a round the sides take
-# turns, starting with a different one each round. Prints medians, the uploader's time over
-# each tool's, and peak memory. Run as root (loop device, smbd) when nothing else is busy.
+# turns, starting with a different one each round, each with its sources read into the page
+# cache first. Prints medians, the uploader's time over each tool's, and peak memory. Run as
+# root (loop device, smbd) when nothing else is busy.
 # Usage: bench/process_bench.sh [BUILD_DIR] [CASE...]
 #   cases: local-big local-small one-file share-big share-small clash memory (default: all)
 set -euo pipefail
@@ -143,12 +144,23 @@ fresh() {  # empties the destinations and puts what is left of them on the disk
     sync -f "$vol"
 }
 
+tree_of() {  # tree_of CASE: the source the case uploads, under $src
+    case $1 in
+        local-big) echo Big ;; local-small) echo Small ;; share-big) echo Big ;;
+        share-small) echo "Share Small" ;; clash) echo Clash ;; one-file) echo one.txt ;;
+    esac
+}
+
+# Reads the case's sources, so that every side starts with them in the page cache. rclone drops
+# the pages of the files it has read from the cache; without this, the side that follows it in
+# the turn order would read its sources from the disk in every round.
+warm() {  # warm CASE
+    find "$src/$(tree_of "$1")" -type f -print0 | xargs -0 cat >/dev/null
+}
+
 side() {  # side CASE SIDE: one run of one side of a case
     local c=$1 s=$2 tree
-    case $c in
-        local-big) tree=Big ;; local-small) tree=Small ;; share-big) tree=Big ;;
-        share-small) tree="Share Small" ;; clash) tree=Clash ;; one-file) tree=one.txt ;;
-    esac
+    tree=$(tree_of "$c")
     case $s in
         qvt-local)
             timed "$c/$s" /dev/null "$cli" --das "$vol" --name "Bench Drive" \
@@ -215,13 +227,16 @@ run_case() {
             # Every side writes into an empty destination; the clash case's second upload
             # finds the first one's files there.
             fresh
+            warm "$c"
             side "$c" "$s"
             if [ "$c" = clash ]; then
+                warm "$c"
                 side "$c" qvt-again
                 # The same upload into a folder of as many other names: what the folder's size
                 # alone costs, since the server looks up every new name in it.
                 fresh
                 others "$vol/share/qvt/Clash/part 000" 4000
+                warm "$c"
                 side "$c" qvt-others
             fi
         done
