@@ -142,6 +142,9 @@ fresh() {  # empties the destinations and puts what is left of them on the disk
     mkdir -p "$vol/dst"/{qvt,cp,rsync,rclone} "$vol/share"/{qvt,smbclient,rclone}
     chmod -R 0777 "$vol/share"
     sync -f "$vol"
+    # The volume's image is a file on the machine's disk: what the flush above handed to it is
+    # written out too, so that no side pays for the writes of the one before.
+    sync
 }
 
 tree_of() {  # tree_of CASE: the source the case uploads, under $src
