@@ -224,7 +224,13 @@ void Dispatcher::start(const char* name, Task task) {
     std::shared_ptr<State> state = state_;
     state->running.fetch_add(1);
     auto body = [state, name, task = std::move(task)]() mutable {
-        pthread_setname_np(pthread_self(), name);
+        // Pool threads run many tasks: the name is set only when it changes, as each setting
+        // is a system call.
+        thread_local const char* current = nullptr;
+        if (current != name) {
+            pthread_setname_np(pthread_self(), name);
+            current = name;
+        }
         runTaskGuarded(task);
         // Release what the task holds before it counts as finished, so a waiter that sees the
         // dispatcher idle also sees the task's captures gone.

@@ -155,7 +155,7 @@ int FileLayer::copyItem(const std::string& from, const std::string& to) {
     // Nothing is tested at `to` first: the file is created exclusively and the folder made
     // with mkdir, so anything there (a dangling link too) gives EEXIST, and a share is not
     // asked twice.
-    if (!S_ISDIR(st.st_mode)) return detail::copyFileData(from, to);
+    if (!S_ISDIR(st.st_mode)) return detail::copyFileData(from, to, &st);
     if (const int rc = detail::makeFolder(to)) return rc;
     int error = 0;
     for (const auto& name : listFolder(from, &error))
@@ -163,7 +163,9 @@ int FileLayer::copyItem(const std::string& from, const std::string& to) {
     return error;
 }
 
-int FileLayer::renameItem(const std::string& from, const std::string& to) {
+namespace {
+
+int renameWithoutReplacing(FileLayer& files, const std::string& from, const std::string& to) {
     const auto fromShare = shareMounts().resolve(from);
     const auto toShare = shareMounts().resolve(to);
     if (!fromShare && !toShare) {
@@ -187,10 +189,10 @@ int FileLayer::renameItem(const std::string& from, const std::string& to) {
     // libsmbclient's rename replaces an existing file, as rename(2) does, and offers no way not
     // to: the name is tested first. Only another client taking the name between the test and
     // the rename could lose its file; this program's own copies never race for a name.
-    if (exists(to)) return EEXIST;
+    if (files.exists(to)) return EEXIST;
     const std::string a = fromShare->url();
     const std::string b = toShare->url();
-    const int rc = smb::retryOnConnectionLoss([&] {
+    return smb::retryOnConnectionLoss([&] {
         const smb::Call call(fromShare->mount.credentials);
         if (!call.ctx()) return EIO;
         errno = 0;
@@ -198,7 +200,13 @@ int FileLayer::renameItem(const std::string& from, const std::string& to) {
             return 0;
         return errno != 0 ? errno : EIO;
     });
-    if (rc == 0) detail::writtenShareFileRenamed(from, to);
+}
+
+}  // namespace
+
+int FileLayer::renameItem(const std::string& from, const std::string& to) {
+    const int rc = renameWithoutReplacing(*this, from, to);
+    if (rc == 0) detail::writtenFileRenamed(from, to);
     return rc;
 }
 
@@ -215,10 +223,8 @@ int FileLayer::moveItem(const std::string& from, const std::string& to) {
 int FileLayer::removeItem(const std::string& path) {
     if (path.empty()) return ENOENT;
     if (isMountPoint(path)) return EBUSY;
-    if (auto sp = shareMounts().resolve(path)) {
-        detail::writtenShareFileRemoved(path);
-        return detail::removeShare(*sp);
-    }
+    detail::writtenFileRemoved(path);
+    if (auto sp = shareMounts().resolve(path)) return detail::removeShare(*sp);
     return detail::removeLocal(path);
 }
 
@@ -236,7 +242,7 @@ std::optional<std::uint64_t> FileLayer::size(const std::string& path) {
 }
 
 std::optional<std::uint64_t> FileLayer::totalSize(const std::string& path) {
-    if (const auto written = detail::writtenShareFileSize(path)) return written;
+    if (const auto written = detail::writtenFileSize(path)) return written;
     struct stat st {};
     if (path.empty() || statPath(path, &st) != 0 || S_ISDIR(st.st_mode)) return std::nullopt;
     // Linux files have a single fork: their total size is their length.

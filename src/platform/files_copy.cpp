@@ -59,10 +59,10 @@ bool isUnsupported(int e) {
 // Opens a local source for reading without waiting on it: opening a FIFO (or reading it, or a
 // device node) waits until something else acts, maybe never. Only a regular file is read;
 // anything else is kNotARegularFile. A file under another program's lease is waited for at
-// most the kernel's lease-break time.
-int openLocalSource(const std::string& path, int* fd, struct stat* st) {
+// most the kernel's lease-break time. `known` says `st` holds a stat of `path` taken just before.
+int openLocalSource(const std::string& path, int* fd, struct stat* st, bool known = false) {
     // A socket cannot be opened at all; the type is told before anything is opened.
-    if (::stat(path.c_str(), st) == 0 && !S_ISREG(st->st_mode) && !S_ISDIR(st->st_mode))
+    if ((known || ::stat(path.c_str(), st) == 0) && !S_ISREG(st->st_mode) && !S_ISDIR(st->st_mode))
         return kNotARegularFile;
     int f = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (f < 0 && errno == EWOULDBLOCK) f = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -85,10 +85,15 @@ int openLocalSource(const std::string& path, int* fd, struct stat* st) {
     return 0;
 }
 
-int copyLocal(const std::string& from, const std::string& to) {
+// The last file this thread wrote in full, and its size.
+thread_local std::string tWrittenPath;
+thread_local std::uint64_t tWrittenSize = 0;
+
+int copyLocal(const std::string& from, const std::string& to, const struct stat* source) {
     Fd in;
     struct stat st {};
-    if (const int rc = openLocalSource(from, &in.fd, &st)) return rc;
+    if (source) st = *source;
+    if (const int rc = openLocalSource(from, &in.fd, &st, source != nullptr)) return rc;
     Fd out;
     out.fd = open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, st.st_mode & 07777);
     if (out.fd < 0) return errno;
@@ -131,7 +136,9 @@ int copyLocal(const std::string& from, const std::string& to) {
     futimens(out.fd, times);
     const int fd = out.fd;
     out.fd = -1;
-    return close(fd) == 0 ? 0 : errno;
+    if (close(fd) != 0) return errno;
+    rememberWrittenFile(to, copied);
+    return 0;
 }
 
 // One end of a streamed copy: a local file or a file on a share. Each SMB request takes the
@@ -212,10 +219,6 @@ class End {
     SMBCFILE* file_ = nullptr;
 };
 
-// The last file this thread wrote in full to a share, and its size.
-thread_local std::string tWrittenPath;
-thread_local std::uint64_t tWrittenSize = 0;
-
 // The buffer for a streamed copy of a file of `size` bytes: one byte more than the file, so the
 // read that meets the end comes after a single full request, and never more than the largest
 // write. A small file gets a small buffer, and none is zeroed first: a folder of thousands of
@@ -259,22 +262,22 @@ int copyStreamed(const std::string& from, const std::string& to, mode_t mode, st
     }
     if (const int rc = in.closeNow()) return rc;
     if (const int rc = out.closeNow()) return rc;
-    if (shareMounts().resolve(to)) rememberWrittenShareFile(to, written);
+    rememberWrittenFile(to, written);
     return 0;
 }
 
 }  // namespace
 
-void rememberWrittenShareFile(const std::string& path, std::uint64_t size) {
+void rememberWrittenFile(const std::string& path, std::uint64_t size) {
     tWrittenPath = path;
     tWrittenSize = size;
 }
 
-void forgetWrittenShareFile() {
+void forgetWrittenFile() {
     tWrittenPath.clear();
 }
 
-std::optional<std::uint64_t> writtenShareFileSize(const std::string& path) {
+std::optional<std::uint64_t> writtenFileSize(const std::string& path) {
     if (path.empty() || path != tWrittenPath) return std::nullopt;
     return tWrittenSize;
 }
@@ -284,21 +287,21 @@ bool writtenFileIsAtOrBelow(const std::string& path) {
     return !path.empty() && !tWrittenPath.empty() && isUnder(tWrittenPath, path);
 }
 
-void writtenShareFileRenamed(const std::string& from, const std::string& to) {
+void writtenFileRenamed(const std::string& from, const std::string& to) {
     if (writtenFileIsAtOrBelow(from)) tWrittenPath = to + tWrittenPath.substr(from.size());
 }
 
-void writtenShareFileRemoved(const std::string& path) {
+void writtenFileRemoved(const std::string& path) {
     if (writtenFileIsAtOrBelow(path)) tWrittenPath.clear();
 }
 
-int copyFileData(const std::string& from, const std::string& to) {
+int copyFileData(const std::string& from, const std::string& to, const struct stat* source) {
     // What this thread knew of its last file ends where it sets out to write another, whether
     // or not that one is written.
-    forgetWrittenShareFile();
+    forgetWrittenFile();
     const auto toShare = shareMounts().resolve(to);
     const bool local = !shareMounts().resolve(from) && !toShare;
-    if (local) return copyLocal(from, to);
+    if (local) return copyLocal(from, to, source);
     // A share's names travel as UTF-16: a name that is no UTF-8 has no name there.
     if (toShare && !smb::isValidUtf8(toShare->relative)) return kNameNotUtf8;
     struct stat st {};

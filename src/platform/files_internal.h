@@ -31,19 +31,21 @@ int syncLocal(const std::string& path);
 // Flushes one local file or folder entry list, nothing below it.
 int syncOne(const std::string& path);
 
-// Copies one file's bytes; the destination must not exist.
-int copyFileData(const std::string& from, const std::string& to);
+// Copies one file's bytes; the destination must not exist. `source`, when given, is what a
+// stat of `from` has just said, and is not asked again.
+int copyFileData(const std::string& from, const std::string& to,
+                 const struct stat* source = nullptr);
 
-// The size of the file this thread last wrote in full to a share, asked for by its path: the
-// copy knows what it wrote, so the questions after it (is the copy whole, how much arrived)
-// cost no round trip to the server. The answer follows the file when this thread renames it,
-// and lasts until the thread writes another file or removes this one; any other path gets
-// nothing.
-void rememberWrittenShareFile(const std::string& path, std::uint64_t size);
-std::optional<std::uint64_t> writtenShareFileSize(const std::string& path);
-void writtenShareFileRenamed(const std::string& from, const std::string& to);
-void writtenShareFileRemoved(const std::string& path);
-void forgetWrittenShareFile();
+// The size of the file this thread last wrote in full, asked for by its path: the copy knows
+// what it wrote, so the questions after it (is the copy whole, how much arrived) cost no round
+// trip to a share's server and no walk of a local path. The answer follows the file when this
+// thread renames it, and lasts until the thread writes another file or removes this one; any
+// other path gets nothing.
+void rememberWrittenFile(const std::string& path, std::uint64_t size);
+std::optional<std::uint64_t> writtenFileSize(const std::string& path);
+void writtenFileRenamed(const std::string& from, const std::string& to);
+void writtenFileRemoved(const std::string& path);
+void forgetWrittenFile();
 
 std::vector<std::string> listShare(const SharePath& sp, int* error);
 // The names in a local folder, hidden ones included, in listing order; `error` gets 0 or the

@@ -7,7 +7,7 @@ namespace qvt::platform {
 
 void releaseThreadResources() {
     smb::releaseThreadContext();
-    detail::forgetWrittenShareFile();
+    detail::forgetWrittenFile();
 }
 
 }  // namespace qvt::platform

@@ -132,6 +132,38 @@ TEST_F(LocalFilesTest, CopyMoveRemoveAndSizes) {
     EXPECT_EQ(files().removeItem(path("tree2")), ENOENT);
 }
 
+// The size of the file this thread wrote last is told from what the copy knew, without a walk
+// of its path, until the thread sets out to write another file (a refused one too); the
+// knowledge follows the file's rename, by this program or as the last step of a move, and ends
+// with its removal.
+TEST_F(LocalFilesTest, TheSizeOfTheFileJustWrittenIsKnownWithoutAskingUntilTheNext) {
+    writeAll(path("s.txt"), "small");
+    ASSERT_EQ(files().copyItem(path("s.txt"), path(".part")), 0);
+    writeAll(path(".part"), "grown behind the copy");
+    EXPECT_EQ(files().totalSize(path(".part")), 5u);
+    // size() always asks: the progress follows a file that grows.
+    EXPECT_EQ(files().size(path(".part")), 21u);
+    ASSERT_EQ(files().renameItem(path(".part"), path("r.txt")), 0);
+    EXPECT_FALSE(files().totalSize(path(".part")).has_value());
+    EXPECT_EQ(files().totalSize(path("r.txt")), 5u);
+    ASSERT_EQ(files().removeItem(path("r.txt")), 0);
+    EXPECT_FALSE(files().totalSize(path("r.txt")).has_value());
+
+    ASSERT_EQ(files().copyItem(path("s.txt"), path("t.txt")), 0);
+    writeAll(path("t.txt"), "grown behind the copy");
+    EXPECT_EQ(files().copyItem(path("s.txt"), path("t.txt")), EEXIST);
+    EXPECT_EQ(files().totalSize(path("t.txt")), 21u);
+
+    // A folder renamed with the file in it takes the knowledge along.
+    std::filesystem::create_directories(path("in"));
+    ASSERT_EQ(files().copyItem(path("s.txt"), path("in/u.txt")), 0);
+    writeAll(path("in/u.txt"), "grown behind the copy");
+    ASSERT_EQ(files().renameItem(path("in"), path("out")), 0);
+    EXPECT_EQ(files().totalSize(path("out/u.txt")), 5u);
+    ASSERT_EQ(files().removeItem(path("out")), 0);
+    EXPECT_FALSE(files().totalSize(path("out/u.txt")).has_value());
+}
+
 TEST_F(LocalFilesTest, MoveAcrossVolumesCopiesThenRemoves) {
     ASSERT_TRUE(box.mountTmpfs(path("other"), 8 << 20));
     writeAll(path("m.txt"), "across");

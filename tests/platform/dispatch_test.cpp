@@ -134,7 +134,7 @@ TEST(Dispatcher, FinishedThreadsTakeTheNextTaskWithNothingCarriedOver) {
     };
     d.async(QueuePriority::High, [&] {
         threadOfTask();
-        detail::rememberWrittenShareFile("/mnt/share/a.bin", 5);
+        detail::rememberWrittenFile("/mnt/share/a.bin", 5);
     });
     ASSERT_TRUE(d.waitIdle(10));
     ASSERT_TRUE(idleThreadAtHand());
@@ -145,7 +145,7 @@ TEST(Dispatcher, FinishedThreadsTakeTheNextTaskWithNothingCarriedOver) {
     for (int i = 0; i < kTasks; ++i) {
         d.async(QueuePriority::High, [&] {
             threadOfTask();
-            if (detail::writtenShareFileSize("/mnt/share/a.bin")) ++carriedOver;
+            if (detail::writtenFileSize("/mnt/share/a.bin")) ++carriedOver;
         });
         ASSERT_TRUE(d.waitIdle(10));
         ASSERT_TRUE(idleThreadAtHand());
