@@ -324,6 +324,10 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</translation>
     </message>
+    <message id="SOURCE_FILES_GONE_txt">
+        <source>Files in this folder are no longer there: %@ of the %@ counted when the upload began.</source>
+        <translation>Files in this folder are no longer there: %@ of the %@ counted when the upload began.</translation>
+    </message>
     <message id="SOURCE_GONE_txt">
         <source>The file is no longer there.</source>
         <translation>The file is no longer there.</translation>

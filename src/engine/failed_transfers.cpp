@@ -107,6 +107,12 @@ void QVTransferPrivate::retryFailedTransfers(const qvt::List& retryList) {
         if (!record) continue;
         // The name the failed attempt was given, not a new one.
         const std::string source = record->string("sourceFilePath");
+        if (record->find("filesGone")) {
+            // Files that went before their names were known: nothing can be copied again, and
+            // copying the folder again would give every file that did arrive a second copy.
+            failedTransferArray.with([&](qvt::List& failures) { failures.push_back(value); });
+            continue;
+        }
         transferFile(source, record->string("destFilePath"), share, sourceIsExcluded(source));
         trashAfterItem(source);
     }

@@ -14,6 +14,7 @@
 #include "platform/log.h"
 #include "session/qvtransfer_private.h"
 #include "session/view.h"
+#include "source/tree_count.h"
 
 namespace fs = qvt::platform;
 using qvt::engine::appendingPathComponent;
@@ -177,8 +178,10 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
                      const std::string& destination, bool excludeFile) {
     qvt::engine::UploadJob& upload = c.job();
     // After a restart, a file handled before it is not copied twice.
-    if (upload.resumedAfterRestart && c.inProcessSourceFilesArray.contains(destination))
+    if (upload.resumedAfterRestart && c.inProcessSourceFilesArray.contains(destination)) {
+        ++upload.filesMet;
         return Step::Done;
+    }
     // With the move option a source leaves its place, unless it is protected.
     const bool move = c.removeFilesAfterUpload && !excludeFile;
     std::string target = destination;
@@ -216,6 +219,7 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
         error = failureOf(c, rc);
     }
 
+    ++upload.filesMet;
     c.inProcessSourceFilesArray.append(target);
     c.processFileTransferStatus(source, target, error);
     upload.inProcessDestFilePath.set("");
@@ -228,6 +232,7 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
 // once every item of the source has been met.
 void failUncopiableLink(QVTransferPrivate& c, const std::string& source,
                         const std::string& destination, const qvt::TransferError& error) {
+    ++c.job().filesMet;
     // After a restart, one reported before it is in the saved failed list already.
     if (c.job().resumedAfterRestart && c.inProcessSourceFilesArray.contains(destination)) return;
     c.recordFailure(source, destination, error);
@@ -249,6 +254,8 @@ Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::
                 c.displayDeviceFullDialog();
                 return Step::Retry;
             }
+            // The files below it were counted, and are met here: they are not gone.
+            c.job().filesMet += qvt::source::countItem(source).files;
             c.processFileTransferStatus(source, destination, failureOf(c, rc));
             return Step::Done;
         }
@@ -291,6 +298,9 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
             recordFailure(sourcePath, destination,
                           qvt::TransferError{ENOENT, localizedString("SOURCE_GONE_txt")});
             ++job().uncountedFailures;
+            // Most often a file removed between its folder's listing and its copy: it is named
+            // here, and the count of its source need not tell of it again.
+            ++job().filesMet;
             break;
         }
 

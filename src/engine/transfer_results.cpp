@@ -47,10 +47,11 @@ std::uint64_t QVTransferPrivate::arrivedFileCount() const {
 
 void QVTransferPrivate::recordFailure(const std::string& sourcePath,
                                       const std::string& destFilePath,
-                                      const qvt::TransferError& error) {
+                                      const qvt::TransferError& error, std::int64_t filesGone) {
     qvt::Record failure{{"sourceFilePath", sourcePath},
                         {"destFilePath", destFilePath},
                         {"localizedError", fmt::format("%@", error.localizedDescription)}};
+    if (filesGone > 0) failure.set("filesGone", qvt::Value(static_cast<long long>(filesGone)));
     failedTransferArray.with([&](qvt::List& failures) { failures.push_back(failure); });
     log().write(fmt::format(
         "QVTransfer: processFileTransferStatus of file/folder %@ to %@ Time: %@ Error: %@\n",

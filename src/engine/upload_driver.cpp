@@ -16,6 +16,7 @@
 #include "qvtransfer/Keychain.h"
 #include "session/qvtransfer_private.h"
 #include "session/view.h"
+#include "source/source_entry.h"
 
 namespace fmt = qvt::platform;
 using qvt::platform::QueuePriority;
@@ -163,7 +164,11 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
                                     qvt::engine::lastPathComponent(share), logTime(*this)));
 
         // A source under a protected location is copied, never moved.
+        const std::int64_t metBefore = upload.filesMet.load();
         transferFile(source, destination, share, sourceIsExcluded(source));
+        if (row)
+            reportFilesGoneSinceTheCount(*row, source, destination,
+                                         upload.filesMet.load() - metBefore);
 
         // An entry whose copy ended while a pause was in force was copied in full all the same
         // (a pause stops at the next file): it joins the transferred list once the pause ends,
@@ -181,6 +186,25 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
     if (upload.ended()) return;
     upload.complete();
     processFileTransferStatus("", "", std::nullopt);
+}
+
+void QVTransferPrivate::reportFilesGoneSinceTheCount(const qvt::Record& row,
+                                                     const std::string& source,
+                                                     const std::string& destination,
+                                                     std::int64_t met) {
+    // An upload that ended inside the source (a stop, or its last file) met what it met.
+    if (job().ended()) return;
+    const std::int64_t counted = qvt::source::rowCounts(row).files;
+    if (met >= counted) return;
+    // A source gone as a whole is named as such already; a file source is one file.
+    bool isFolder = false;
+    if (!fmt::files().exists(source, &isFolder) || !isFolder) return;
+    const std::int64_t missing = counted - met;
+    recordFailure(
+        source, destination,
+        qvt::TransferError{ENOENT, fmt::format(localizedString("SOURCE_FILES_GONE_txt"),
+                                               std::to_string(missing), std::to_string(counted))},
+        missing);
 }
 
 bool QVTransferPrivate::sourceIsExcluded(const std::string& source) const {

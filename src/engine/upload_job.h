@@ -109,6 +109,10 @@ class UploadJob {
     // Failed items the counter above leaves out: sources gone since they were counted (or
     // never there), which the totals held as nothing or as files no longer to be found.
     std::atomic<std::int64_t> uncountedFailures{0};
+    // Every file the copy has met, whatever became of it (copied, failed, found gone, or
+    // handled before a restart). Compared with a source's count, it tells files that went
+    // away before their folder was listed.
+    std::atomic<std::int64_t> filesMet{0};
     // Bytes now at the destination for the files handled.
     std::atomic<std::uint64_t> totalTransferredFilesSize{0};
     // The destination of the file being copied now; empty between files.

@@ -260,8 +260,15 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // are failures the handled count never held).
     std::uint64_t arrivedFileCount() const;
     // Adds a failed item to the list and the log, without counting it as a handled file.
+    // `filesGone` marks the item of a folder that lost that many files before the copy listed
+    // them: nothing of it can be copied again.
     void recordFailure(const std::string& sourcePath, const std::string& destFilePath,
-                       const qvt::TransferError& error);
+                       const qvt::TransferError& error, std::int64_t filesGone = 0);
+    // After a source's copy: when the copy met fewer files than the source's count held, the
+    // missing ones went away after the count and before the copy listed their folder. Their
+    // names are not known any more; the source is a failed item that says how many.
+    void reportFilesGoneSinceTheCount(const qvt::Record& row, const std::string& source,
+                                      const std::string& destination, std::int64_t met);
     // Removes the hidden copy of the file in hand (an unfinished one) and forgets it.
     void discardPartialCopy();
     // The clash-free name (no folder, no extension) for a path given without its extension.

@@ -524,6 +524,34 @@ TEST_F(CliTest, ASourceDeletedDuringTheUploadIsNamedAndTheExitStatusIsOne) {
     EXPECT_TRUE(sameTree(work / "src/Many", volume.path() + "/Many"));
 }
 
+// A file removed from inside a folder after the count, before the copy listed that folder:
+// the folder is named with how many of its files went, and the exit status says so.
+TEST_F(CliTest, AFileDeletedInsideAFolderBeforeItsCopyIsToldAndTheExitStatusIsOne) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "held.bin", "the held file\n");
+    makeManyFiles(work / "src/Many", 20);
+    test::LeaseHold hold(work / "held.bin");
+    ASSERT_TRUE(hold.held());
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
+                              work / "src/Many"}));
+    child.closeInput();
+    // While the first source is being read, a file of the second one goes.
+    ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
+    ASSERT_TRUE(fs::remove(work / "src/Many/part 0/f7.txt"));
+    hold.release();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_NE(child.output().find(work / "src/Many" +
+                                  ": Files in this folder are no longer there: 1 of the 20 "
+                                  "counted when the upload began."),
+              std::string::npos)
+        << child.output();
+    EXPECT_EQ(child.output().find("All files were uploaded successfully"), std::string::npos)
+        << child.output();
+    EXPECT_TRUE(sameTree(work / "src/Many", volume.path() + "/Many"));
+}
+
 TEST_F(CliTest, ADeviceRecordWhoseDiskIsNotAttachedIsToldAtOnce) {
     // The record's volume is neither mounted at its folder nor has a device node.
     fs::create_directories(work / "Gone");

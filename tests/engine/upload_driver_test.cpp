@@ -6,6 +6,7 @@
 #include <unistd.h>
 #include <mutex>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <regex>
@@ -513,4 +514,72 @@ TEST(UploadFiles, ASourceFoundGoneIsAFailureTheArrivedCountLeavesOut) {
     ASSERT_EQ(s.c->failedTransferArray.get().size(), 1u);
     EXPECT_EQ(s.c->arrivedFileCount(), 1u);
     EXPECT_EQ(s.c->progressStatusMsg1.get(), "1 of 1 files uploaded");
+}
+
+// A file removed after the count and before the copy listed its folder: its name is not known
+// any more, so the folder is the failed item and says how many of its files went. Trying the
+// failed items again copies nothing of that folder a second time.
+TEST(UploadFiles, FilesGoneFromAFolderSinceItWasCountedMakeItAFailedItem) {
+    auto keychain = std::make_shared<keychain::FakeKeychain>();
+    keychain::ScopedBackend scopedKeychain(keychain);
+    Session s;
+    ASSERT_TRUE(s.c);
+    test::writeFile(s.from("Album/one.jpg"), "1");
+    test::writeFile(s.from("Album/in/two.jpg"), "2");
+    // Counted with a third file that is gone now.
+    s.c->sourceFilesArray.set(List{Record{{"filesSelectCheckbox", 1},
+                                          {"fileName", "Album"},
+                                          {"fullFilePath", s.from("Album")},
+                                          {"numberOfFiles", "3 files"},
+                                          {"numberOfFolders", "2 folders"}}});
+    s.c->job().numberOfFilesCountForTransfer = 3;
+    s.h.view->selectedFolder = s.dst;
+    s.c->uploadFiles();
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
+    ASSERT_TRUE(s.settle());
+    EXPECT_EQ(test::readFile(s.at("Album/one.jpg")), "1");
+    EXPECT_EQ(test::readFile(s.at("Album/in/two.jpg")), "2");
+    const List failures = s.c->failedTransferArray.get();
+    ASSERT_EQ(failures.size(), 1u);
+    const Record& failure = *failures[0].asRecord();
+    EXPECT_EQ(failure.string("sourceFilePath"), s.from("Album"));
+    EXPECT_EQ(failure.string("localizedError"),
+              "Files in this folder are no longer there: 1 of the 3 counted when the upload "
+              "began.");
+    EXPECT_TRUE(s.c->isFileTransferFailed());
+    EXPECT_EQ(s.c->arrivedFileCount(), 2u);
+
+    s.c->retryOrDismissTransfer(2);
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
+    ASSERT_TRUE(s.settle());
+    EXPECT_EQ(s.c->failedTransferArray.get(), failures);
+    EXPECT_EQ(s.c->arrivedFileCount(), 0u);
+    std::vector<std::string> arrived;
+    for (const auto& e : fs::recursive_directory_iterator(s.at("Album")))
+        if (e.is_regular_file()) arrived.push_back(e.path().filename().string());
+    std::sort(arrived.begin(), arrived.end());
+    EXPECT_EQ(arrived, (std::vector<std::string>{"one.jpg", "two.jpg"}));
+}
+
+// The count and the copy agree when nothing changed: no failure, every file counted arrived.
+TEST(UploadFiles, AFolderWhoseFilesAreAllThereIsNoFailure) {
+    auto keychain = std::make_shared<keychain::FakeKeychain>();
+    keychain::ScopedBackend scopedKeychain(keychain);
+    Session s;
+    ASSERT_TRUE(s.c);
+    test::writeFile(s.from("Album/one.jpg"), "1");
+    test::writeFile(s.from("Album/in/two.jpg"), "2");
+    s.c->sourceFilesArray.set(List{Record{{"filesSelectCheckbox", 1},
+                                          {"fileName", "Album"},
+                                          {"fullFilePath", s.from("Album")},
+                                          {"numberOfFiles", "2 files"},
+                                          {"numberOfFolders", "2 folders"}}});
+    s.c->job().numberOfFilesCountForTransfer = 2;
+    s.h.view->selectedFolder = s.dst;
+    s.c->uploadFiles();
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
+    ASSERT_TRUE(s.settle());
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+    EXPECT_FALSE(s.c->isFileTransferFailed());
+    EXPECT_EQ(s.c->arrivedFileCount(), 2u);
 }
