@@ -516,6 +516,29 @@ TEST(UploadFiles, ASourceFoundGoneIsAFailureTheArrivedCountLeavesOut) {
     EXPECT_EQ(s.c->progressStatusMsg1.get(), "1 of 1 files uploaded");
 }
 
+namespace {
+
+// Uploads the folder "Album" (one.jpg, in/two.jpg) as a source whose count held `counted`
+// files, and waits for the end.
+void uploadAlbumCountedAs(Session& s, int counted) {
+    test::writeFile(s.from("Album/one.jpg"), "1");
+    test::writeFile(s.from("Album/in/two.jpg"), "2");
+    s.c->sourceFilesArray.set(List{Record{{"filesSelectCheckbox", 1},
+                                          {"fileName", "Album"},
+                                          {"fullFilePath", s.from("Album")},
+                                          {"numberOfFiles", std::to_string(counted) + " files"},
+                                          {"numberOfFolders", "2 folders"}}});
+    s.c->job().numberOfFilesCountForTransfer = counted;
+    s.h.view->selectedFolder = s.dst;
+    s.c->uploadFiles();
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
+    ASSERT_TRUE(s.settle());
+    EXPECT_EQ(test::readFile(s.at("Album/one.jpg")), "1");
+    EXPECT_EQ(test::readFile(s.at("Album/in/two.jpg")), "2");
+}
+
+}  // namespace
+
 // A file removed after the count and before the copy listed its folder: its name is not known
 // any more, so the folder is the failed item and says how many of its files went. Trying the
 // failed items again copies nothing of that folder a second time.
@@ -524,21 +547,8 @@ TEST(UploadFiles, FilesGoneFromAFolderSinceItWasCountedMakeItAFailedItem) {
     keychain::ScopedBackend scopedKeychain(keychain);
     Session s;
     ASSERT_TRUE(s.c);
-    test::writeFile(s.from("Album/one.jpg"), "1");
-    test::writeFile(s.from("Album/in/two.jpg"), "2");
     // Counted with a third file that is gone now.
-    s.c->sourceFilesArray.set(List{Record{{"filesSelectCheckbox", 1},
-                                          {"fileName", "Album"},
-                                          {"fullFilePath", s.from("Album")},
-                                          {"numberOfFiles", "3 files"},
-                                          {"numberOfFolders", "2 folders"}}});
-    s.c->job().numberOfFilesCountForTransfer = 3;
-    s.h.view->selectedFolder = s.dst;
-    s.c->uploadFiles();
-    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
-    ASSERT_TRUE(s.settle());
-    EXPECT_EQ(test::readFile(s.at("Album/one.jpg")), "1");
-    EXPECT_EQ(test::readFile(s.at("Album/in/two.jpg")), "2");
+    ASSERT_NO_FATAL_FAILURE(uploadAlbumCountedAs(s, 3));
     const List failures = s.c->failedTransferArray.get();
     ASSERT_EQ(failures.size(), 1u);
     const Record& failure = *failures[0].asRecord();
@@ -567,18 +577,7 @@ TEST(UploadFiles, AFolderWhoseFilesAreAllThereIsNoFailure) {
     keychain::ScopedBackend scopedKeychain(keychain);
     Session s;
     ASSERT_TRUE(s.c);
-    test::writeFile(s.from("Album/one.jpg"), "1");
-    test::writeFile(s.from("Album/in/two.jpg"), "2");
-    s.c->sourceFilesArray.set(List{Record{{"filesSelectCheckbox", 1},
-                                          {"fileName", "Album"},
-                                          {"fullFilePath", s.from("Album")},
-                                          {"numberOfFiles", "2 files"},
-                                          {"numberOfFolders", "2 folders"}}});
-    s.c->job().numberOfFilesCountForTransfer = 2;
-    s.h.view->selectedFolder = s.dst;
-    s.c->uploadFiles();
-    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
-    ASSERT_TRUE(s.settle());
+    ASSERT_NO_FATAL_FAILURE(uploadAlbumCountedAs(s, 2));
     EXPECT_TRUE(s.c->failedTransferArray.get().empty());
     EXPECT_FALSE(s.c->isFileTransferFailed());
     EXPECT_EQ(s.c->arrivedFileCount(), 2u);
