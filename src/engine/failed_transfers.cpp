@@ -86,7 +86,7 @@ void QVTransferPrivate::retryOrDismissTransfer(int senderTag) {
     upload.numberOfFilesCountForTransfer = static_cast<std::int64_t>(retryList.size());
     // The counter starts at 1, as it does for an upload.
     upload.progressValue = 1;
-    upload.uncountedFailures = 0;
+    upload.filesArrived = 0;
     // Copying again: not completed, not failed, not paused, its start time now.
     upload.begin();
     reloadStatus();

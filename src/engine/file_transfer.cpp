@@ -180,6 +180,7 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     // After a restart, a file handled before it is not copied twice.
     if (upload.resumedAfterRestart && c.inProcessSourceFilesArray.contains(destination)) {
         ++upload.filesMet;
+        ++upload.filesArrived;
         return Step::Done;
     }
     // With the move option a source leaves its place, unless it is protected.
@@ -220,6 +221,7 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     }
 
     ++upload.filesMet;
+    if (!error) ++upload.filesArrived;
     c.inProcessSourceFilesArray.append(target);
     c.processFileTransferStatus(source, target, error);
     upload.inProcessDestFilePath.set("");
@@ -297,7 +299,6 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
             // count ends the upload.
             recordFailure(sourcePath, destination,
                           qvt::TransferError{ENOENT, localizedString("SOURCE_GONE_txt")});
-            ++job().uncountedFailures;
             // Most often a file removed between its folder's listing and its copy: it is named
             // here, and the count of its source need not tell of it again.
             ++job().filesMet;

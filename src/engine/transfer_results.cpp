@@ -38,11 +38,7 @@ std::string unsignedText(std::uint64_t n) {
 }  // namespace
 
 std::uint64_t QVTransferPrivate::arrivedFileCount() const {
-    // The counter holds the counted failures, not the sources found gone.
-    const qvt::engine::UploadJob& upload = job();
-    const auto failed = static_cast<std::int64_t>(failedTransferArray.get().size());
-    const std::int64_t counted = failed - upload.uncountedFailures.load();
-    return static_cast<std::uint64_t>(std::max<std::int64_t>(0, upload.progressValue - counted));
+    return static_cast<std::uint64_t>(std::max<std::int64_t>(0, job().filesArrived.load()));
 }
 
 void QVTransferPrivate::recordFailure(const std::string& sourcePath,

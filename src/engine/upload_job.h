@@ -106,9 +106,10 @@ class UploadJob {
     // Files handled, starting at 1 (the counter's first value), and files in all.
     std::atomic<std::int64_t> progressValue{1};
     std::atomic<std::int64_t> numberOfFilesCountForTransfer{0};
-    // Failed items the counter above leaves out: sources gone since they were counted (or
-    // never there), which the totals held as nothing or as files no longer to be found.
-    std::atomic<std::int64_t> uncountedFailures{0};
+    // The files at the destination: copied whole by this upload, or handled before a restart
+    // that it takes up. The counter above cannot tell it once files went missing: it counts
+    // what was handled, and its last step is the end of the upload, not a file.
+    std::atomic<std::int64_t> filesArrived{0};
     // Every file the copy has met, whatever became of it (copied, failed, found gone, or
     // handled before a restart). Compared with a source's count, it tells files that went
     // away before their folder was listed.

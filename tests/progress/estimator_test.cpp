@@ -253,6 +253,8 @@ TEST(Estimator, CompletedWithFailuresEndsWithTheSomeFilesText) {
     ASSERT_TRUE(s.c);
     s.c->job().numberOfFilesCountForTransfer = 7;
     s.c->job().progressValue = 7;
+    // Seven files handled, two of them failed.
+    s.c->job().filesArrived = 5;
     s.c->failedTransferArray.set(
         List{Record{{"sourceFilePath", "/a"}}, Record{{"sourceFilePath", "/b"}}});
     arrangeEstimate(s, 59, false);
