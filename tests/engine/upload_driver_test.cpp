@@ -582,3 +582,41 @@ TEST(UploadFiles, AFolderWhoseFilesAreAllThereIsNoFailure) {
     EXPECT_FALSE(s.c->isFileTransferFailed());
     EXPECT_EQ(s.c->arrivedFileCount(), 2u);
 }
+
+// Files of a folder removed after the copy listed it, while it copies the first of them: each
+// is named as gone, the folder does not tell of them a second time, and the end counts only
+// the file that arrived.
+TEST(UploadFiles, FilesGoneAfterTheirFolderWasListedAreNamedOnceAndNotCountedAsArrived) {
+    auto keychain = std::make_shared<keychain::FakeKeychain>();
+    keychain::ScopedBackend scopedKeychain(keychain);
+    Session s;
+    ASSERT_TRUE(s.c);
+    for (const char* name : {"a.jpg", "b.jpg", "c.jpg"})
+        test::writeFile(s.from("Album/") + name, name);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    std::atomic<bool> removed{false};
+    layer.setHook([&](const std::string& op, const std::string& from,
+                      const std::string&) -> std::optional<int> {
+        if (op != "copy" || removed.exchange(true)) return std::nullopt;
+        for (const char* name : {"a.jpg", "b.jpg", "c.jpg"})
+            if (s.from("Album/") + name != from) fs::remove(s.from("Album/") + name);
+        return std::nullopt;
+    });
+    s.c->sourceFilesArray.set(List{Record{{"filesSelectCheckbox", 1},
+                                          {"fileName", "Album"},
+                                          {"fullFilePath", s.from("Album")},
+                                          {"numberOfFiles", "3 files"},
+                                          {"numberOfFolders", "1 folder"}}});
+    s.c->job().numberOfFilesCountForTransfer = 3;
+    s.h.view->selectedFolder = s.dst;
+    s.c->uploadFiles();
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
+    ASSERT_TRUE(s.settle());
+    const List failures = s.c->failedTransferArray.get();
+    ASSERT_EQ(failures.size(), 2u);
+    for (const Value& f : failures)
+        EXPECT_EQ(f.asRecord()->string("localizedError"), "The file is no longer there.");
+    EXPECT_EQ(s.c->arrivedFileCount(), 1u);
+    EXPECT_EQ(s.c->progressStatusMsg1.get(), "1 of 3 files uploaded");
+}
