@@ -233,12 +233,16 @@ run_case() {
             warm "$c"
             side "$c" "$s"
             if [ "$c" = clash ]; then
+                sync -f "$vol"
+                sync
                 warm "$c"
                 side "$c" qvt-again
                 # The same upload into a folder of as many other names: what the folder's size
                 # alone costs, since the server looks up every new name in it.
                 fresh
                 others "$vol/share/qvt/Clash/part 000" 4000
+                sync -f "$vol"
+                sync
                 warm "$c"
                 side "$c" qvt-others
             fi
