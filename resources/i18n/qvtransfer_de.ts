@@ -325,8 +325,8 @@
         <translation>Das Ziel auf %@ ist nicht erreichbar, daher kann der unterbrochene Upload jetzt nicht fortgesetzt werden.</translation>
     </message>
     <message id="SOURCE_FILES_GONE_txt">
-        <source>Files in this folder are no longer there: %@ of the %@ counted when the upload began.</source>
-        <translation>Dateien in diesem Ordner sind nicht mehr vorhanden: %@ der %@, die zu Beginn des Hochladens gezählt wurden.</translation>
+        <source>Files in this folder are no longer there: %@ of the %@ counted when it was chosen.</source>
+        <translation>Dateien in diesem Ordner sind nicht mehr vorhanden: %@ der %@, die bei seiner Auswahl gezählt wurden.</translation>
     </message>
     <message id="SOURCE_GONE_txt">
         <source>The file is no longer there.</source>

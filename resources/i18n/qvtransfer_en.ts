@@ -325,8 +325,8 @@
         <translation>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</translation>
     </message>
     <message id="SOURCE_FILES_GONE_txt">
-        <source>Files in this folder are no longer there: %@ of the %@ counted when the upload began.</source>
-        <translation>Files in this folder are no longer there: %@ of the %@ counted when the upload began.</translation>
+        <source>Files in this folder are no longer there: %@ of the %@ counted when it was chosen.</source>
+        <translation>Files in this folder are no longer there: %@ of the %@ counted when it was chosen.</translation>
     </message>
     <message id="SOURCE_GONE_txt">
         <source>The file is no longer there.</source>

@@ -325,8 +325,8 @@
         <translation>La destination sur %@ est inaccessible, l’envoi interrompu ne peut donc pas être repris maintenant.</translation>
     </message>
     <message id="SOURCE_FILES_GONE_txt">
-        <source>Files in this folder are no longer there: %@ of the %@ counted when the upload began.</source>
-        <translation>Des fichiers de ce dossier ne sont plus là : %@ des %@ comptés au début de l’envoi.</translation>
+        <source>Files in this folder are no longer there: %@ of the %@ counted when it was chosen.</source>
+        <translation>Des fichiers de ce dossier ne sont plus là : %@ des %@ comptés lors de son choix.</translation>
     </message>
     <message id="SOURCE_GONE_txt">
         <source>The file is no longer there.</source>

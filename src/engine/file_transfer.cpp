@@ -180,7 +180,6 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     // After a restart, a file handled before it is not copied twice.
     if (upload.resumedAfterRestart && c.inProcessSourceFilesArray.contains(destination)) {
         ++upload.filesMet;
-        ++upload.filesArrived;
         return Step::Done;
     }
     // With the move option a source leaves its place, unless it is protected.
@@ -265,7 +264,16 @@ Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::
     }
     // Depth first, file by file: each file is reported on its own. A link inside the folder is
     // copied as what it leads to, a folder included, as the count of the source counted it.
-    for (const std::string& name : fs::files().listFolder(source))
+    int error = 0;
+    const std::vector<std::string> names = fs::files().listFolder(source, &error);
+    if (error != 0) {
+        // Its files cannot be met: the folder is the failed item, with the system's reason,
+        // and trying it again lists it again.
+        c.recordFailure(source, destination, transferError(error));
+        ++c.job().namedLosses;
+        return Step::Done;
+    }
+    for (const std::string& name : names)
         c.transferFile(appendingPathComponent(source, name),
                        appendingPathComponent(destination, name), destDir, excludeFile);
     return Step::Done;
@@ -299,9 +307,9 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
             // count ends the upload.
             recordFailure(sourcePath, destination,
                           qvt::TransferError{ENOENT, localizedString("SOURCE_GONE_txt")});
-            // Most often a file removed between its folder's listing and its copy: it is named
-            // here, and the count of its source need not tell of it again.
-            ++job().filesMet;
+            // Named here; the count of its source does not tell of it (or of what a folder
+            // found gone held) a second time.
+            ++job().namedLosses;
             break;
         }
 

@@ -165,8 +165,9 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
 
         // A source under a protected location is copied, never moved.
         const std::int64_t metBefore = upload.filesMet.load();
+        const std::int64_t lossesBefore = upload.namedLosses.load();
         transferFile(source, destination, share, sourceIsExcluded(source));
-        if (row)
+        if (row && upload.namedLosses.load() == lossesBefore)
             reportFilesGoneSinceTheCount(*row, source, destination,
                                          upload.filesMet.load() - metBefore);
 
@@ -192,8 +193,10 @@ void QVTransferPrivate::reportFilesGoneSinceTheCount(const qvt::Record& row,
                                                      const std::string& source,
                                                      const std::string& destination,
                                                      std::int64_t met) {
-    // An upload that ended inside the source (a stop, or its last file) met what it met.
-    if (job().ended()) return;
+    // An upload that ended inside the source (a stop, or its last file) met what it met. With
+    // the move option, files that left the source on the way (copied by a row listed before,
+    // or before a restart) are not gone.
+    if (job().ended() || removeFilesAfterUpload) return;
     const std::int64_t counted = qvt::source::rowCounts(row).files;
     if (met >= counted) return;
     // A source gone as a whole is named as such already; a file source is one file.

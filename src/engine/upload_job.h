@@ -106,14 +106,18 @@ class UploadJob {
     // Files handled, starting at 1 (the counter's first value), and files in all.
     std::atomic<std::int64_t> progressValue{1};
     std::atomic<std::int64_t> numberOfFilesCountForTransfer{0};
-    // The files at the destination: copied whole by this upload, or handled before a restart
-    // that it takes up. The counter above cannot tell it once files went missing: it counts
-    // what was handled, and its last step is the end of the upload, not a file.
+    // The files this upload copied whole. The counter above cannot tell it once files went
+    // missing: it counts what was handled, and its last step is the end of the upload, not a
+    // file.
     std::atomic<std::int64_t> filesArrived{0};
     // Every file the copy has met, whatever became of it (copied, failed, found gone, or
     // handled before a restart). Compared with a source's count, it tells files that went
     // away before their folder was listed.
     std::atomic<std::int64_t> filesMet{0};
+    // Places inside a source whose files the copy could not meet and that it has named as
+    // failed items already: an item found gone, a folder that could not be listed. The count
+    // of files met says nothing more of such a source.
+    std::atomic<std::int64_t> namedLosses{0};
     // Bytes now at the destination for the files handled.
     std::atomic<std::uint64_t> totalTransferredFilesSize{0};
     // The destination of the file being copied now; empty between files.

@@ -134,6 +134,11 @@ int copyLocal(const std::string& from, const std::string& to, const struct stat*
     fchmod(out.fd, st.st_mode & 07777);
     const timespec times[2] = {st.st_atim, st.st_mtim};
     futimens(out.fd, times);
+    // What the file holds, asked of its open descriptor (no path walk): a file system that
+    // took the writes and keeps less is a failed copy, not a whole one.
+    struct stat written {};
+    if (fstat(out.fd, &written) != 0) return errno;
+    if (static_cast<std::uint64_t>(written.st_size) != copied) return EIO;
     const int fd = out.fd;
     out.fd = -1;
     if (close(fd) != 0) return errno;

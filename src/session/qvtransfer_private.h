@@ -256,8 +256,7 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // (upload thread).
     void processFileTransferStatus(const std::string& sourcePath, const std::string& destFilePath,
                                    const std::optional<qvt::TransferError>& error);
-    // The files that arrived: copied whole, or handled before the restart that this upload
-    // takes up.
+    // The files that arrived: those this upload copied whole.
     std::uint64_t arrivedFileCount() const;
     // Adds a failed item to the list and the log, without counting it as a handled file.
     // `filesGone` marks the item of a folder that lost that many files before the copy listed

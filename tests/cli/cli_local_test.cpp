@@ -544,7 +544,7 @@ TEST_F(CliTest, AFileDeletedInsideAFolderBeforeItsCopyIsToldAndTheExitStatusIsOn
     EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
     EXPECT_NE(child.output().find(work / "src/Many" +
                                   ": Files in this folder are no longer there: 1 of the 20 "
-                                  "counted when the upload began."),
+                                  "counted when it was chosen."),
               std::string::npos)
         << child.output();
     EXPECT_EQ(child.output().find("All files were uploaded successfully"), std::string::npos)

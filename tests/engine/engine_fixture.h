@@ -76,6 +76,10 @@ class FaultyFiles : public platform::FileLayer {
             std::lock_guard lock(mutex_);
             ++listings_[path];
         }
+        if (auto rc = call("list", path, path)) {
+            if (error) *error = *rc;
+            return {};
+        }
         return FileLayer::listFolder(path, error);
     }
     // How many times `path` was listed.

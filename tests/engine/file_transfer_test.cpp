@@ -57,11 +57,11 @@ TEST(TransferFile, AMissingSourceIsAFailedItemWithItsReason) {
     ASSERT_TRUE(s.c);
     s.c->job().numberOfFilesCountForTransfer = 10;
     s.c->transferFile(s.from("gone.txt"), s.at("gone.txt"), s.dst);
-    // Not counted as a handled file, nor as one that arrived; it is met, so the count of a
+    // Not counted as a handled file, nor as one that arrived; it is named, so the count of a
     // folder it was in does not tell of it a second time.
     EXPECT_EQ(s.c->job().progressValue, 1);
     EXPECT_EQ(s.c->job().filesArrived, 0);
-    EXPECT_EQ(s.c->job().filesMet, 1);
+    EXPECT_EQ(s.c->job().namedLosses, 1);
     ASSERT_EQ(failureCount(s), 1u);
     const Record failure = *s.c->failedTransferArray.get()[0].asRecord();
     EXPECT_EQ(failure.string("sourceFilePath"), s.from("gone.txt"));

@@ -519,8 +519,8 @@ TEST(UploadFiles, ASourceFoundGoneIsAFailureTheArrivedCountLeavesOut) {
 namespace {
 
 // Uploads the folder "Album" (one.jpg, in/two.jpg) as a source whose count held `counted`
-// files, and waits for the end.
-void uploadAlbumCountedAs(Session& s, int counted) {
+// files, and waits for the end; `whole` expects both files at the destination.
+void uploadAlbumCountedAs(Session& s, int counted, bool whole = true) {
     test::writeFile(s.from("Album/one.jpg"), "1");
     test::writeFile(s.from("Album/in/two.jpg"), "2");
     s.c->sourceFilesArray.set(List{Record{{"filesSelectCheckbox", 1},
@@ -534,7 +534,9 @@ void uploadAlbumCountedAs(Session& s, int counted) {
     ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
     ASSERT_TRUE(s.settle());
     EXPECT_EQ(test::readFile(s.at("Album/one.jpg")), "1");
-    EXPECT_EQ(test::readFile(s.at("Album/in/two.jpg")), "2");
+    if (whole) {
+        EXPECT_EQ(test::readFile(s.at("Album/in/two.jpg")), "2");
+    }
 }
 
 }  // namespace
@@ -554,8 +556,8 @@ TEST(UploadFiles, FilesGoneFromAFolderSinceItWasCountedMakeItAFailedItem) {
     const Record& failure = *failures[0].asRecord();
     EXPECT_EQ(failure.string("sourceFilePath"), s.from("Album"));
     EXPECT_EQ(failure.string("localizedError"),
-              "Files in this folder are no longer there: 1 of the 3 counted when the upload "
-              "began.");
+              "Files in this folder are no longer there: 1 of the 3 counted when it was "
+              "chosen.");
     EXPECT_TRUE(s.c->isFileTransferFailed());
     EXPECT_EQ(s.c->arrivedFileCount(), 2u);
 
@@ -619,4 +621,65 @@ TEST(UploadFiles, FilesGoneAfterTheirFolderWasListedAreNamedOnceAndNotCountedAsA
         EXPECT_EQ(f.asRecord()->string("localizedError"), "The file is no longer there.");
     EXPECT_EQ(s.c->arrivedFileCount(), 1u);
     EXPECT_EQ(s.c->progressStatusMsg1.get(), "1 of 3 files uploaded");
+}
+
+// A folder inside a source that cannot be listed is the failed item, with the system's reason;
+// the source is not said to have lost files, and trying again lists the folder again.
+TEST(UploadFiles, AFolderThatCannotBeListedIsAFailedItemThatATryAgainCopies) {
+    auto keychain = std::make_shared<keychain::FakeKeychain>();
+    keychain::ScopedBackend scopedKeychain(keychain);
+    Session s;
+    ASSERT_TRUE(s.c);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    const std::string unreadable = s.from("Album/in");
+    std::atomic<bool> failing{true};
+    layer.setHook([&](const std::string& op, const std::string& from,
+                      const std::string&) -> std::optional<int> {
+        if (op == "list" && from == unreadable && failing) return EIO;
+        return std::nullopt;
+    });
+    uploadAlbumCountedAs(s, 2, false);
+    const List failures = s.c->failedTransferArray.get();
+    ASSERT_EQ(failures.size(), 1u);
+    const Record& failure = *failures[0].asRecord();
+    EXPECT_EQ(failure.string("sourceFilePath"), unreadable);
+    EXPECT_EQ(failure.string("localizedError"), platform::errorDescription(EIO));
+    EXPECT_EQ(failure.find("filesGone"), nullptr);
+    EXPECT_EQ(s.c->arrivedFileCount(), 1u);
+    EXPECT_FALSE(fs::exists(s.at("Album/in/two.jpg")));
+
+    failing = false;
+    s.c->retryOrDismissTransfer(2);
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
+    ASSERT_TRUE(s.settle());
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+    EXPECT_EQ(test::readFile(s.at("Album/in/two.jpg")), "2");
+    EXPECT_EQ(test::readFile(s.at("Album/one.jpg")), "1");
+}
+
+// With the move option, files that left a source on the way (here through a row listed before
+// it that holds part of it) are not taken for files gone since the count.
+TEST(CopyLoop, FilesMovedByAnEarlierRowAreNotTakenForFilesGone) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    test::writeFile(s.from("Album/one.jpg"), "1");
+    test::writeFile(s.from("Album/in/two.jpg"), "2");
+    const auto row = [&](const std::string& path, const std::string& files) {
+        return Record{{"filesSelectCheckbox", 1},
+                      {"fileName", fs::path(path).filename().string()},
+                      {"fullFilePath", path},
+                      {"numberOfFiles", files},
+                      {"numberOfFolders", "1 folder"}};
+    };
+    s.c->sourceFilesArray.set(
+        List{row(s.from("Album/in"), "1 file"), row(s.from("Album"), "2 files")});
+    s.c->removeFilesAfterUpload = true;
+    s.c->job().numberOfFilesCountForTransfer = 3;
+
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+    EXPECT_EQ(test::readFile(s.at("in/two.jpg")), "2");
+    EXPECT_EQ(test::readFile(s.at("Album/one.jpg")), "1");
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
 }
