@@ -140,15 +140,26 @@ class NasWindow : public ::testing::Test {
     std::string chooseTheShare() {
         auto* tree =
             window->control<QAbstractItemView>(QStringLiteral("destinationFolderOutlineView"));
-        if (!tree ||
-            !test::waitFor([&] { return wizard->finishedPopulatingDestinationFolders.load(); }, 60))
+        if (!tree || !test::waitFor(
+                         [&] { return wizard->finishedPopulatingDestinationFolders.load(); }, 60)) {
+            ADD_FAILURE() << "the destination list was not filled";
             return "";
-        // Only the share that could be mounted is listed.
-        if (tree->model()->rowCount() != 1) return "";
-        if (!tabTo("destinationFolderOutlineView")) return "";
+        }
+        // Only the share that could be mounted is listed. The rows reach the window through
+        // the main thread's queue, after the list is known to be filled.
+        test::waitFor([&] { return tree->model()->rowCount() != 0; });
+        if (tree->model()->rowCount() != 1) {
+            ADD_FAILURE() << "rows in the destination list: " << tree->model()->rowCount();
+            return "";
+        }
+        if (!tabTo("destinationFolderOutlineView")) {
+            ADD_FAILURE() << "the destination list never took the focus";
+            return "";
+        }
         QTest::keyClick(tree, Qt::Key_Home);
         QTest::keyClick(tree, Qt::Key_Space);
-        test::waitFor([&] { return !window->selectedDestinationFolder().empty(); });
+        if (!test::waitFor([&] { return !window->selectedDestinationFolder().empty(); }))
+            ADD_FAILURE() << "no destination folder was selected";
         return window->selectedDestinationFolder();
     }
 
