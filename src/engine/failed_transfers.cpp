@@ -117,6 +117,5 @@ void QVTransferPrivate::retryFailedTransfers(const qvt::List& retryList) {
         trashAfterItem(source);
     }
     if (upload.ended() || upload.paused()) return;
-    upload.complete();
     processFileTransferStatus("", "", std::nullopt);
 }

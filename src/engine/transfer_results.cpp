@@ -66,21 +66,28 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
             upload.totalTransferredFilesSize += *size;
     }
 
+    // The upload ends where its walk over the sources ends (the driver's end call, two empty
+    // paths), never at a file, even one that brings the counter to the count: files added to
+    // a source after it was counted would otherwise end the upload as a success with sources
+    // still to copy. Past the count the counter stays at it.
+    const bool endCall = sourcePath.empty() && destFilePath.empty() && !error;
     // While the device is lost or full, results are kept but not counted.
-    if (reconnectingDevice() || deviceFull()) return;
-
-    if (!upload.completed() && upload.progressValue != upload.numberOfFilesCountForTransfer) {
-        ++upload.progressValue;
-        subProgressStatus.set("");
+    if (!endCall && (reconnectingDevice() || deviceFull())) return;
+    if (!endCall && !upload.completed()) {
+        if (upload.progressValue < upload.numberOfFilesCountForTransfer) {
+            ++upload.progressValue;
+            subProgressStatus.set("");
+        }
         auto self = shared_from_this();
         perFileStatusUpdate->post(dispatcher(), QueuePriority::High, [self] {
             self->sendFileTransferStatusUpdate(self->progressStatus.get());
         });
         return;
     }
+    if (!endCall) return;
 
-    // The last file, or the driver's end call. A share has nothing to flush (each write is done
-    // at the server when its file closes), and a finished upload unmounts it in the end step.
+    // The driver's end call. A share has nothing to flush (each write is done at the server
+    // when its file closes), and a finished upload unmounts it in the end step.
     const std::string share = selectedDestinationShare.get();
     const bool localVolume = !share.empty() && fmt::files().networkURLForPath(share).empty();
     log().write(fmt::format(

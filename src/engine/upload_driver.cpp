@@ -176,16 +176,14 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
         // so that the state file meanwhile keeps it among the sources still to copy.
         upload.waitWhilePaused();
         if (upload.cancelled()) break;
-        // The upload completes at its last file, inside the last entry; that entry stays out of
-        // the transferred list (the state file then has nothing pending anyway).
-        if (!upload.completed())
-            transferredSourceFilesArray.with([&](qvt::List& done) { done.push_back(*entry); });
+        transferredSourceFilesArray.with([&](qvt::List& done) { done.push_back(*entry); });
 
         trashAfterItem(source);
     }
 
+    // The end step completes the upload once the destination is flushed: an upload seen as
+    // complete has its data on the disk.
     if (upload.ended()) return;
-    upload.complete();
     processFileTransferStatus("", "", std::nullopt);
 }
 
@@ -193,9 +191,9 @@ void QVTransferPrivate::reportFilesGoneSinceTheCount(const qvt::Record& row,
                                                      const std::string& source,
                                                      const std::string& destination,
                                                      std::int64_t met) {
-    // An upload that ended inside the source (a stop, or its last file) met what it met. With
-    // the move option, files that left the source on the way (copied by a row listed before,
-    // or before a restart) are not gone.
+    // An upload stopped inside the source met what it met. With the move option, files that
+    // left the source on the way (copied by a row listed before, or before a restart) are not
+    // gone.
     if (job().ended() || removeFilesAfterUpload) return;
     const std::int64_t counted = qvt::source::rowCounts(row).files;
     if (met >= counted) return;

@@ -250,7 +250,7 @@ TEST(CopyLoop, AListThatGrowsWhileTheLoopRunsIsWalkedToItsNewEnd) {
     EXPECT_TRUE(hasLine(s, "QVTransfer: progressValue:4 numberOfFilesCountForTransfer:100\n"));
 }
 
-TEST(CopyLoop, TheLastFileOfTheUploadEndsItInsideItsEntry) {
+TEST(CopyLoop, TheUploadEndsAfterItsLastEntry) {
     Session s;
     ASSERT_TRUE(s.c);
     test::writeFile(s.from("a.txt"), "a");
@@ -265,9 +265,33 @@ TEST(CopyLoop, TheLastFileOfTheUploadEndsItInsideItsEntry) {
     EXPECT_EQ(s.h.log->count("QVTransfer: processFileTransferStatus: setIsFileTransferCompleted"),
               1u);
     EXPECT_TRUE(hasLine(s, "QVTransfer: progressValue:2 numberOfFilesCountForTransfer:2\n"));
-    // The end came inside the last entry, so the loop no longer counts it as transferred.
-    EXPECT_EQ(s.transferredPaths(), std::vector<std::string>{s.from("a.txt")});
+    EXPECT_EQ(s.transferredPaths(), (std::vector<std::string>{s.from("a.txt"), s.from("b.txt")}));
     EXPECT_EQ(test::readFile(s.at("b.txt")), "b");
+}
+
+// Files added to a source after it was counted: the counter reaches the count before the walk
+// is through, and the upload goes on to its last source all the same; the counter stays at the
+// count and every file arrives.
+TEST(CopyLoop, FilesAddedSinceTheCountDoNotEndTheUploadBeforeItsLastSource) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    for (const char* name : {"A/a1", "A/a2", "A/a3", "A/a4", "B/b1"})
+        test::writeFile(s.from(name), name);
+    s.setSources({s.from("A"), s.from("B")});
+    // Counted with two files in A.
+    s.c->job().numberOfFilesCountForTransfer = 3;
+
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+    ASSERT_TRUE(s.settle());
+
+    EXPECT_TRUE(s.c->isFileTransferCompleted());
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+    for (const char* name : {"A/a1", "A/a2", "A/a3", "A/a4", "B/b1"})
+        EXPECT_EQ(test::readFile(s.at(name)), name) << name;
+    EXPECT_EQ(s.c->job().progressValue, 3);
+    EXPECT_EQ(s.c->arrivedFileCount(), 5u);
+    EXPECT_EQ(s.c->progressStatusMsg1.get(), "All files uploaded");
 }
 
 TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
