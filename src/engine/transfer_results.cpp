@@ -71,9 +71,10 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
     // a source after it was counted would otherwise end the upload as a success with sources
     // still to copy. Past the count the counter stays at it.
     const bool endCall = sourcePath.empty() && destFilePath.empty() && !error;
-    // While the device is lost or full, results are kept but not counted.
-    if (!endCall && (reconnectingDevice() || deviceFull())) return;
-    if (!endCall && !upload.completed()) {
+    if (!endCall) {
+        // While the device is lost or full, results are kept but not counted; once the upload
+        // is complete, nothing more is counted.
+        if (reconnectingDevice() || deviceFull() || upload.completed()) return;
         if (upload.progressValue < upload.numberOfFilesCountForTransfer) {
             ++upload.progressValue;
             subProgressStatus.set("");
@@ -84,7 +85,6 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
         });
         return;
     }
-    if (!endCall) return;
 
     // The driver's end call. A share has nothing to flush (each write is done at the server
     // when its file closes), and a finished upload unmounts it in the end step.

@@ -110,9 +110,9 @@ class UploadJob {
     // missing: it counts what was handled, and its last step is the end of the upload, not a
     // file.
     std::atomic<std::int64_t> filesArrived{0};
-    // Every file the copy has met, whatever became of it (copied, failed, found gone, or
-    // handled before a restart). Compared with a source's count, it tells files that went
-    // away before their folder was listed.
+    // Every file the copy has met, whatever became of it (copied, failed, found gone).
+    // Compared with a source's count, it tells files that went away before their folder was
+    // listed.
     std::atomic<std::int64_t> filesMet{0};
     // Places inside a source whose files the copy could not meet and that it has named as
     // failed items already: an item found gone, a folder that could not be listed. The count
