@@ -63,6 +63,9 @@ const char* usageText() {
            "  --move                remove the sources once uploaded\n"
            "  --resume              continue the upload recorded in the state file (with the\n"
            "                        keychain's account for the device, or --user's)\n"
+           "  --replace-interrupted start a new upload although one to the same device did not\n"
+           "                        finish (it can no longer be taken up); without it the new\n"
+           "                        upload is refused\n"
            "  -q, --quiet           print only errors, questions, the failed items and the\n"
            "                        last line\n"
            "  --json                one JSON object per line on stdout for each event:\n"
@@ -79,8 +82,9 @@ const char* usageText() {
            "is paused and recorded, and --resume takes it up later.\n"
            "\n"
            "Exit status: 0 every file arrived; 1 some files failed, or the upload could not be\n"
-           "done; 2 bad arguments; 130 stopped; 143 (SIGTERM) or 129 (SIGHUP) paused and\n"
-           "recorded for --resume.\n"
+           "done; 2 bad arguments, or an earlier upload to the device did not finish (see\n"
+           "--resume); 130 stopped; 143 (SIGTERM) or 129 (SIGHUP) paused and recorded for\n"
+           "--resume.\n"
            "\n"
            "Examples:\n"
            "  An attached disk whose volume is mounted at /media/anna/Backup:\n"
@@ -134,6 +138,8 @@ ParseResult parseArguments(const std::vector<std::string>& arguments) {
             o.move = true;
         } else if (a == "--resume") {
             o.resume = true;
+        } else if (a == "--replace-interrupted") {
+            o.replaceInterrupted = true;
         } else if (a == "--quiet" || a == "-q") {
             o.quiet = true;
         } else if (a == "--json") {
@@ -156,6 +162,8 @@ ParseResult parseArguments(const std::vector<std::string>& arguments) {
     if (!o.nasAddress.empty() && o.serialNumber.empty()) return fail("--nas needs --serial");
     if (o.resume && !o.sources.empty()) return fail("--resume takes no sources");
     if (o.resume && o.move) return fail("--move cannot be combined with --resume");
+    if (o.resume && o.replaceInterrupted)
+        return fail("--replace-interrupted cannot be combined with --resume");
 
     for (std::string& source : o.sources) {
         source = withoutTrailingSlashes(absolutePath(source));

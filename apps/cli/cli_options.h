@@ -29,6 +29,9 @@ struct Options {
     std::string destination;
     bool move = false;
     bool resume = false;
+    // A new upload may take the place of one that did not finish and is recorded for this
+    // device; without it such an upload is kept and the new one refused.
+    bool replaceInterrupted = false;
     // Only errors, questions and the end's failed list and last line are printed.
     bool quiet = false;
     // Events as JSON objects, one per line on stdout, for scripts (and nothing else there).

@@ -124,6 +124,12 @@ void ConsoleSession::tick() {
                                                                 stdinPassword_.value_or(""));
                     else
                         wizard_->resumeFileTransferAfterRestart();
+                } else if (!options_.replaceInterrupted && wizard_->hasUploadToResume()) {
+                    // The state file keeps one upload per device: a new one would take the
+                    // place of the upload that did not finish, which could then never be
+                    // taken up, and whose files a new copy would only give "copy" twins.
+                    finish(kExitBadArguments,
+                           consoleText("INTERRUPTED_RECORDED", {deviceInfo("productName")}));
                 } else {
                     stage_ = Stage::FirstScreen;
                     wizard_->startFileTransfer();

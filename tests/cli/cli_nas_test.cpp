@@ -367,6 +367,69 @@ TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile
     EXPECT_EQ(destinationProblems({work / "src/Many"}, share("Family") + "/Trips"), "");
 }
 
+TEST_F(CliNas, ANewUploadNeverTakesThePlaceOfOneThatDidNotFinishUnlessAskedTo) {
+    fs::create_directories(share("Family") + "/Trips");
+    makeManyFiles(work / "src/Many", 1200);
+    test::writeFile(work / "src/Other/note.txt", "another upload\n");
+    auto uploadArgs = [&](const std::string& source, bool replace) {
+        auto args = deviceArgs();
+        for (const std::string a :
+             {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
+            args.push_back(a);
+        if (replace) args.push_back("--replace-interrupted");
+        args.push_back(source);
+        return args;
+    };
+    const std::string stateFile = home.path() + "/.local/share/QVTransfer/qvtransfer.plist";
+    {
+        ChildProcess child;
+        ASSERT_TRUE(start(child, uploadArgs(work / "src/Many", false)));
+        child.write(std::string(kPassword) + "\n");
+        child.closeInput();
+        ASSERT_TRUE(pollUntil(
+            [&] {
+                return fs::exists(share("Family") + "/Trips/Many") &&
+                       filesBelow(share("Family") + "/Trips/Many").size() > 100;
+            },
+            kDeadline));
+        child.signal(SIGTERM);
+        ASSERT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+    }
+    const std::string recorded = test::readFile(stateFile);
+    ASSERT_NE(recorded.find("sourceFilesPendingArray"), std::string::npos);
+    {
+        // The same device, another source: refused before anything is copied, and the
+        // interrupted upload stays recorded for --resume.
+        ChildProcess child;
+        ASSERT_TRUE(start(child, uploadArgs(work / "src/Other", false)));
+        child.write(std::string(kPassword) + "\n");
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 2) << child.output() << child.errors();
+        EXPECT_NE(child.errors().find("did not finish"), std::string::npos) << child.errors();
+        EXPECT_NE(child.errors().find("--resume"), std::string::npos) << child.errors();
+        EXPECT_NE(child.errors().find("--replace-interrupted"), std::string::npos);
+        EXPECT_FALSE(fs::exists(share("Family") + "/Trips/Other"));
+        EXPECT_EQ(test::readFile(stateFile), recorded);
+    }
+    {
+        // Asked for: the new upload goes, and takes the record's place.
+        ChildProcess child;
+        ASSERT_TRUE(start(child, uploadArgs(work / "src/Other", true)));
+        child.write(std::string(kPassword) + "\n");
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+        EXPECT_EQ(test::readFile(share("Family") + "/Trips/Other/note.txt"), "another upload\n");
+    }
+    auto resumeArgs = deviceArgs();
+    resumeArgs.push_back("--resume");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, resumeArgs));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_NE(child.errors().find("There is no interrupted upload to"), std::string::npos)
+        << child.errors();
+}
+
 TEST_F(CliNas, AUserTheDeviceWouldNotSignInAsIsRefusedAndThePasswordLineIsNeverKeys) {
     // The device has one account without a password: the wizard would sign in as it by itself.
     device_.stop();

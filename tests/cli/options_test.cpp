@@ -73,6 +73,9 @@ TEST(CliOptions, ResumeTakesNoSourcesAndNoMove) {
     EXPECT_FALSE(parse({"--das", dir.path(), "--resume", dir / "a.txt"}).error.empty());
     EXPECT_FALSE(parse({"--das", dir.path(), "--resume", "--move"}).error.empty());
     EXPECT_TRUE(parse({"--das", dir.path(), "--resume"}).error.empty());
+    EXPECT_FALSE(parse({"--das", dir.path(), "--resume", "--replace-interrupted"}).error.empty());
+    EXPECT_TRUE(parse({"--das", dir.path(), "--replace-interrupted", dir / "a.txt"})
+                    .options.replaceInterrupted);
 }
 
 TEST(CliOptions, HelpAndVersionNeedNothingElse) {

@@ -20,7 +20,7 @@ _qvtransfer_cli() {
     esac
     if [[ $cur == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W '--device --das --nas --serial --name --user
-            --password-stdin --destination --move --resume --quiet --json --help --version' -- "$cur")
+            --password-stdin --destination --move --resume --replace-interrupted --quiet --json --help --version' -- "$cur")
         return
     fi
     compopt -o filenames 2>/dev/null

@@ -11,6 +11,10 @@
         <source>Stopped before the upload began.</source>
         <translation>Gestoppt, bevor der Upload begann.</translation>
     </message>
+    <message id="INTERRUPTED_RECORDED">
+        <source>An upload to %1 did not finish and is recorded: --resume takes it up. To start a new upload in its place (the recorded one can then no longer be taken up), add --replace-interrupted.</source>
+        <translation>Ein Upload auf %1 wurde nicht beendet und ist gespeichert: --resume setzt ihn fort. Um stattdessen einen neuen Upload zu beginnen (der gespeicherte lässt sich dann nicht mehr fortsetzen), geben Sie --replace-interrupted an.</translation>
+    </message>
     <message id="TAKING_UP_RECORDED">
         <source>Taking up the upload recorded in the state file...</source>
         <translation>Der in der Statusdatei gespeicherte Upload wird fortgesetzt …</translation>

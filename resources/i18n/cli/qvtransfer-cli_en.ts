@@ -11,6 +11,10 @@
         <source>Stopped before the upload began.</source>
         <translation>Stopped before the upload began.</translation>
     </message>
+    <message id="INTERRUPTED_RECORDED">
+        <source>An upload to %1 did not finish and is recorded: --resume takes it up. To start a new upload in its place (the recorded one can then no longer be taken up), add --replace-interrupted.</source>
+        <translation>An upload to %1 did not finish and is recorded: --resume takes it up. To start a new upload in its place (the recorded one can then no longer be taken up), add --replace-interrupted.</translation>
+    </message>
     <message id="TAKING_UP_RECORDED">
         <source>Taking up the upload recorded in the state file...</source>
         <translation>Taking up the upload recorded in the state file...</translation>

@@ -11,6 +11,10 @@
         <source>Stopped before the upload began.</source>
         <translation>Arrêté avant le début de l’envoi.</translation>
     </message>
+    <message id="INTERRUPTED_RECORDED">
+        <source>An upload to %1 did not finish and is recorded: --resume takes it up. To start a new upload in its place (the recorded one can then no longer be taken up), add --replace-interrupted.</source>
+        <translation>Un envoi vers %1 n’est pas terminé et il est enregistré : --resume le reprend. Pour commencer un nouvel envoi à sa place (celui enregistré ne pourra alors plus être repris), ajoutez --replace-interrupted.</translation>
+    </message>
     <message id="TAKING_UP_RECORDED">
         <source>Taking up the upload recorded in the state file...</source>
         <translation>Reprise de l’envoi enregistré dans le fichier d’état…</translation>
