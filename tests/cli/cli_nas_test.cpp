@@ -369,7 +369,6 @@ TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile
 
 TEST_F(CliNas, ANewUploadNeverTakesThePlaceOfOneThatDidNotFinishUnlessAskedTo) {
     fs::create_directories(share("Family") + "/Trips");
-    makeManyFiles(work / "src/Many", 1200);
     test::writeFile(work / "src/Other/note.txt", "another upload\n");
     auto uploadArgs = [&](const std::string& source, bool replace) {
         auto args = deviceArgs();
@@ -381,22 +380,7 @@ TEST_F(CliNas, ANewUploadNeverTakesThePlaceOfOneThatDidNotFinishUnlessAskedTo) {
         return args;
     };
     const std::string stateFile = home.path() + "/.local/share/QVTransfer/qvtransfer.plist";
-    {
-        ChildProcess child;
-        ASSERT_TRUE(start(child, uploadArgs(work / "src/Many", false)));
-        child.write(std::string(kPassword) + "\n");
-        child.closeInput();
-        ASSERT_TRUE(pollUntil(
-            [&] {
-                return fs::exists(share("Family") + "/Trips/Many") &&
-                       filesBelow(share("Family") + "/Trips/Many").size() > 100;
-            },
-            kDeadline));
-        child.signal(SIGTERM);
-        ASSERT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
-    }
-    const std::string recorded = test::readFile(stateFile);
-    ASSERT_NE(recorded.find("sourceFilesPendingArray"), std::string::npos);
+    const std::string recorded = recordPendingMemo("Family/Trips");
     {
         // The same device, another source: refused before anything is copied, and the
         // interrupted upload stays recorded for --resume.
