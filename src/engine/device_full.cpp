@@ -90,7 +90,7 @@ void QVTransferPrivate::checkDeviceFreeSpace() {
             resumeTransferAfterDeviceHasFreeSpace();
             return;
         }
-        if (job().waitUnlessEnded(kFreeSpacePoll)) return;
+        if (job().waitForNextLook(kFreeSpacePoll)) return;
     }
 }
 

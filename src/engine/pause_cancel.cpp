@@ -164,6 +164,14 @@ void QVTransferPrivate::cancelUploadFiles(int senderTag) {
             statusControls.with([](StatusControls& s) { s.pauseButtonTag = kTagResume; });
             break;
         case kTagResume:
+            // Resume while the device is full: the user may have just made room, so the
+            // watcher looks at the free space now instead of at its next turn.
+            if (deviceFull()) {
+                log().write(
+                    "QVTransfer: cancelUploadFiles: resume asked while the device is "
+                    "full: looking at the free space now");
+                job().askForLook();
+            }
             resumeTransfer();
             // A refused resume (full device) leaves the button showing "resume".
             if (!uploadPaused())

@@ -213,6 +213,24 @@ bool UploadJob::waitUnlessEnded(double seconds) {
     return ended;
 }
 
+bool UploadJob::waitForNextLook(double seconds) {
+    std::unique_lock lock(mutex_);
+    if (endedLocked()) return true;
+    ++waiters_;
+    clock_->waitFor(condition_, lock, seconds, [&] { return endedLocked() || lookAsked_; });
+    lookAsked_ = false;
+    --waiters_;
+    return endedLocked();
+}
+
+void UploadJob::askForLook() {
+    {
+        std::lock_guard lock(mutex_);
+        lookAsked_ = true;
+    }
+    condition_.notify_all();
+}
+
 int UploadJob::waiters() const {
     std::lock_guard lock(mutex_);
     return waiters_;

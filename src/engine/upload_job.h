@@ -98,6 +98,11 @@ class UploadJob {
     // Waits `seconds` product seconds or until the upload ends, whichever is first; answers
     // whether the upload has ended.
     bool waitUnlessEnded(double seconds);
+    // The same, and also until someone asks for a look now (askForLook): the watcher of a full
+    // device between two looks at the free space.
+    bool waitForNextLook(double seconds);
+    // Cuts short the wait of waitForNextLook, or the next one if none waits now.
+    void askForLook();
     // How many threads wait on the upload now (for tests that watch the waiters).
     int waiters() const;
 
@@ -144,6 +149,7 @@ class UploadJob {
     Date startedAt_{};
     Date pausedAt_{};
     int waiters_ = 0;
+    bool lookAsked_ = false;
 };
 
 }  // namespace qvt::engine

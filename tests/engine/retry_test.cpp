@@ -436,6 +436,36 @@ TEST(Retry, ADeviceWithOneByteFreeResumesTheUpload) {
     EXPECT_FALSE(s.c->deviceFull());
 }
 
+// A user who has just made room and presses Resume does not wait for the watcher's next look,
+// which is 30 seconds away: here in real time, so that the look it would wait for comes long
+// after the deadline.
+TEST(Retry, ResumeWhileTheDeviceIsFullLooksForRoomAtOnce) {
+    Session s(test::nasDevice(), 1.0);
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    layer.availableBytes = 0;
+    auto attempts = std::make_shared<std::atomic<int>>(0);
+    layer.setHook(failCopies(attempts, 1, ENOSPC));
+    test::writeFile(s.from("f.bin"), "ffff");
+
+    CopyThread copy(s, s.from("f.bin"), s.at("f.bin"));
+    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceFullDialog"); }));
+    // Resume with no room yet: the look finds none, and the upload stays paused.
+    s.c->cancelUploadFiles(4);
+    EXPECT_FALSE(finishesWithin(copy, 0.5));
+    EXPECT_TRUE(s.c->deviceFull());
+    EXPECT_TRUE(s.h.log->contains("resume asked while the device is full"));
+
+    layer.availableBytes = 1;
+    s.c->cancelUploadFiles(4);
+    ASSERT_TRUE(copy.waitFinished(10));
+    EXPECT_FALSE(s.c->deviceFull());
+    EXPECT_EQ(test::readFile(s.at("f.bin")), "ffff");
+    EXPECT_EQ(attempts->load(), 2);
+}
+
 TEST(Retry, ASecondFullDeviceTriesAgainNoSoonerThanASecondLater) {
     Session s(test::nasDevice(), 1.0);
     ASSERT_TRUE(s.c);

@@ -183,6 +183,31 @@ TEST(UploadJob, NothingWaitsWhenNothingIsPaused) {
     EXPECT_EQ(r.job.waiters(), 0);
 }
 
+// The watcher of a full device waits 30 seconds between two looks at the free space; a look
+// asked for (the user pressed Resume) ends its wait at once, also one asked for before it
+// began, and the end of the upload ends it too.
+TEST(UploadJob, ALookAskedForEndsTheWatchersWaitAtOnce) {
+    RealJob r;
+    r.job.begin();
+    r.job.pause(PauseReason::DeviceFull);
+    std::atomic<bool> endedSeen{true};
+    Waiter watcher(r.job, [&](UploadJob& job) { endedSeen = job.waitForNextLook(30); });
+    ASSERT_TRUE(r.waitersAre(1));
+    const auto asked = Steady::now();
+    r.job.askForLook();
+    expectWokenAfter(asked, {&watcher});
+    EXPECT_FALSE(endedSeen.load());
+
+    r.job.askForLook();
+    const auto before = Steady::now();
+    EXPECT_FALSE(r.job.waitForNextLook(30));
+    EXPECT_LT(Steady::now() - before, kWakeLimit);
+
+    r.job.complete();
+    EXPECT_TRUE(r.job.waitForNextLook(30));
+    EXPECT_EQ(r.job.waiters(), 0);
+}
+
 TEST(UploadJob, UserPauseThenDeviceFull) {
     RealJob r;
     r.job.begin();

@@ -319,8 +319,8 @@
         <translation>%1 ist nicht erreichbar – es wird gewartet, bis es zurück ist (s stoppt).</translation>
     </message>
     <message id="WAITING_FOR_SPACE">
-        <source>The device is full — waiting for free space (s stops).</source>
-        <translation>Das Gerät ist voll – es wird auf freien Speicherplatz gewartet (s stoppt).</translation>
+        <source>The device is full — waiting for free space (r looks again now, s stops).</source>
+        <translation>Das Gerät ist voll – es wird auf freien Speicherplatz gewartet (r prüft sofort erneut, s stoppt).</translation>
     </message>
     <message id="ANSWERED_BUT">
         <source>The device at %1 answered, but: %2</source>

@@ -319,8 +319,8 @@
         <translation>%1 is not reachable — waiting for it to come back (s stops).</translation>
     </message>
     <message id="WAITING_FOR_SPACE">
-        <source>The device is full — waiting for free space (s stops).</source>
-        <translation>The device is full — waiting for free space (s stops).</translation>
+        <source>The device is full — waiting for free space (r looks again now, s stops).</source>
+        <translation>The device is full — waiting for free space (r looks again now, s stops).</translation>
     </message>
     <message id="ANSWERED_BUT">
         <source>The device at %1 answered, but: %2</source>

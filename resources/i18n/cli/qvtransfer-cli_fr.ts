@@ -319,8 +319,8 @@
         <translation>%1 est injoignable — attente de son retour (s arrête).</translation>
     </message>
     <message id="WAITING_FOR_SPACE">
-        <source>The device is full — waiting for free space (s stops).</source>
-        <translation>L’appareil est plein — attente d’espace libre (s arrête).</translation>
+        <source>The device is full — waiting for free space (r looks again now, s stops).</source>
+        <translation>L’appareil est plein — attente d’espace libre (r vérifie de nouveau tout de suite, s arrête).</translation>
     </message>
     <message id="ANSWERED_BUT">
         <source>The device at %1 answered, but: %2</source>
