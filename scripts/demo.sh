@@ -10,6 +10,9 @@ build=${BUILD_DIR:-$root/build-demo}
 "$root/scripts/build.sh" "$build" -DQVT_BUILD_TESTS=OFF >/dev/null
 
 demo=${QVT_DEMO_DIR:-$HOME/QVTransfer-Demo}
+# The demo keeps its upload's state apart from the user's own: an upload of theirs that did not
+# finish stays theirs to take up.
+export XDG_DATA_HOME="$demo/.state"
 volume="$demo/Demo Volume"
 sources="$demo/Sources"
 mkdir -p "$volume/Uploads" "$volume/Documents" "$sources/Holiday"

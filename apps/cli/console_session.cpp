@@ -9,7 +9,9 @@
 
 #include "console_view.h"
 #include "platform/files.h"
+#include "platform/paths.h"
 #include "platform/smb_url.h"
+#include "session/recorded_upload.h"
 #include "terminal.h"
 
 namespace qvt::cli {
@@ -60,6 +62,24 @@ ConsoleSession::~ConsoleSession() {
 std::string ConsoleSession::deviceInfo(const char* key) const {
     const Record* info = device_.record("deviceInfo");
     return info ? info->string(key) : std::string();
+}
+
+// The state file keeps one upload's record in all: the first write of a new upload takes the
+// place of an upload that did not finish, whichever device it went to, and that upload could
+// then never be taken up (a new copy of its sources would only give its files "copy" twins).
+// It is kept unless the user says otherwise.
+std::string ConsoleSession::interruptedUploadRefusal() const {
+    if (options_.replaceInterrupted) return "";
+    const auto recorded = session::unfinishedUploadIn(
+        platform::UserFolders::current().transferDataFolder() + "/" + session::kStateFileName);
+    if (!recorded) return "";
+    const bool nas = device_.string("deviceType") == "NAS";
+    // An attached device's resume takes the one record there is, so any record of an
+    // attached disk is this device's to take up.
+    if (nas ? recorded->key == deviceInfo("serialNumber") : recorded->deviceType != "NAS")
+        return consoleText("INTERRUPTED_RECORDED", {deviceInfo("productName")});
+    if (recorded->deviceType == "NAS") return consoleText("INTERRUPTED_OTHER_NAS", {recorded->key});
+    return consoleText("INTERRUPTED_OTHER_DAS");
 }
 
 int ConsoleSession::run() {
@@ -124,12 +144,9 @@ void ConsoleSession::tick() {
                                                                 stdinPassword_.value_or(""));
                     else
                         wizard_->resumeFileTransferAfterRestart();
-                } else if (!options_.replaceInterrupted && wizard_->hasUploadToResume()) {
-                    // The state file keeps one upload per device: a new one would take the
-                    // place of the upload that did not finish, which could then never be
-                    // taken up, and whose files a new copy would only give "copy" twins.
-                    finish(kExitBadArguments,
-                           consoleText("INTERRUPTED_RECORDED", {deviceInfo("productName")}));
+                } else if (const std::string refusal = interruptedUploadRefusal();
+                           !refusal.empty()) {
+                    finish(kExitBadArguments, refusal);
                 } else {
                     stage_ = Stage::FirstScreen;
                     wizard_->startFileTransfer();

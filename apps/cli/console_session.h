@@ -104,6 +104,8 @@ class ConsoleSession : public QObject {
 
     // The device record's "deviceInfo" value ("productName", "ipAddress").
     std::string deviceInfo(const char* key) const;
+    // Why a new upload may not start now, or nothing when it may.
+    std::string interruptedUploadRefusal() const;
 
     Options options_;
     // The line --password-stdin gave, read before anything else so that it is never taken

@@ -11,6 +11,7 @@
 #include "platform/latest_only_task.h"
 #include "platform/plist_io.h"
 #include "platform/version.h"
+#include "session/recorded_upload.h"
 #include "session/resources.h"
 #include "session/services.h"
 #include "session/view.h"
@@ -107,7 +108,7 @@ void QVTransferPrivate::awakeFromInterface() {
     const auto& folders = services_->folders;
     userHomeDirectory = folders.home;
     qvt::platform::createFolderWithParents(folders.transferDataFolder());
-    transferDataFilePath = folders.transferDataFolder() + "/qvtransfer.plist";
+    transferDataFilePath = folders.transferDataFolder() + "/" + qvt::session::kStateFileName;
     // The handled-files list of a large upload goes to disk beside the state file.
     inProcessSourceFilesArray.setSpillFolder(folders.transferDataFolder());
 

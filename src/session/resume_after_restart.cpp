@@ -22,6 +22,7 @@
 #include "platform/log.h"
 #include "platform/plist_io.h"
 #include "session/qvtransfer_private.h"
+#include "session/recorded_upload.h"
 #include "session/view.h"
 
 namespace fs = qvt::platform;
@@ -193,6 +194,19 @@ void QVTransferPrivate::resumeFileTransferAfterRestart() {
     // progress screen once the copy can start.
     auto self = shared_from_this();
     dispatcher().detach([self] { self->prepareResumeAfterRestart(); });
+}
+
+std::optional<qvt::session::RecordedUpload> qvt::session::unfinishedUploadIn(
+    const std::string& stateFile) {
+    if (!fs::files().exists(stateFile)) return std::nullopt;
+    const std::optional<qvt::Value> root = fs::readPropertyList(stateFile);
+    const qvt::Record* records = root ? root->asRecord() : nullptr;
+    if (!records) return std::nullopt;
+    for (const auto& [key, value] : records->entries()) {
+        const qvt::Record* record = value.asRecord();
+        if (record && leavesWork(*record)) return RecordedUpload{key, record->string("deviceType")};
+    }
+    return std::nullopt;
 }
 
 bool QVTransferPrivate::hasUploadToResume() const {

@@ -440,6 +440,41 @@ TEST_F(CliTest, ResumeWithoutARecordedUploadSaysSo) {
         << child.errors();
 }
 
+// The state file keeps one upload in all: a new upload to a disk would take the place of a
+// network device's upload that did not finish. It is refused, and names that device.
+TEST_F(CliTest, ANewUploadKeepsAnotherDevicesUnfinishedUploadUnlessAskedTo) {
+    TmpfsVolume volume(work / "Drive", 1 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "a.txt", "a\n");
+    const std::string stateFile = home.path() + "/.local/share/QVTransfer/qvtransfer.plist";
+    const std::string record =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+        "<key>SN-ELSEWHERE</key><dict><key>isFileTransferCompleted</key><false/>"
+        "<key>deviceType</key><string>NAS</string>"
+        "<key>selectedDestinationShare</key><string>/home/x/.QVTransfer/Public</string>"
+        "<key>sourceFilesPendingArray</key><array><dict><key>fullFilePath</key>"
+        "<string>/home/x/memo.txt</string></dict></array></dict></dict></plist>\n";
+    test::writeFile(stateFile, record);
+    {
+        ChildProcess child;
+        ASSERT_TRUE(
+            start(child, {"--das", volume.path(), "--destination", "Drive", work / "a.txt"}));
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 2) << child.output() << child.errors();
+        EXPECT_NE(child.errors().find("serial number SN-ELSEWHERE"), std::string::npos)
+            << child.errors();
+        EXPECT_NE(child.errors().find("--replace-interrupted"), std::string::npos);
+        EXPECT_FALSE(fs::exists(volume.path() + "/a.txt"));
+        EXPECT_EQ(test::readFile(stateFile), record);
+    }
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive",
+                              "--replace-interrupted", work / "a.txt"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_EQ(test::readFile(volume.path() + "/a.txt"), "a\n");
+}
+
 TEST_F(CliTest, MoveConfirmsOnTheCommandLineAndTheSourcesGo) {
     TmpfsVolume volume(work / "Drive", 32 << 20);
     ASSERT_TRUE(volume.ok());

@@ -15,6 +15,14 @@
         <source>An upload to %1 did not finish and is recorded: --resume takes it up. To start a new upload in its place (the recorded one can then no longer be taken up), add --replace-interrupted.</source>
         <translation>Ein Upload auf %1 wurde nicht beendet und ist gespeichert: --resume setzt ihn fort. Um stattdessen einen neuen Upload zu beginnen (der gespeicherte lässt sich dann nicht mehr fortsetzen), geben Sie --replace-interrupted an.</translation>
     </message>
+    <message id="INTERRUPTED_OTHER_NAS">
+        <source>An upload to the network device with serial number %1 did not finish and is recorded; a new upload would take its place, and it could no longer be taken up. Take it up first (that device's options and --resume), or add --replace-interrupted.</source>
+        <translation>Ein Upload auf das Netzwerkgerät mit der Seriennummer %1 wurde nicht beendet und ist gespeichert; ein neuer Upload träte an seine Stelle, und er ließe sich nicht mehr fortsetzen. Setzen Sie ihn zuerst fort (die Optionen dieses Geräts und --resume), oder geben Sie --replace-interrupted an.</translation>
+    </message>
+    <message id="INTERRUPTED_OTHER_DAS">
+        <source>An upload to an attached disk did not finish and is recorded; a new upload would take its place, and it could no longer be taken up. Take it up first (that disk's options and --resume), or add --replace-interrupted.</source>
+        <translation>Ein Upload auf eine angeschlossene Festplatte wurde nicht beendet und ist gespeichert; ein neuer Upload träte an seine Stelle, und er ließe sich nicht mehr fortsetzen. Setzen Sie ihn zuerst fort (die Optionen dieser Festplatte und --resume), oder geben Sie --replace-interrupted an.</translation>
+    </message>
     <message id="TAKING_UP_RECORDED">
         <source>Taking up the upload recorded in the state file...</source>
         <translation>Der in der Statusdatei gespeicherte Upload wird fortgesetzt …</translation>

@@ -15,6 +15,14 @@
         <source>An upload to %1 did not finish and is recorded: --resume takes it up. To start a new upload in its place (the recorded one can then no longer be taken up), add --replace-interrupted.</source>
         <translation>An upload to %1 did not finish and is recorded: --resume takes it up. To start a new upload in its place (the recorded one can then no longer be taken up), add --replace-interrupted.</translation>
     </message>
+    <message id="INTERRUPTED_OTHER_NAS">
+        <source>An upload to the network device with serial number %1 did not finish and is recorded; a new upload would take its place, and it could no longer be taken up. Take it up first (that device's options and --resume), or add --replace-interrupted.</source>
+        <translation>An upload to the network device with serial number %1 did not finish and is recorded; a new upload would take its place, and it could no longer be taken up. Take it up first (that device's options and --resume), or add --replace-interrupted.</translation>
+    </message>
+    <message id="INTERRUPTED_OTHER_DAS">
+        <source>An upload to an attached disk did not finish and is recorded; a new upload would take its place, and it could no longer be taken up. Take it up first (that disk's options and --resume), or add --replace-interrupted.</source>
+        <translation>An upload to an attached disk did not finish and is recorded; a new upload would take its place, and it could no longer be taken up. Take it up first (that disk's options and --resume), or add --replace-interrupted.</translation>
+    </message>
     <message id="TAKING_UP_RECORDED">
         <source>Taking up the upload recorded in the state file...</source>
         <translation>Taking up the upload recorded in the state file...</translation>

@@ -15,6 +15,14 @@
         <source>An upload to %1 did not finish and is recorded: --resume takes it up. To start a new upload in its place (the recorded one can then no longer be taken up), add --replace-interrupted.</source>
         <translation>Un envoi vers %1 n’est pas terminé et il est enregistré : --resume le reprend. Pour commencer un nouvel envoi à sa place (celui enregistré ne pourra alors plus être repris), ajoutez --replace-interrupted.</translation>
     </message>
+    <message id="INTERRUPTED_OTHER_NAS">
+        <source>An upload to the network device with serial number %1 did not finish and is recorded; a new upload would take its place, and it could no longer be taken up. Take it up first (that device's options and --resume), or add --replace-interrupted.</source>
+        <translation>Un envoi vers l’appareil réseau de numéro de série %1 n’est pas terminé et il est enregistré ; un nouvel envoi prendrait sa place, et il ne pourrait plus être repris. Reprenez-le d’abord (les options de cet appareil et --resume), ou ajoutez --replace-interrupted.</translation>
+    </message>
+    <message id="INTERRUPTED_OTHER_DAS">
+        <source>An upload to an attached disk did not finish and is recorded; a new upload would take its place, and it could no longer be taken up. Take it up first (that disk's options and --resume), or add --replace-interrupted.</source>
+        <translation>Un envoi vers un disque connecté n’est pas terminé et il est enregistré ; un nouvel envoi prendrait sa place, et il ne pourrait plus être repris. Reprenez-le d’abord (les options de ce disque et --resume), ou ajoutez --replace-interrupted.</translation>
+    </message>
     <message id="TAKING_UP_RECORDED">
         <source>Taking up the upload recorded in the state file...</source>
         <translation>Reprise de l’envoi enregistré dans le fichier d’état…</translation>
