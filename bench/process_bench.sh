@@ -7,7 +7,8 @@
 #   with an SMB remote
 #   clash: the same 4,000 files uploaded again over SMB into the folder that holds them, against
 #   the first upload (the duplicate-name rule reads the folder once), and, to tell the server's
-#   share of it, the upload into a folder of 4,000 other names
+#   share of it, the upload into a folder of 4,000 other names; smbclient into an empty folder
+#   and into one of 4,000 other names shows what the folder's size costs the standard tool
 #   memory: peak memory of uploads of 25,000 and 100,000 small files
 #
 # One warm-up round, then QVT_BENCH_ROUNDS rounds (default 3); inside a round the sides take

@@ -77,6 +77,14 @@ void QVTransferPrivate::displayDeviceFullDialog() {
 }
 
 void QVTransferPrivate::checkDeviceFreeSpace() {
+    // Registered while it runs, so that the Resume button's request for a look reaches it; a
+    // second watcher would only end the same pause twice.
+    if (!job().startLooking()) return;
+    struct StopLooking {
+        qvt::engine::UploadJob& job;
+        ~StopLooking() { job.stopLooking(); }
+    } stopLooking{job()};
+
     auto self = shared_from_this();
     dispatcher().async(QueuePriority::Background, [self] { self->saveQVTransferDataToFile(); });
 

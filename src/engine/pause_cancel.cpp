@@ -165,12 +165,17 @@ void QVTransferPrivate::cancelUploadFiles(int senderTag) {
             break;
         case kTagResume:
             // Resume while the device is full: the user may have just made room, so the
-            // watcher looks at the free space now instead of at its next turn.
+            // watcher looks at the free space now instead of at its next turn. A watcher that
+            // has ended (the free space could not be read) is started again.
             if (deviceFull()) {
                 log().write(
                     "QVTransfer: cancelUploadFiles: resume asked while the device is "
                     "full: looking at the free space now");
-                job().askForLook();
+                if (!job().askForLook()) {
+                    auto self = shared_from_this();
+                    dispatcher().async(QueuePriority::Background,
+                                       [self] { self->checkDeviceFreeSpace(); });
+                }
             }
             resumeTransfer();
             // A refused resume (full device) leaves the button showing "resume".

@@ -223,12 +223,28 @@ bool UploadJob::waitForNextLook(double seconds) {
     return endedLocked();
 }
 
-void UploadJob::askForLook() {
+bool UploadJob::startLooking() {
+    std::lock_guard lock(mutex_);
+    if (looking_) return false;
+    looking_ = true;
+    lookAsked_ = false;
+    return true;
+}
+
+void UploadJob::stopLooking() {
+    std::lock_guard lock(mutex_);
+    looking_ = false;
+    lookAsked_ = false;
+}
+
+bool UploadJob::askForLook() {
     {
         std::lock_guard lock(mutex_);
+        if (!looking_) return false;
         lookAsked_ = true;
     }
     condition_.notify_all();
+    return true;
 }
 
 int UploadJob::waiters() const {

@@ -101,8 +101,13 @@ class UploadJob {
     // The same, and also until someone asks for a look now (askForLook): the watcher of a full
     // device between two looks at the free space.
     bool waitForNextLook(double seconds);
-    // Cuts short the wait of waitForNextLook, or the next one if none waits now.
-    void askForLook();
+    // The watcher of a full device registers while it runs, so that a look asked for reaches it;
+    // false when a watcher runs already (one is enough).
+    bool startLooking();
+    void stopLooking();
+    // Cuts short the watcher's wait (or its next one, when it is looking now); answers false
+    // when no watcher runs to take the request.
+    bool askForLook();
     // How many threads wait on the upload now (for tests that watch the waiters).
     int waiters() const;
 
@@ -115,9 +120,9 @@ class UploadJob {
     // missing: it counts what was handled, and its last step is the end of the upload, not a
     // file.
     std::atomic<std::int64_t> filesArrived{0};
-    // Every file the copy has met, whatever became of it (copied, failed, found gone).
-    // Compared with a source's count, it tells files that went away before their folder was
-    // listed.
+    // Every file the copy has met, whatever became of it (copied, failed, found gone, or
+    // handled before a restart). Compared with a source's count, it tells files that went
+    // away before their folder was listed.
     std::atomic<std::int64_t> filesMet{0};
     // Places inside a source whose files the copy could not meet and that it has named as
     // failed items already: an item found gone, a folder that could not be listed. The count
@@ -150,6 +155,7 @@ class UploadJob {
     Date pausedAt_{};
     int waiters_ = 0;
     bool lookAsked_ = false;
+    bool looking_ = false;
 };
 
 }  // namespace qvt::engine

@@ -451,13 +451,16 @@ TEST(Retry, ResumeWhileTheDeviceIsFullLooksForRoomAtOnce) {
     test::writeFile(s.from("f.bin"), "ffff");
 
     CopyThread copy(s, s.from("f.bin"), s.at("f.bin"));
-    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceFullDialog"); }));
+    // The copy waits out the pause and the watcher its 30 seconds after a first look.
+    const auto bothWait = [&] { return test::waitFor([&] { return s.c->job().waiters() == 2; }); };
+    ASSERT_TRUE(bothWait());
     // Resume with no room yet: the look finds none, and the upload stays paused.
     s.c->cancelUploadFiles(4);
     EXPECT_FALSE(finishesWithin(copy, 0.5));
     EXPECT_TRUE(s.c->deviceFull());
     EXPECT_TRUE(s.h.log->contains("resume asked while the device is full"));
 
+    ASSERT_TRUE(bothWait());
     layer.availableBytes = 1;
     s.c->cancelUploadFiles(4);
     ASSERT_TRUE(copy.waitFinished(10));

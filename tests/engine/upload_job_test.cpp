@@ -184,27 +184,37 @@ TEST(UploadJob, NothingWaitsWhenNothingIsPaused) {
 }
 
 // The watcher of a full device waits 30 seconds between two looks at the free space; a look
-// asked for (the user pressed Resume) ends its wait at once, also one asked for before it
-// began, and the end of the upload ends it too.
+// asked for (the user pressed Resume) ends its wait at once, also one asked for while it was
+// looking, and only that wait; the end of the upload ends it too. Without a watcher the
+// request is refused, and one watcher at a time registers.
 TEST(UploadJob, ALookAskedForEndsTheWatchersWaitAtOnce) {
     RealJob r;
     r.job.begin();
     r.job.pause(PauseReason::DeviceFull);
+    EXPECT_FALSE(r.job.askForLook());
+    ASSERT_TRUE(r.job.startLooking());
+    EXPECT_FALSE(r.job.startLooking());
     std::atomic<bool> endedSeen{true};
     Waiter watcher(r.job, [&](UploadJob& job) { endedSeen = job.waitForNextLook(30); });
     ASSERT_TRUE(r.waitersAre(1));
     const auto asked = Steady::now();
-    r.job.askForLook();
+    EXPECT_TRUE(r.job.askForLook());
     expectWokenAfter(asked, {&watcher});
     EXPECT_FALSE(endedSeen.load());
 
-    r.job.askForLook();
-    const auto before = Steady::now();
+    // Asked for between two waits: the next wait ends at once, and the one after runs its time.
+    EXPECT_TRUE(r.job.askForLook());
+    auto before = Steady::now();
     EXPECT_FALSE(r.job.waitForNextLook(30));
     EXPECT_LT(Steady::now() - before, kWakeLimit);
+    before = Steady::now();
+    EXPECT_FALSE(r.job.waitForNextLook(0.3));
+    EXPECT_GE(Steady::now() - before, std::chrono::milliseconds(300));
 
     r.job.complete();
     EXPECT_TRUE(r.job.waitForNextLook(30));
+    r.job.stopLooking();
+    EXPECT_FALSE(r.job.askForLook());
     EXPECT_EQ(r.job.waiters(), 0);
 }
 
