@@ -46,6 +46,15 @@ FaultyFiles::Hook failCopies(std::shared_ptr<std::atomic<int>> attempts, int tim
     };
 }
 
+// A device with no room until the test says so (the watcher must not end the wait by itself),
+// on which the first copy fails for want of room; the copies tried are counted.
+std::shared_ptr<std::atomic<int>> fullForItsFirstCopy(FaultyFiles& layer) {
+    layer.availableBytes = 0;
+    auto attempts = std::make_shared<std::atomic<int>>(0);
+    layer.setHook(failCopies(attempts, 1, ENOSPC));
+    return attempts;
+}
+
 // What the recovery does once the device is back or has room: the device's pause ends, which
 // releases the paused copy thread.
 void playRecovery(QVTransferPrivate& c) {
@@ -62,9 +71,7 @@ TEST(Retry, AFullDeviceShowsItsDialogAndTheFileIsRetriedAfterTheRecovery) {
     s.c->job().progressValue = 3;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
-    layer.availableBytes = 0;
-    auto attempts = std::make_shared<std::atomic<int>>(0);
-    layer.setHook(failCopies(attempts, 1, ENOSPC));
+    const auto attempts = fullForItsFirstCopy(layer);
     test::writeFile(s.from("big.bin"), "0123456789");
     // The status lines while the dialog is up; after it the host's message changes them.
     auto lineWithDialog = std::make_shared<qvt::Guarded<std::string>>();
@@ -316,10 +323,7 @@ TEST(Retry, ACancelReleasesTheWaitingCopyWithoutARecord) {
     s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
-    // No room until the test says so: the watcher must not end the wait by itself.
-    layer.availableBytes = 0;
-    auto attempts = std::make_shared<std::atomic<int>>(0);
-    layer.setHook(failCopies(attempts, 1, ENOSPC));
+    const auto attempts = fullForItsFirstCopy(layer);
     test::writeFile(s.from("big.bin"), "b");
 
     CopyThread copy(s, s.from("big.bin"), s.at("big.bin"));
@@ -420,9 +424,7 @@ TEST(Retry, ADeviceWithOneByteFreeResumesTheUpload) {
     s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
-    layer.availableBytes = 0;
-    auto attempts = std::make_shared<std::atomic<int>>(0);
-    layer.setHook(failCopies(attempts, 1, ENOSPC));
+    const auto attempts = fullForItsFirstCopy(layer);
     test::writeFile(s.from("f.bin"), "ffff");
 
     CopyThread copy(s, s.from("f.bin"), s.at("f.bin"));
@@ -445,9 +447,7 @@ TEST(Retry, ResumeWhileTheDeviceIsFullLooksForRoomAtOnce) {
     s.c->job().numberOfFilesCountForTransfer = 100;
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
-    layer.availableBytes = 0;
-    auto attempts = std::make_shared<std::atomic<int>>(0);
-    layer.setHook(failCopies(attempts, 1, ENOSPC));
+    const auto attempts = fullForItsFirstCopy(layer);
     test::writeFile(s.from("f.bin"), "ffff");
 
     CopyThread copy(s, s.from("f.bin"), s.at("f.bin"));
