@@ -56,6 +56,9 @@ ConsoleSession::ConsoleSession(Options options, Terminal& terminal, Record devic
 ConsoleSession::~ConsoleSession() {
     view_.setChangeHandler(nullptr);
     view_.setModalHandler(nullptr);
+    // The terminal outlives the session (the process still waits for the last save and the
+    // unmounts): the end of stdin or a signal in that time must not call into it.
+    terminal_.stopKeys();
     terminal_.setRawInput(false);
 }
 

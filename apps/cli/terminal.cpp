@@ -134,6 +134,13 @@ void Terminal::pauseKeys(bool paused) {
     if (keys_ && !inputEnded_) keys_->setEnabled(!paused);
 }
 
+void Terminal::stopKeys() {
+    keys_.reset();
+    onKey_ = nullptr;
+    onEnd_ = nullptr;
+    onSignal_ = nullptr;
+}
+
 void Terminal::readKeys() {
     char buffer[64];
     const ssize_t n = read(STDIN_FILENO, buffer, sizeof buffer);

@@ -32,6 +32,10 @@ class Terminal : public QObject {
     // Every byte read from stdin goes to `onKey`; the end of input calls `onEnd` once.
     void startKeys(std::function<void(char)> onKey, std::function<void()> onEnd);
     void pauseKeys(bool paused);
+    // The receiver of keys and stop signals is going away: stdin is no longer read (what is
+    // left in it stays there), and a stop signal from now on reaches no one; a second one
+    // still ends the process at once.
+    void stopKeys();
     bool inputEnded() const { return inputEnded_; }
 
     // SIGINT, SIGTERM and SIGHUP call `onSignal` with their number on the main thread; a second
