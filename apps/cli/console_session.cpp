@@ -85,6 +85,18 @@ std::string ConsoleSession::interruptedUploadRefusal() const {
     return consoleText("INTERRUPTED_OTHER_DAS");
 }
 
+// Another process that runs an upload (a console uploader in another terminal, the window)
+// keeps its record in the same state file: a new upload would replace that record, and --resume
+// would take up the very upload that is running, beside it.
+std::string ConsoleSession::runningUploadRefusal() {
+    long holder = 0;
+    uploadsClaim_ = platform::claimUploads(platform::UserFolders::current().transferDataFolder() +
+                                               "/" + platform::kUploadClaimFileName,
+                                           &holder);
+    if (uploadsClaim_) return "";
+    return consoleText("UPLOAD_RUNNING", {holder > 0 ? std::to_string(holder) : "?"});
+}
+
 int ConsoleSession::run() {
     timer_.start();
     QTimer::singleShot(0, this, &ConsoleSession::tick);
@@ -134,7 +146,9 @@ void ConsoleSession::tick() {
                 stageSince_ = now;
                 if (options_.passwordFromStdin)
                     stdinPassword_ = terminal_.readLine("", true, [this] { return ended(); });
-                if (options_.resume) {
+                if (const std::string refusal = runningUploadRefusal(); !refusal.empty()) {
+                    finish(kExitBadArguments, refusal);
+                } else if (options_.resume) {
                     stage_ = Stage::Resuming;
                     if (!options_.quiet) {
                         std::printf("%s\n", consoleText("TAKING_UP_RECORDED").c_str());

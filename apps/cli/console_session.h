@@ -13,6 +13,7 @@
 #include <string>
 
 #include "cli_options.h"
+#include "platform/upload_claim.h"
 #include "qvtransfer/QVTransfer.h"
 #include "session/view_actions.h"
 #include "session/view_models.h"
@@ -106,11 +107,15 @@ class ConsoleSession : public QObject {
     std::string deviceInfo(const char* key) const;
     // Why a new upload may not start now, or nothing when it may.
     std::string interruptedUploadRefusal() const;
+    // Takes this process's hold on running an upload; the refusal when another process holds
+    // it, or "".
+    std::string runningUploadRefusal();
 
     Options options_;
     // The line --password-stdin gave, read before anything else so that it is never taken
     // for keys; nothing when stdin ended first.
     std::optional<std::string> stdinPassword_;
+    platform::UploadClaim uploadsClaim_;
     Terminal& terminal_;
     Record device_;
     std::shared_ptr<QVTransfer> wizard_;

@@ -324,6 +324,16 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>Das Ziel auf %@ ist nicht erreichbar, daher kann der unterbrochene Upload jetzt nicht fortgesetzt werden.</translation>
     </message>
+    <message id="RESUME_RUNNING_txt">
+        <source>Another upload is open in process %@, so the interrupted upload cannot be taken up now. Close that upload or wait until it ends, then try again.</source>
+        <extracomment>%@ is replaced by the number of the process that runs the other upload.</extracomment>
+        <translation>In Prozess %@ ist ein anderer Upload geöffnet, daher kann der unterbrochene Upload jetzt nicht fortgesetzt werden. Schließen Sie diesen Upload oder warten Sie, bis er beendet ist, und versuchen Sie es dann erneut.</translation>
+    </message>
+    <message id="UPLOAD_RUNNING_ELSEWHERE_txt">
+        <source>Another upload is open in process %@. Only one upload can run at a time, because the record that lets an upload be taken up again holds one. Close that upload or wait until it ends, then try again.</source>
+        <extracomment>%@ is replaced by the number of the process that runs the other upload.</extracomment>
+        <translation>In Prozess %@ ist ein anderer Upload geöffnet. Es kann immer nur ein Upload laufen, weil die Aufzeichnung, mit der ein Upload fortgesetzt werden kann, nur einen festhält. Schließen Sie diesen Upload oder warten Sie, bis er beendet ist, und versuchen Sie es dann erneut.</translation>
+    </message>
     <message id="SOURCE_FILES_GONE_txt">
         <source>Files in this folder are no longer there: %@ of the %@ counted when it was chosen.</source>
         <translation>Dateien in diesem Ordner sind nicht mehr vorhanden: %@ der %@, die bei seiner Auswahl gezählt wurden.</translation>

@@ -324,6 +324,16 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</translation>
     </message>
+    <message id="RESUME_RUNNING_txt">
+        <source>Another upload is open in process %@, so the interrupted upload cannot be taken up now. Close that upload or wait until it ends, then try again.</source>
+        <extracomment>%@ is replaced by the number of the process that runs the other upload.</extracomment>
+        <translation>Another upload is open in process %@, so the interrupted upload cannot be taken up now. Close that upload or wait until it ends, then try again.</translation>
+    </message>
+    <message id="UPLOAD_RUNNING_ELSEWHERE_txt">
+        <source>Another upload is open in process %@. Only one upload can run at a time, because the record that lets an upload be taken up again holds one. Close that upload or wait until it ends, then try again.</source>
+        <extracomment>%@ is replaced by the number of the process that runs the other upload.</extracomment>
+        <translation>Another upload is open in process %@. Only one upload can run at a time, because the record that lets an upload be taken up again holds one. Close that upload or wait until it ends, then try again.</translation>
+    </message>
     <message id="SOURCE_FILES_GONE_txt">
         <source>Files in this folder are no longer there: %@ of the %@ counted when it was chosen.</source>
         <translation>Files in this folder are no longer there: %@ of the %@ counted when it was chosen.</translation>

@@ -78,6 +78,14 @@ void QVTransferPrivate::uploadFiles() {
         view()->showNotice(qvt::Notice{localizedString("NO_DESTINATION_txt"), localeCLOSE_btn});
         return;
     }
+    // The state file keeps one upload: a second process's upload would replace the record of
+    // the one running, which a crash of that one could then not be taken up from.
+    if (const auto holder = claimUploads()) {
+        log().write("QVTransfer: uploadFiles: another process runs an upload \n");
+        view()->showNotice(qvt::Notice{
+            uploadRunningElsewhere("UPLOAD_RUNNING_ELSEWHERE_txt", *holder), localeCLOSE_btn});
+        return;
+    }
 
     clearMainTransferView();
     statusControls.with([&](StatusControls& s) { s.closeButtonTitle = localeHIDE_btn; });

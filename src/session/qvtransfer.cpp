@@ -109,6 +109,7 @@ void QVTransferPrivate::awakeFromInterface() {
     userHomeDirectory = folders.home;
     qvt::platform::createFolderWithParents(folders.transferDataFolder());
     transferDataFilePath = folders.transferDataFolder() + "/" + qvt::session::kStateFileName;
+    uploadClaimPath = folders.transferDataFolder() + "/" + qvt::platform::kUploadClaimFileName;
     // The handled-files list of a large upload goes to disk beside the state file.
     inProcessSourceFilesArray.setSpillFolder(folders.transferDataFolder());
 

@@ -17,6 +17,7 @@
 #include "engine/handled_paths.h"
 #include "engine/upload_job.h"
 #include "platform/guarded.h"
+#include "platform/upload_claim.h"
 #include "qvtransfer/QVTransfer.h"
 #include "qvtransfer/QVTransferDelegate.h"
 #include "qvtransfer/Value.h"
@@ -76,6 +77,12 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     std::string volumeDestinationForResume(const std::string& savedDestination,
                                            const std::string& volumeUuid);
     void failResumeAfterRestart(const std::string& sentence);
+    // Takes this process's hold on running an upload (kept until the controller goes); when
+    // another process holds it, nothing is taken and the answer is that process's number (0
+    // when it could not be read).
+    std::optional<long> claimUploads();
+    // The sentence that says another process runs an upload, from the text `key`.
+    std::string uploadRunningElsewhere(const char* key, long holder);
     // Shows the progress screen and starts the estimator, the state-file loop and the copy.
     void startResumedUpload();
     // Removes the hidden copies a killed upload left where the pending sources go.
@@ -379,6 +386,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // Paths
     std::string userHomeDirectory;
     std::string transferDataFilePath;
+    std::string uploadClaimPath;
+    qvt::platform::UploadClaim uploadClaim;
 
     // Mode flags
     std::atomic<bool> isZeroState{false};

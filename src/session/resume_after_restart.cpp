@@ -174,6 +174,14 @@ void QVTransferPrivate::resumeFileTransferAfterRestart() {
     view_->setText("uploadWindowHeading",
                    fs::format(localeUPLOADING_FILES_TO_txt, info.string("productName")));
     log().write("QVTransfer: resumeFileTransferAfterRestart");
+    // The upload may be running in another process (a second window, a console uploader):
+    // taking it up beside it would unmount its share and remove its hidden copies as
+    // leftovers.
+    if (const auto holder = claimUploads()) {
+        log().write("QVTransfer: resumeFileTransferAfterRestart: another process runs an upload");
+        failResumeAfterRestart(uploadRunningElsewhere("RESUME_RUNNING_txt", *holder));
+        return;
+    }
     job().resumedAfterRestart = true;
     view_->bringToFront();
 
@@ -207,6 +215,18 @@ std::optional<qvt::session::RecordedUpload> qvt::session::unfinishedUploadIn(
         if (record && leavesWork(*record)) return RecordedUpload{key, record->string("deviceType")};
     }
     return std::nullopt;
+}
+
+std::optional<long> QVTransferPrivate::claimUploads() {
+    if (uploadClaim) return std::nullopt;
+    long holder = 0;
+    uploadClaim = qvt::platform::claimUploads(uploadClaimPath, &holder);
+    if (uploadClaim) return std::nullopt;
+    return holder;
+}
+
+std::string QVTransferPrivate::uploadRunningElsewhere(const char* key, long holder) {
+    return fs::format(localizedString(key), holder > 0 ? std::to_string(holder) : "?");
 }
 
 bool QVTransferPrivate::hasUploadToResume() const {

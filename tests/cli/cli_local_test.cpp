@@ -475,6 +475,52 @@ TEST_F(CliTest, ANewUploadKeepsAnotherDevicesUnfinishedUploadUnlessAskedTo) {
     EXPECT_EQ(test::readFile(volume.path() + "/a.txt"), "a\n");
 }
 
+// One upload at a time: a second console uploader would replace the running upload's record
+// (a new upload) or copy the same files beside it (--resume), so it is refused and names the
+// process that runs the first.
+TEST_F(CliTest, ASecondUploaderIsRefusedWhileTheFirstRuns) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "held.bin", "the held file\n");
+    test::writeFile(work / "later.txt", "after the held file\n");
+    test::writeFile(work / "other.txt", "another upload\n");
+
+    test::LeaseHold hold(work / "held.bin");
+    ASSERT_TRUE(hold.held());
+    ChildProcess first;
+    ASSERT_TRUE(start(first, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
+                              work / "later.txt"}));
+    ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << first.output();
+    const std::string named = "Another upload is open in process " + std::to_string(first.pid());
+    const std::vector<std::vector<std::string>> seconds = {
+        {"--das", volume.path(), "--destination", "Drive", work / "other.txt"},
+        {"--das", volume.path(), "--destination", "Drive", "--replace-interrupted",
+         work / "other.txt"},
+        {"--das", volume.path(), "--resume"}};
+    for (const auto& arguments : seconds) {
+        ChildProcess second;
+        ASSERT_TRUE(start(second, arguments));
+        second.closeInput();
+        EXPECT_EQ(second.waitForExit(kDeadline), 2) << second.output() << second.errors();
+        EXPECT_NE(second.errors().find(named), std::string::npos) << second.errors();
+    }
+    EXPECT_FALSE(fs::exists(volume.path() + "/other.txt"));
+
+    hold.release();
+    first.closeInput();
+    EXPECT_EQ(first.waitForExit(kDeadline), 0) << first.output() << first.errors();
+    EXPECT_EQ(test::readFile(volume.path() + "/held.bin"), "the held file\n");
+    EXPECT_EQ(test::readFile(volume.path() + "/later.txt"), "after the held file\n");
+
+    // With the first gone, the next upload runs.
+    ChildProcess next;
+    ASSERT_TRUE(
+        start(next, {"--das", volume.path(), "--destination", "Drive", work / "other.txt"}));
+    next.closeInput();
+    EXPECT_EQ(next.waitForExit(kDeadline), 0) << next.output() << next.errors();
+    EXPECT_EQ(test::readFile(volume.path() + "/other.txt"), "another upload\n");
+}
+
 TEST_F(CliTest, MoveConfirmsOnTheCommandLineAndTheSourcesGo) {
     TmpfsVolume volume(work / "Drive", 32 << 20);
     ASSERT_TRUE(volume.ok());

@@ -5,7 +5,9 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "lock_holder.h"
 #include "platform/files.h"
+#include "platform/upload_claim.h"
 #include "upload_fixture.h"
 
 namespace qvt::uploadtest {
@@ -120,6 +122,43 @@ TEST_F(DasUpload, MixedTreeArrivesByteForByte) {
         << Value(*record->list("sourceFilesPendingArray")).describe();
     EXPECT_EQ(record->string("selectedDestinationShare"), dest);
     EXPECT_EQ(record->string("deviceType"), "DAS");
+}
+
+// One upload at a time: the state file keeps one record, and a second process's upload would
+// replace the running one's, which a crash of that one could then not be taken up from.
+TEST_F(DasUpload, AnUploadIsNotStartedWhileAnotherProcessHasOneOpen) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    UploadSession s(dasDeviceFor(volume));
+    const std::string file = s.home() + "/sources/memo.txt";
+    test::writeFile(file, "memo");
+    const std::string folder = fs::path(s.c().transferDataFilePath).parent_path().string();
+    const std::string theirs = "the running upload's record\n";
+    test::writeFile(s.c().transferDataFilePath, theirs);
+    ASSERT_TRUE(s.addSources({file}));
+    ASSERT_TRUE(s.toDestination(false));
+    const std::string dest = volume.path() + "/Uploads";
+    fs::create_directories(dest);
+    {
+        test::LockHolder other(folder + "/" + platform::kUploadClaimFileName);
+        ASSERT_TRUE(other.held());
+        s.upload(dest);
+        ASSERT_TRUE(s.settle());
+        std::lock_guard lock(s.harness().view->mutex);
+        ASSERT_EQ(s.harness().view->notices.size(), 1u);
+        EXPECT_EQ(s.harness().view->notices.back(),
+                  "Another upload is open in process " + std::to_string(other.pid()) +
+                      ". Only one upload can run at a time, because the record that lets an "
+                      "upload be taken up again holds one. Close that upload or wait until it "
+                      "ends, then try again.");
+    }
+    EXPECT_FALSE(fs::exists(dest + "/memo.txt"));
+    EXPECT_EQ(test::readFile(s.c().transferDataFilePath), theirs);
+
+    // With that process gone, the same Upload button starts the upload.
+    s.upload(dest);
+    ASSERT_TRUE(s.waitCompleted());
+    EXPECT_EQ(test::readFile(dest + "/memo.txt"), "memo");
 }
 
 TEST_F(DasUpload, SecondUploadOfTheSameTreeGetsCopyNames) {

@@ -10,7 +10,9 @@
 #include "../../apps/devicesim/device_simulator.h"
 #include "device/keychain.h"
 #include "engine/partial_copy.h"
+#include "lock_holder.h"
 #include "platform/plist_io.h"
+#include "platform/upload_claim.h"
 #include "support/keychain_fake.h"
 #include "upload_fixture.h"
 
@@ -351,6 +353,45 @@ TEST_F(ResumeUpload, AVolumeThatIsNotThereIsToldAndNothingIsWritten) {
               "The destination on Test Drive could not be reached, so the interrupted upload "
               "cannot be taken up now.");
     EXPECT_TRUE(namesIn(volume.path()).count("lost.txt") == 0);
+}
+
+// The state file's record may be of an upload that another process (a second window, a console
+// uploader) is running: taking it up beside it would remove that upload's hidden copy as a
+// leftover and copy the same files twice.
+TEST_F(ResumeUpload, AnUploadOpenInAnotherProcessIsNotTakenUpBesideIt) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    const std::string file = sources.path() + "/memo.txt";
+    test::writeFile(file, "memo");
+    const std::string dest = volume.path() + "/Uploads";
+    const std::string partial = engine::temporaryPathFor(dest + "/memo.txt");
+    test::writeFile(partial, "me");
+    std::string saved;
+    {
+        UploadSession s(dasDeviceFor(volume));
+        writeState(s, volume.uuid(), savedUpload(List{pendingEntry(file, 1, 0, 4)}, dest));
+        saved = test::readFile(s.c().transferDataFilePath);
+        test::LockHolder other(fs::path(s.c().transferDataFilePath).parent_path().string() + "/" +
+                               platform::kUploadClaimFileName);
+        ASSERT_TRUE(other.held());
+        resume(s);
+        ASSERT_TRUE(test::waitFor([&] { return !resumeProblem(s).empty(); })) << s.logText();
+        EXPECT_EQ(resumeProblem(s), "Another upload is open in process " +
+                                        std::to_string(other.pid()) +
+                                        ", so the interrupted upload cannot be taken up now. "
+                                        "Close that upload or wait until it ends, then try again.");
+        ASSERT_TRUE(s.settle());
+        EXPECT_EQ(test::readFile(partial), "me");
+        EXPECT_FALSE(fs::exists(dest + "/memo.txt"));
+        EXPECT_EQ(test::readFile(s.c().transferDataFilePath), saved);
+    }
+    // Once that process has ended, the upload is taken up.
+    UploadSession s(dasDeviceFor(volume));
+    test::writeFile(s.c().transferDataFilePath, saved);
+    resume(s);
+    ASSERT_TRUE(s.waitCompleted()) << s.logText() << resumeProblem(s);
+    EXPECT_EQ(test::readFile(dest + "/memo.txt"), "memo");
+    EXPECT_FALSE(fs::exists(partial));
 }
 
 // ---- A network device ----

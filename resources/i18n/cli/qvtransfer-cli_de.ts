@@ -11,6 +11,10 @@
         <source>Stopped before the upload began.</source>
         <translation>Gestoppt, bevor der Upload begann.</translation>
     </message>
+    <message id="UPLOAD_RUNNING">
+        <source>Another upload is open in process %1. Only one upload runs at a time, because the record that lets an upload be taken up again holds one: wait until it ends, or stop it, then try again.</source>
+        <translation>In Prozess %1 ist ein anderer Upload geöffnet. Es läuft immer nur ein Upload, weil die Aufzeichnung, mit der ein Upload fortgesetzt werden kann, nur einen festhält: Warten Sie, bis er beendet ist, oder stoppen Sie ihn, und versuchen Sie es dann erneut.</translation>
+    </message>
     <message id="INTERRUPTED_RECORDED">
         <source>An upload to %1 did not finish and is recorded: --resume takes it up. To start a new upload in its place (the recorded one can then no longer be taken up), add --replace-interrupted.</source>
         <translation>Ein Upload auf %1 wurde nicht beendet und ist gespeichert: --resume setzt ihn fort. Um stattdessen einen neuen Upload zu beginnen (der gespeicherte lässt sich dann nicht mehr fortsetzen), geben Sie --replace-interrupted an.</translation>

@@ -11,6 +11,10 @@
         <source>Stopped before the upload began.</source>
         <translation>Stopped before the upload began.</translation>
     </message>
+    <message id="UPLOAD_RUNNING">
+        <source>Another upload is open in process %1. Only one upload runs at a time, because the record that lets an upload be taken up again holds one: wait until it ends, or stop it, then try again.</source>
+        <translation>Another upload is open in process %1. Only one upload runs at a time, because the record that lets an upload be taken up again holds one: wait until it ends, or stop it, then try again.</translation>
+    </message>
     <message id="INTERRUPTED_RECORDED">
         <source>An upload to %1 did not finish and is recorded: --resume takes it up. To start a new upload in its place (the recorded one can then no longer be taken up), add --replace-interrupted.</source>
         <translation>An upload to %1 did not finish and is recorded: --resume takes it up. To start a new upload in its place (the recorded one can then no longer be taken up), add --replace-interrupted.</translation>

@@ -11,6 +11,10 @@
         <source>Stopped before the upload began.</source>
         <translation>Arrêté avant le début de l’envoi.</translation>
     </message>
+    <message id="UPLOAD_RUNNING">
+        <source>Another upload is open in process %1. Only one upload runs at a time, because the record that lets an upload be taken up again holds one: wait until it ends, or stop it, then try again.</source>
+        <translation>Un autre envoi est ouvert dans le processus %1. Un seul envoi a lieu à la fois, car l’enregistrement qui permet de reprendre un envoi n’en garde qu’un : attendez qu’il se termine, ou arrêtez-le, puis réessayez.</translation>
+    </message>
     <message id="INTERRUPTED_RECORDED">
         <source>An upload to %1 did not finish and is recorded: --resume takes it up. To start a new upload in its place (the recorded one can then no longer be taken up), add --replace-interrupted.</source>
         <translation>Un envoi vers %1 n’est pas terminé et il est enregistré : --resume le reprend. Pour commencer un nouvel envoi à sa place (celui enregistré ne pourra alors plus être repris), ajoutez --replace-interrupted.</translation>
