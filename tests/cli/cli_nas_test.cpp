@@ -1,11 +1,13 @@
 // The console uploader run as a program against a network device: the device simulator's REST
 // interface and its real Samba server on loopback.
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 
 #include "../../apps/devicesim/device_simulator.h"
 #include "../../apps/devicesim/samba_server.h"
 #include "cli_fixture.h"
+#include "lock_holder.h"
 #include "nas_fixture.h"
 #include "qvtransfer/Keychain.h"
 
@@ -334,11 +336,15 @@ TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile
         EXPECT_NE(child.output().find("Paused and recorded"), std::string::npos) << child.output();
     }
     // The process ended between two writes of its record, never inside one: the record's
-    // folder holds the record alone, no temporary file of a write cut off.
+    // folder holds the record and the lock of the running upload (which ended with the
+    // process), no temporary file of a write cut off.
     std::vector<std::string> stateFolder;
     for (const auto& e : fs::directory_iterator(fs::path(stateFile).parent_path()))
         stateFolder.push_back(e.path().filename().string());
-    EXPECT_EQ(stateFolder, std::vector<std::string>{"qvtransfer.plist"});
+    std::sort(stateFolder.begin(), stateFolder.end());
+    EXPECT_EQ(stateFolder, (std::vector<std::string>{"qvtransfer.lock", "qvtransfer.plist"}));
+    EXPECT_TRUE(test::anotherProcessCouldLock(
+        (fs::path(stateFile).parent_path() / "qvtransfer.lock").string()));
     // The share's mount lived in the process; the folder it stood on goes with it.
     const std::string mountFolder = home.path() + "/.QVTransfer";
     EXPECT_TRUE(!fs::exists(mountFolder) || fs::is_empty(mountFolder));
