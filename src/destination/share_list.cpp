@@ -95,9 +95,11 @@ void QVTransferPrivate::populateNASDestinationFoldersList() {
     }
     dst::sortShareEntries(entries);
 
-    // Mounts left by an earlier run go before the shares are mounted again.
+    // Mounts left by an earlier run go before the shares are mounted again; while another
+    // process has an upload open they may be its own, and stay.
     const std::string mountFolder = userHomeDirectory + "/.QVTransfer";
-    if (qvt::platform::files().exists(mountFolder))
+    if (qvt::platform::files().exists(mountFolder) &&
+        !qvt::platform::uploadsClaimedElsewhere(uploadClaimPath))
         unmountSharesVolumes(dst::leftoverMountPoints(mountFolder));
 
     for (const Record& entry : entries) {

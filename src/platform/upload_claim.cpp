@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,6 +10,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace qvt::platform {
 
@@ -22,11 +24,20 @@ struct Held {
     }
 };
 
+// The lock file, whatever path names it.
+using FileKey = std::pair<dev_t, ino_t>;
+
 std::mutex heldLock;
-// This process's holds by path; a hold ends with its last claim.
-std::map<std::string, std::weak_ptr<Held>>& holds() {
-    static std::map<std::string, std::weak_ptr<Held>> map;
+// This process's holds; a hold ends with its last claim.
+std::map<FileKey, std::weak_ptr<Held>>& holds() {
+    static std::map<FileKey, std::weak_ptr<Held>> map;
     return map;
+}
+
+std::optional<FileKey> keyOf(int fd) {
+    struct stat st {};
+    if (::fstat(fd, &st) != 0) return std::nullopt;
+    return FileKey{st.st_dev, st.st_ino};
 }
 
 // The process number written in the lock file; 0 when there is none to read.
@@ -43,24 +54,50 @@ long holderIn(int fd) {
 
 UploadClaim claimUploads(const std::string& path, long* holder) {
     std::lock_guard guard(heldLock);
-    if (auto held = holds()[path].lock()) return held;
-    auto held = std::make_shared<Held>();
     const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (fd < 0) return held;
+    if (fd < 0) return std::make_shared<Held>();
+    const std::optional<FileKey> key = keyOf(fd);
+    if (key) {
+        if (auto held = holds()[*key].lock()) {
+            ::close(fd);
+            return held;
+        }
+    }
     if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
         const bool taken = errno == EWOULDBLOCK;
-        if (taken && holder) *holder = holderIn(fd);
-        ::close(fd);
-        if (taken) return nullptr;
-        return held;
+        const long other = taken ? holderIn(fd) : 0;
+        // This process's own number while it has no hold: its last hold is being let go on
+        // another thread right now (the descriptor closes without taking this lock), so the
+        // wait is a short one.
+        const bool own = other == static_cast<long>(::getpid());
+        if (!(own && ::flock(fd, LOCK_EX) == 0)) {
+            ::close(fd);
+            if (!taken) return std::make_shared<Held>();
+            if (holder) *holder = other;
+            return nullptr;
+        }
     }
     // The number is written only once the lock is ours, so a refused claim never overwrites
     // the holder's.
     const std::string pid = std::to_string(::getpid()) + "\n";
     if (::ftruncate(fd, 0) == 0) (void)!::pwrite(fd, pid.data(), pid.size(), 0);
+    auto held = std::make_shared<Held>();
     held->fd = fd;
-    holds()[path] = held;
+    if (key) holds()[*key] = held;
     return held;
+}
+
+std::optional<long> uploadsClaimedElsewhere(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return std::nullopt;
+    std::optional<long> holder;
+    if (::flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        const long other = holderIn(fd);
+        if (other != static_cast<long>(::getpid())) holder = other;
+    }
+    // Closing lets go of the shared lock taken to look.
+    ::close(fd);
+    return holder;
 }
 
 }  // namespace qvt::platform

@@ -174,9 +174,9 @@ void QVTransferPrivate::resumeFileTransferAfterRestart() {
     view_->setText("uploadWindowHeading",
                    fs::format(localeUPLOADING_FILES_TO_txt, info.string("productName")));
     log().write("QVTransfer: resumeFileTransferAfterRestart");
-    // The upload may be running in another process (a second window, a console uploader):
-    // taking it up beside it would unmount its share and remove its hidden copies as
-    // leftovers.
+    // The upload may be open in another process (a second window, a console uploader):
+    // taking it up beside it would remove its mount points and its hidden copies as
+    // leftovers, and copy the same files again.
     if (const auto holder = claimUploads()) {
         log().write("QVTransfer: resumeFileTransferAfterRestart: another process runs an upload");
         failResumeAfterRestart(uploadRunningElsewhere("RESUME_RUNNING_txt", *holder));
@@ -230,6 +230,8 @@ std::string QVTransferPrivate::uploadRunningElsewhere(const char* key, long hold
 }
 
 bool QVTransferPrivate::hasUploadToResume() const {
+    // A record of an upload that another process has open is not of an interrupted upload.
+    if (qvt::platform::uploadsClaimedElsewhere(uploadClaimPath)) return false;
     const qvt::Record info = deviceInfo();
     return readSavedUpload(transferDataFilePath, deviceType(), info.string("serialNumber"))
                .status == Saved::Record;
@@ -380,6 +382,8 @@ void QVTransferPrivate::failResumeAfterRestart(const std::string& sentence) {
     job().resumedAfterRestart = false;
     auto self = shared_from_this();
     dispatcher().mainAsync([self, sentence] {
+        // Nothing runs: another process may take the upload up, or start its own.
+        self->uploadClaim.reset();
         self->view()->showResumeProblem(qvt::ResumeProblem{sentence, self->localeCLOSE_btn});
     });
 }

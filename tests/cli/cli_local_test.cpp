@@ -491,7 +491,8 @@ TEST_F(CliTest, ASecondUploaderIsRefusedWhileTheFirstRuns) {
     ASSERT_TRUE(start(first, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
                               work / "later.txt"}));
     ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << first.output();
-    const std::string named = "Another upload is open in process " + std::to_string(first.pid());
+    const std::string named =
+        "Another upload is open in process " + std::to_string(first.pid()) + ".";
     const std::vector<std::vector<std::string>> seconds = {
         {"--das", volume.path(), "--destination", "Drive", work / "other.txt"},
         {"--das", volume.path(), "--destination", "Drive", "--replace-interrupted",

@@ -12,7 +12,9 @@
 #include "destination/folder_node.h"
 #include "destination_fixture.h"
 #include "device/mount_destination.h"
+#include "lock_holder.h"
 #include "platform/files.h"
+#include "platform/upload_claim.h"
 #include "ui/QtTransferWindow.h"
 #include "ui/destination_outline_view.h"
 
@@ -262,6 +264,30 @@ TEST_F(ShareList, LeftoverMountPointsGoBeforeTheSharesAreMountedAgain) {
     EXPECT_EQ(c->mountObject->mountedPathsArray.get(),
               (std::vector<std::string>{mountDir + "/Backup", mountDir + "/Public"}));
     EXPECT_TRUE(platform::files().isMountPoint(mountDir + "/Public"));
+}
+
+// The mount points in the mount folder may be another process's that has an upload open: they
+// are its own, not leftovers.
+TEST_F(ShareList, AnotherProcesssMountPointsStayWhileItHasAnUploadOpen) {
+    Harness h;
+    const std::string mountDir = h.services.folders.home + "/.QVTransfer";
+    fs::create_directories(mountDir + "/Photos/inner");
+    test::writeFile(mountDir + "/Photos/inner/file.txt", "theirs");
+    auto c = start(h, {simShare("Public", true)});
+    ASSERT_TRUE(c);
+    {
+        test::LockHolder other(fs::path(c->transferDataFilePath).parent_path().string() + "/" +
+                               platform::kUploadClaimFileName);
+        ASSERT_TRUE(other.held());
+        c->populateDestinationFoldersList();
+        ASSERT_TRUE(settle(h, 60));
+        EXPECT_EQ(test::readFile(mountDir + "/Photos/inner/file.txt"), "theirs");
+        EXPECT_EQ(names(roots(*c)), (std::vector<std::string>{"Public"}));
+    }
+    // Once that process has ended, they are leftovers.
+    c->populateDestinationFoldersList();
+    ASSERT_TRUE(settle(h, 60));
+    EXPECT_FALSE(fs::exists(mountDir + "/Photos"));
 }
 
 TEST_F(ShareList, AfterTheUploadStartsOnlyTheDestinationShareStaysMounted) {

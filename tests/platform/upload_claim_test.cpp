@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 
 #include "lock_holder.h"
@@ -16,6 +17,7 @@ TEST(UploadClaim, AnotherProcessThatHoldsItIsNamedAndTheClaimIsRefused) {
     const std::string path = folder.path() + "/" + kUploadClaimFileName;
     test::LockHolder other(path);
     ASSERT_TRUE(other.held());
+    EXPECT_EQ(uploadsClaimedElsewhere(path), std::optional<long>(other.pid()));
     long holder = 0;
     EXPECT_EQ(claimUploads(path, &holder), nullptr);
     EXPECT_EQ(holder, other.pid());
@@ -29,13 +31,24 @@ TEST(UploadClaim, AnotherProcessThatHoldsItIsNamedAndTheClaimIsRefused) {
     ASSERT_NE(claim, nullptr);
     EXPECT_EQ(test::readFile(path), std::to_string(::getpid()) + "\n");
     EXPECT_FALSE(test::anotherProcessCouldLock(path));
+    // This process's own hold is nobody else's.
+    EXPECT_EQ(uploadsClaimedElsewhere(path), std::nullopt);
+}
+
+TEST(UploadClaim, NothingHoldsALockFileThatIsMissingOrFree) {
+    test::TempDir folder;
+    const std::string path = folder.path() + "/" + kUploadClaimFileName;
+    EXPECT_EQ(uploadsClaimedElsewhere(path), std::nullopt);
+    test::writeFile(path, "12345\n");
+    EXPECT_EQ(uploadsClaimedElsewhere(path), std::nullopt);
 }
 
 TEST(UploadClaim, ClaimsInOneProcessShareOneHoldThatEndsWithTheLast) {
     test::TempDir folder;
     const std::string path = folder.path() + "/" + kUploadClaimFileName;
     UploadClaim first = claimUploads(path, nullptr);
-    UploadClaim second = claimUploads(path, nullptr);
+    // Another path to the same file is the same lock.
+    UploadClaim second = claimUploads(folder.path() + "/./" + kUploadClaimFileName, nullptr);
     ASSERT_NE(first, nullptr);
     EXPECT_EQ(first, second);
     first.reset();

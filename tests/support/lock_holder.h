@@ -7,6 +7,8 @@
 
 namespace qvt::test {
 
+// One at a time: a child inherits every descriptor of the test process, a living holder's
+// release pipe too, and would keep that holder's child from seeing its end.
 class LockHolder {
   public:
     // Forks a child that locks `path` (made when missing), writes its process number in it and

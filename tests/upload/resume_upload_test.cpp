@@ -366,14 +366,16 @@ TEST_F(ResumeUpload, AnUploadOpenInAnotherProcessIsNotTakenUpBesideIt) {
     const std::string dest = volume.path() + "/Uploads";
     const std::string partial = engine::temporaryPathFor(dest + "/memo.txt");
     test::writeFile(partial, "me");
-    std::string saved;
+    UploadSession s(dasDeviceFor(volume));
+    writeState(s, volume.uuid(), savedUpload(List{pendingEntry(file, 1, 0, 4)}, dest));
+    const std::string saved = test::readFile(s.c().transferDataFilePath);
+    const std::string lock = fs::path(s.c().transferDataFilePath).parent_path().string() + "/" +
+                             platform::kUploadClaimFileName;
     {
-        UploadSession s(dasDeviceFor(volume));
-        writeState(s, volume.uuid(), savedUpload(List{pendingEntry(file, 1, 0, 4)}, dest));
-        saved = test::readFile(s.c().transferDataFilePath);
-        test::LockHolder other(fs::path(s.c().transferDataFilePath).parent_path().string() + "/" +
-                               platform::kUploadClaimFileName);
+        test::LockHolder other(lock);
         ASSERT_TRUE(other.held());
+        // The record is not offered as an interrupted upload.
+        EXPECT_FALSE(s.c().hasUploadToResume());
         resume(s);
         ASSERT_TRUE(test::waitFor([&] { return !resumeProblem(s).empty(); })) << s.logText();
         EXPECT_EQ(resumeProblem(s), "Another upload is open in process " +
@@ -385,13 +387,29 @@ TEST_F(ResumeUpload, AnUploadOpenInAnotherProcessIsNotTakenUpBesideIt) {
         EXPECT_FALSE(fs::exists(dest + "/memo.txt"));
         EXPECT_EQ(test::readFile(s.c().transferDataFilePath), saved);
     }
-    // Once that process has ended, the upload is taken up.
-    UploadSession s(dasDeviceFor(volume));
-    test::writeFile(s.c().transferDataFilePath, saved);
+    // Once that process has ended, the same controller takes the upload up.
+    EXPECT_TRUE(s.c().hasUploadToResume());
     resume(s);
     ASSERT_TRUE(s.waitCompleted()) << s.logText() << resumeProblem(s);
     EXPECT_EQ(test::readFile(dest + "/memo.txt"), "memo");
     EXPECT_FALSE(fs::exists(partial));
+    // This process holds the lock while its controller lives.
+    EXPECT_FALSE(test::anotherProcessCouldLock(lock));
+}
+
+// A resume that cannot go on leaves nothing open: another process may take the upload up.
+TEST_F(ResumeUpload, AResumeThatCannotGoOnLetsAnotherProcessTakeItUp) {
+    const std::string file = sources.path() + "/lost.txt";
+    test::writeFile(file, "lost");
+    UploadSession s(test::dasDevice({"/nonexistent/Drive"}));
+    writeState(s, "00000000-1111-2222-3333-444444444444",
+               savedUpload(List{pendingEntry(file, 1, 0, 4)}, "/media/anna/Other/2024"));
+    resume(s);
+    ASSERT_TRUE(test::waitFor([&] { return !resumeProblem(s).empty(); })) << s.logText();
+    ASSERT_TRUE(s.settle());
+    EXPECT_TRUE(
+        test::anotherProcessCouldLock(fs::path(s.c().transferDataFilePath).parent_path().string() +
+                                      "/" + platform::kUploadClaimFileName));
 }
 
 // ---- A network device ----
