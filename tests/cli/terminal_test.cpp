@@ -47,13 +47,21 @@ class PipeAsStdin {
 
 }  // namespace
 
-TEST(Terminal, KeysAndTheEndOfInputReachTheReceiver) {
+// A terminal reading the pipe, its keys and ends counted.
+class Terminal : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(input.ok());
+        terminal.startKeys([this](char k) { keys.push_back(k); }, [this] { ++ends; });
+    }
+
     PipeAsStdin input;
-    ASSERT_TRUE(input.ok());
     qvt::cli::Terminal terminal;
     std::string keys;
     int ends = 0;
-    terminal.startKeys([&](char k) { keys.push_back(k); }, [&] { ++ends; });
+};
+
+TEST_F(Terminal, KeysAndTheEndOfInputReachTheReceiver) {
     ASSERT_TRUE(input.write("sy"));
     ASSERT_TRUE(qvt::test::waitFor([&] { return keys == "sy"; }, 5.0)) << keys;
     input.closeWriter();
@@ -63,13 +71,7 @@ TEST(Terminal, KeysAndTheEndOfInputReachTheReceiver) {
 
 // The console session goes before the process ends; input that comes or ends after it must not
 // call into it (it did, and read a destroyed session).
-TEST(Terminal, NothingReachesAReceiverThatHasLetGo) {
-    PipeAsStdin input;
-    ASSERT_TRUE(input.ok());
-    qvt::cli::Terminal terminal;
-    std::string keys;
-    int ends = 0;
-    terminal.startKeys([&](char k) { keys.push_back(k); }, [&] { ++ends; });
+TEST_F(Terminal, NothingReachesAReceiverThatHasLetGo) {
     ASSERT_TRUE(input.write("a"));
     ASSERT_TRUE(qvt::test::waitFor([&] { return keys == "a"; }, 5.0));
 
