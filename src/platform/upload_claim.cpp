@@ -10,6 +10,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 
 namespace qvt::platform {
@@ -67,10 +68,17 @@ UploadClaim claimUploads(const std::string& path, long* holder) {
         const bool taken = errno == EWOULDBLOCK;
         const long other = taken ? holderIn(fd) : 0;
         // This process's own number while it has no hold: its last hold is being let go on
-        // another thread right now (the descriptor closes without taking this lock), so the
-        // wait is a short one.
-        const bool own = other == static_cast<long>(::getpid());
-        if (!(own && ::flock(fd, LOCK_EX) == 0)) {
+        // another thread right now (the descriptor closes without taking this lock). That
+        // takes a moment; the tries are counted all the same, so that nothing can make this
+        // wait for good (a child forked at that moment holds the descriptor until it execs).
+        bool ours = false;
+        if (other == static_cast<long>(::getpid())) {
+            for (int tries = 0; tries < 100000 && !ours; ++tries) {
+                std::this_thread::yield();
+                ours = ::flock(fd, LOCK_EX | LOCK_NB) == 0;
+            }
+        }
+        if (!ours) {
             ::close(fd);
             if (!taken) return std::make_shared<Held>();
             if (holder) *holder = other;

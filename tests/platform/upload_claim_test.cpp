@@ -1,6 +1,10 @@
 // The lock that tells a running upload from one that was interrupted.
 #include "platform/upload_claim.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -55,6 +59,25 @@ TEST(UploadClaim, ClaimsInOneProcessShareOneHoldThatEndsWithTheLast) {
     EXPECT_FALSE(test::anotherProcessCouldLock(path));
     second.reset();
     EXPECT_TRUE(test::anotherProcessCouldLock(path));
+}
+
+// The lock held under this process's number by a descriptor that is no hold of it (a child
+// forked at the wrong moment keeps one until it execs): the claim waits a moment, then gives
+// up rather than wait for good.
+TEST(UploadClaim, ALockUnderThisProcesssNumberThatIsNeverLetGoIsNotWaitedForForGood) {
+    test::TempDir folder;
+    const std::string path = folder.path() + "/" + kUploadClaimFileName;
+    const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::flock(fd, LOCK_EX | LOCK_NB), 0);
+    const std::string pid = std::to_string(::getpid()) + "\n";
+    ASSERT_EQ(::write(fd, pid.data(), pid.size()), static_cast<ssize_t>(pid.size()));
+    long holder = 0;
+    EXPECT_EQ(claimUploads(path, &holder), nullptr);
+    EXPECT_EQ(holder, static_cast<long>(::getpid()));
+    ::close(fd);
+    // Let go, the lock is this process's to take.
+    EXPECT_NE(claimUploads(path, &holder), nullptr);
 }
 
 TEST(UploadClaim, ALockFileThatCannotBeMadeRefusesNoOne) {
