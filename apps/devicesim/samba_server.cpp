@@ -262,28 +262,83 @@ bool SambaServer::addUsers(std::string* error) {
     return true;
 }
 
-bool SambaServer::waitUntilListening(double seconds) const {
+// Whether process `pid` holds the socket that listens on loopback port `port`: the listening
+// sockets of /proc/net/tcp with that port, against the sockets among its descriptors.
+bool listenerBelongsTo(pid_t pid, int port) {
+    std::ifstream table("/proc/net/tcp");
+    std::string line;
+    std::getline(table, line);  // the heading
+    std::vector<std::string> inodes;
+    while (std::getline(table, line)) {
+        std::istringstream fields(line);
+        std::string slot, local, remote, state, queues, timer, retransmits, uid, timeout, inode;
+        fields >> slot >> local >> remote >> state >> queues >> timer >> retransmits >> uid >>
+            timeout >> inode;
+        const auto colon = local.find(':');
+        if (state != "0A" || colon == std::string::npos) continue;
+        if (std::strtol(local.c_str() + colon + 1, nullptr, 16) == port)
+            inodes.push_back("socket:[" + inode + "]");
+    }
+    std::error_code ec;
+    const std::string fds = "/proc/" + std::to_string(pid) + "/fd";
+    for (const auto& entry : std::filesystem::directory_iterator(fds, ec)) {
+        const auto target = std::filesystem::read_symlink(entry.path(), ec);
+        if (ec) continue;
+        for (const std::string& inode : inodes)
+            if (target.string() == inode) return true;
+    }
+    return false;
+}
+
+SambaServer::Listening SambaServer::waitUntilListening(double seconds) const {
     const auto deadline = std::chrono::steady_clock::now() +
                           std::chrono::milliseconds(static_cast<long>(seconds * 1000));
     while (std::chrono::steady_clock::now() < deadline) {
         int status = 0;
-        if (pid_ > 0 && waitpid(pid_, &status, WNOHANG) == pid_) return false;  // it died
+        const bool died = pid_ > 0 && waitpid(pid_, &status, WNOHANG) == pid_;
         const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_in addr{};
         addr.sin_family = AF_INET;
         addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         addr.sin_port = htons(static_cast<std::uint16_t>(port_));
-        const bool ok = connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
+        const bool answers = connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
         close(fd);
-        if (ok) return true;
+        // A server that answers may be another process's that took the port after it was
+        // chosen; smbd then cannot listen and ends.
+        if (died) return answers ? Listening::Taken : Listening::Not;
+        if (answers) return listenerBelongsTo(pid_, port_) ? Listening::Ours : Listening::Taken;
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    return false;
+    return Listening::Not;
 }
 
 bool SambaServer::start(std::string* error) {
     if (running()) return true;
     if (!prepare(error)) return false;
+    for (int attempt = 1;; ++attempt) {
+        if (!spawn(error)) return false;
+        const Listening listening = waitUntilListening(15.0);
+        if (listening == Listening::Ours) {
+            started_ = true;
+            return true;
+        }
+        stop();
+        // Two test programs starting at once may both be given the same free port; the one
+        // whose server came second takes another.
+        if (listening == Listening::Taken && !started_ && config_.port == 0 && attempt < 5) {
+            port_ = freeLoopbackPort();
+            if (port_ == 0 || !writeConfig(error)) return false;
+            continue;
+        }
+        setError(error,
+                 "smbd did not start listening on port " + std::to_string(port_) +
+                     (listening == Listening::Taken ? " (another process listens there)" : "") +
+                     "\n" + logTail());
+        return false;
+    }
+}
+
+bool SambaServer::spawn(std::string* error) {
     const std::string conf = configPath();
     const std::string logPath = workDir_ + "/log/smbd.stdout";
     // A server started from the process's main thread dies with the process, so a crashed test
@@ -318,12 +373,6 @@ bool SambaServer::start(std::string* error) {
         _exit(127);
     }
     pid_ = pid;
-    if (!waitUntilListening(15.0)) {
-        stop();
-        setError(error, "smbd did not start listening on port " + std::to_string(port_) + "\n" +
-                            logTail());
-        return false;
-    }
     return true;
 }
 

@@ -65,7 +65,12 @@ class SambaServer {
     bool prepare(std::string* error);
     bool writeConfig(std::string* error);
     bool addUsers(std::string* error);
-    bool waitUntilListening(double seconds) const;
+    enum class Listening { Ours, Taken, Not };
+    // Waits until the port accepts connections, and tells whether the listener is this smbd or
+    // another process that took the port between its choice and smbd's start.
+    Listening waitUntilListening(double seconds) const;
+    // Forks and execs smbd.
+    bool spawn(std::string* error);
 
     SambaConfig config_;
     std::string workDir_;
@@ -73,6 +78,9 @@ class SambaServer {
     bool prepared_ = false;
     int port_ = 0;
     pid_t pid_ = -1;
+    // A port is chosen again only before the first start: clients of a restarted server expect
+    // the port it had.
+    bool started_ = false;
     std::vector<std::string> tmpfsMounts_;
 };
 
