@@ -306,7 +306,12 @@ SambaServer::Listening SambaServer::waitUntilListening(double seconds) const {
         // A server that answers may be another process's that took the port after it was
         // chosen; smbd then cannot listen and ends.
         if (died) return answers ? Listening::Taken : Listening::Not;
-        if (answers) return listenerBelongsTo(pid_, port_) ? Listening::Ours : Listening::Taken;
+        // Between its fork and its exec the child still holds this process's descriptors: a
+        // listener that this process holds too is not the server's own.
+        if (answers)
+            return listenerBelongsTo(pid_, port_) && !listenerBelongsTo(getpid(), port_)
+                       ? Listening::Ours
+                       : Listening::Taken;
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     return Listening::Not;
