@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <string>
+
+#include <unistd.h>
 
 #include "../../apps/devicesim/device_simulator.h"
 #include "../../apps/devicesim/samba_server.h"
@@ -40,23 +43,28 @@ class CliNas : public CliTest {
             for (const auto& entry : fs::directory_iterator(samba_->sharePath(share)))
                 fs::remove_all(entry.path());
         const sim::DeviceConfig config =
-            deviceWithFamilyShare("SN-CLI", {{kUser, kPassword}, {kOtherUser, ""}}, true);
+            deviceWithFamilyShare(serial(), {{kUser, kPassword}, {kOtherUser, ""}}, true);
         config_ = config;
         ASSERT_GT(device_.start(config), 0);
     }
     void TearDown() override { device_.stop(); }
 
+    // The device's serial number, which names its login in the keychain: that keychain is
+    // shared by the tests running beside this one, so each test process has a device of its own.
+    static std::string serial() { return "SN-CLI-" + std::to_string(getpid()); }
     std::vector<std::string> deviceArgs() const {
-        return {"--nas", device_.address(), "--serial", "SN-CLI", "--name", "Test Cloud"};
+        return {"--nas", device_.address(), "--serial", serial(), "--name", "Test Cloud"};
     }
     std::string share(const std::string& name) const { return samba_->sharePath(name); }
-    // Writes a state file whose upload for SN-CLI still has work/memo.txt to copy into
+    // Writes a state file whose upload for the device still has work/memo.txt to copy into
     // `folder` (SHARE/FOLDER) of the mount folder, and gives its text.
     std::string recordPendingMemo(const std::string& folder) {
         test::writeFile(work / "memo.txt", "memo\n");
         const std::string record =
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
-            "<key>SN-CLI</key><dict><key>isFileTransferCompleted</key><false/>"
+            "<key>" +
+            serial() +
+            "</key><dict><key>isFileTransferCompleted</key><false/>"
             "<key>selectedDestinationShare</key><string>" +
             home.path() + "/.QVTransfer/" + folder +
             "</string><key>sourceFilesPendingArray</key><array><dict>"
@@ -149,7 +157,7 @@ TEST_F(CliNas, AnUnreachableDeviceEndsWithOne) {
     const std::string address = device_.address();
     device_.stop();
     ChildProcess child;
-    ASSERT_TRUE(start(child, {"--nas", address, "--serial", "SN-CLI", "--user", kUser,
+    ASSERT_TRUE(start(child, {"--nas", address, "--serial", serial(), "--user", kUser,
                               "--destination", "Public", work / "a.txt"}));
     child.closeInput();
     EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
@@ -288,7 +296,7 @@ TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {
 TEST_F(CliNas, ResumeUsesTheAccountGivenOnTheCommandLine) {
     fs::create_directories(share("Family") + "/Trips");
     recordPendingMemo("Family/Trips");
-    ASSERT_EQ(SetKeychainUsernameAndPasswordForNAS("SN-CLI", kUser, "not the password"), 0);
+    ASSERT_EQ(SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, "not the password"), 0);
 
     auto args = deviceArgs();
     for (const std::string a : {"--resume", "--user", kUser, "--password-stdin"}) args.push_back(a);
@@ -303,11 +311,11 @@ TEST_F(CliNas, ResumeUsesTheAccountGivenOnTheCommandLine) {
     // The keychain keeps what it held: the account given was used, not stored.
     char* user = nullptr;
     char* password = nullptr;
-    GetKeychainUsernameAndPasswordForNAS("SN-CLI", &user, &password);
+    GetKeychainUsernameAndPasswordForNAS(serial().c_str(), &user, &password);
     EXPECT_STREQ(password, "not the password");
     QVTransferFreeString(user);
     QVTransferFreeString(password);
-    SetKeychainUsernameAndPasswordForNAS("SN-CLI", kUser, kPassword);
+    SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, kPassword);
 }
 
 TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile) {
