@@ -11,6 +11,7 @@
 #include "platform/dispatch.h"
 #include "platform/files.h"
 #include "platform/format.h"
+#include "platform/latest_only_task.h"
 #include "platform/log.h"
 #include "platform/trash.h"
 #include "qvtransfer/Keychain.h"
@@ -189,6 +190,9 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
         trashAfterItem(source);
     }
 
+    // No more files are reported from this walk: the last report goes out now rather than
+    // after its spacing, which would hold up the end.
+    perFileStatusUpdate->finish();
     // The end step completes the upload once the destination is flushed: an upload seen as
     // complete has its data on the disk.
     if (upload.ended()) return;

@@ -123,6 +123,7 @@ bool FileLayer::exists(const std::string& path, bool* isFolder) {
         return false;
     }
     if (isFolder) *isFolder = S_ISDIR(st.st_mode);
+    detail::rememberFoundItem(path, st);
     return true;
 }
 
@@ -151,7 +152,10 @@ int FileLayer::createFolder(const std::string& path, bool withParents) {
 
 int FileLayer::copyItem(const std::string& from, const std::string& to) {
     struct stat st {};
-    if (const int rc = statPath(from, &st)) return rc;
+    // The copy opens the file and looks at what it opened, so attributes found a moment ago
+    // serve to choose between a file and a folder.
+    if (!detail::takeFoundItem(from, &st))
+        if (const int rc = statPath(from, &st)) return rc;
     // Nothing is tested at `to` first: the file is created exclusively and the folder made
     // with mkdir, so anything there (a dangling link too) gives EEXIST, and a share is not
     // asked twice.

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "platform/files_internal.h"
@@ -88,6 +89,12 @@ int openLocalSource(const std::string& path, int* fd, struct stat* st, bool know
 // The last file this thread wrote in full, and its size.
 thread_local std::string tWrittenPath;
 thread_local std::uint64_t tWrittenSize = 0;
+// The local file that copy read, and its size when the copy ended.
+thread_local std::string tReadPath;
+thread_local std::uint64_t tReadSize = 0;
+// The item this thread last found there, with its attributes, until a copy takes them.
+thread_local std::string tFoundPath;
+thread_local struct stat tFoundStat {};
 
 int copyLocal(const std::string& from, const std::string& to, const struct stat* source) {
     Fd in;
@@ -99,7 +106,16 @@ int copyLocal(const std::string& from, const std::string& to, const struct stat*
     if (out.fd < 0) return errno;
 
     enum class Way { CopyRange, SendFile, ReadWrite };
-    Way way = Way::CopyRange;
+    // Between two file systems the in-place copy is refused up front. An upload's files go from
+    // one source volume into the same folders, so after a refusal it is not asked again for
+    // each file of that folder; should the guess be wrong, sendfile copies all the same.
+    thread_local struct {
+        dev_t from = 0;
+        std::string folder;
+    } tNoCopyRange;
+    const std::string folder = to.substr(0, to.rfind('/') + 1);
+    Way way = tNoCopyRange.from == st.st_dev && tNoCopyRange.folder == folder ? Way::SendFile
+                                                                              : Way::CopyRange;
     std::uint64_t copied = 0;
     std::vector<char> buffer;
     while (true) {
@@ -108,6 +124,8 @@ int copyLocal(const std::string& from, const std::string& to, const struct stat*
             n = copy_file_range(in.fd, nullptr, out.fd, nullptr, kKernelChunk, 0);
             if (n < 0 && errno == EINTR) continue;
             if (n < 0 && copied == 0 && isUnsupported(errno)) {
+                tNoCopyRange.from = st.st_dev;
+                tNoCopyRange.folder = folder;
                 way = Way::SendFile;
                 continue;
             }
@@ -131,18 +149,21 @@ int copyLocal(const std::string& from, const std::string& to, const struct stat*
         if (n == 0) break;
         copied += static_cast<std::uint64_t>(n);
     }
-    fchmod(out.fd, st.st_mode & 07777);
-    const timespec times[2] = {st.st_atim, st.st_mtim};
-    futimens(out.fd, times);
     // What the file holds, asked of its open descriptor (no path walk): a file system that
     // took the writes and keeps less is a failed copy, not a whole one.
     struct stat written {};
     if (fstat(out.fd, &written) != 0) return errno;
     if (static_cast<std::uint64_t>(written.st_size) != copied) return EIO;
+    // The mode the file was created with, unless the umask took bits away from it.
+    if ((written.st_mode & 07777) != (st.st_mode & 07777)) fchmod(out.fd, st.st_mode & 07777);
+    const timespec times[2] = {st.st_atim, st.st_mtim};
+    futimens(out.fd, times);
     const int fd = out.fd;
     out.fd = -1;
     if (close(fd) != 0) return errno;
     rememberWrittenFile(to, copied);
+    struct stat read {};
+    if (fstat(in.fd, &read) == 0) rememberReadFile(from, static_cast<std::uint64_t>(read.st_size));
     return 0;
 }
 
@@ -201,6 +222,13 @@ class End {
             n -= static_cast<std::size_t>(w);
         }
         return 0;
+    }
+
+    // The size of a local file as its open descriptor tells it now.
+    std::optional<std::uint64_t> localSize() const {
+        struct stat st {};
+        if (share_ || fd_ < 0 || fstat(fd_, &st) != 0) return std::nullopt;
+        return static_cast<std::uint64_t>(st.st_size);
     }
 
     int closeNow() {
@@ -265,9 +293,11 @@ int copyStreamed(const std::string& from, const std::string& to, mode_t mode, st
         }
         if (eof) break;
     }
+    const auto readSize = in.localSize();
     if (const int rc = in.closeNow()) return rc;
     if (const int rc = out.closeNow()) return rc;
     rememberWrittenFile(to, written);
+    if (readSize) rememberReadFile(from, *readSize);
     return 0;
 }
 
@@ -278,26 +308,54 @@ void rememberWrittenFile(const std::string& path, std::uint64_t size) {
     tWrittenSize = size;
 }
 
+void rememberReadFile(const std::string& path, std::uint64_t size) {
+    tReadPath = path;
+    tReadSize = size;
+}
+
 void forgetWrittenFile() {
     tWrittenPath.clear();
+    tReadPath.clear();
+    tFoundPath.clear();
 }
 
 std::optional<std::uint64_t> writtenFileSize(const std::string& path) {
-    if (path.empty() || path != tWrittenPath) return std::nullopt;
-    return tWrittenSize;
+    if (path.empty()) return std::nullopt;
+    if (path == tWrittenPath) return tWrittenSize;
+    if (path == tReadPath) return tReadSize;
+    return std::nullopt;
 }
 
-// Whether the last written file is `path` or lies below it.
-bool writtenFileIsAtOrBelow(const std::string& path) {
-    return !path.empty() && !tWrittenPath.empty() && isUnder(tWrittenPath, path);
+void rememberFoundItem(const std::string& path, const struct stat& st) {
+    tFoundPath = path;
+    tFoundStat = st;
 }
+
+bool takeFoundItem(const std::string& path, struct stat* st) {
+    if (path.empty() || path != tFoundPath) return false;
+    *st = tFoundStat;
+    tFoundPath.clear();
+    return true;
+}
+
+namespace {
+
+// Whether `known` is `path` or lies below it.
+bool isAtOrBelow(const std::string& known, const std::string& path) {
+    return !path.empty() && !known.empty() && isUnder(known, path);
+}
+
+}  // namespace
 
 void writtenFileRenamed(const std::string& from, const std::string& to) {
-    if (writtenFileIsAtOrBelow(from)) tWrittenPath = to + tWrittenPath.substr(from.size());
+    if (isAtOrBelow(tWrittenPath, from)) tWrittenPath = to + tWrittenPath.substr(from.size());
+    if (isAtOrBelow(tReadPath, from)) tReadPath = to + tReadPath.substr(from.size());
+    if (isAtOrBelow(tFoundPath, from)) tFoundPath.clear();
 }
 
 void writtenFileRemoved(const std::string& path) {
-    if (writtenFileIsAtOrBelow(path)) tWrittenPath.clear();
+    for (std::string* known : {&tWrittenPath, &tReadPath, &tFoundPath})
+        if (isAtOrBelow(*known, path)) known->clear();
 }
 
 int copyFileData(const std::string& from, const std::string& to, const struct stat* source) {
@@ -310,7 +368,10 @@ int copyFileData(const std::string& from, const std::string& to, const struct st
     // A share's names travel as UTF-16: a name that is no UTF-8 has no name there.
     if (toShare && !smb::isValidUtf8(toShare->relative)) return kNameNotUtf8;
     struct stat st {};
-    if (const int rc = statPath(from, &st)) return rc;
+    if (source)
+        st = *source;
+    else if (const int rc = statPath(from, &st))
+        return rc;
     if (S_ISDIR(st.st_mode)) return EISDIR;
     return copyStreamed(from, to, (st.st_mode & 0777) ? (st.st_mode & 0777) : 0644,
                         static_cast<std::uint64_t>(st.st_size));

@@ -38,11 +38,20 @@ int copyFileData(const std::string& from, const std::string& to,
 
 // The size of the file this thread last wrote in full, asked for by its path: the copy knows
 // what it wrote, so the questions after it (is the copy whole, how much arrived) cost no round
-// trip to a share's server and no walk of a local path. The answer follows the file when this
-// thread renames it, and lasts until the thread writes another file or removes this one; any
-// other path gets nothing.
+// trip to a share's server and no walk of a local path. The same holds for the local file that
+// copy read, whose size is taken from its open descriptor when the copy ends. An answer follows
+// its file when this thread renames it, and lasts until the thread writes another file or
+// removes this one; any other path gets nothing.
 void rememberWrittenFile(const std::string& path, std::uint64_t size);
+void rememberReadFile(const std::string& path, std::uint64_t size);
 std::optional<std::uint64_t> writtenFileSize(const std::string& path);
+
+// The attributes of an item that this thread has just found there (the upload asks whether a
+// source is there, then copies it): the copy that follows on this thread takes them instead of
+// walking the path again. Taken once; renaming or removing the item, or writing another file,
+// drops them.
+void rememberFoundItem(const std::string& path, const struct stat& st);
+bool takeFoundItem(const std::string& path, struct stat* st);
 void writtenFileRenamed(const std::string& from, const std::string& to);
 void writtenFileRemoved(const std::string& path);
 void forgetWrittenFile();

@@ -10,8 +10,30 @@
 
 namespace qvt::platform {
 
+namespace {
+
+// Whether `path` is already in its normal form: no empty, "." or ".." component and no slash
+// at the end. Every file operation asks the mount table about its path, and an upload's paths
+// are almost always normal, so the general form is built only for the others.
+bool isNormalPath(const std::string& path) {
+    if (path == "/") return true;
+    if (path.empty() || path.back() == '/') return false;
+    std::size_t start = path.front() == '/' ? 1 : 0;
+    while (start <= path.size()) {
+        std::size_t end = path.find('/', start);
+        if (end == std::string::npos) end = path.size();
+        const std::size_t length = end - start;
+        if (length == 0) return false;
+        if (length <= 2 && path.compare(start, length, std::string(length, '.')) == 0) return false;
+        start = end + 1;
+    }
+    return true;
+}
+
+}  // namespace
+
 std::string normalizePath(const std::string& path) {
-    if (path.empty()) return path;
+    if (path.empty() || isNormalPath(path)) return path;
     std::string n = std::filesystem::path(path).lexically_normal().string();
     while (n.size() > 1 && n.back() == '/') n.pop_back();
     return n;

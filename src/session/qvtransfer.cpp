@@ -1,6 +1,7 @@
 // Construction, the delegate, the screens and their back navigation, and closing the window.
 #include "session/qvtransfer_private.h"
 
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -20,8 +21,14 @@ using qvt::Record;
 using qvt::Screen;
 namespace fmt = qvt::platform;
 
+namespace {
+// Progress after each file reaches the view at most this often: twenty lines a second are more
+// than anyone reads, and a small file is copied in far less.
+constexpr std::chrono::milliseconds kPerFileStatusSpacing{50};
+}  // namespace
+
 QVTransferPrivate::QVTransferPrivate(const qvt::Services& services)
-    : perFileStatusUpdate(std::make_shared<qvt::platform::LatestOnlyTask>()),
+    : perFileStatusUpdate(std::make_shared<qvt::platform::LatestOnlyTask>(kPerFileStatusSpacing)),
       services_(std::make_unique<qvt::Services>(services)),
       job_(std::make_unique<qvt::engine::UploadJob>(services_->clock)) {}
 

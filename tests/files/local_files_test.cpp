@@ -164,6 +164,59 @@ TEST_F(LocalFilesTest, TheSizeOfTheFileJustWrittenIsKnownWithoutAskingUntilTheNe
     EXPECT_FALSE(files().totalSize(path("out/u.txt")).has_value());
 }
 
+// The file a copy read is known too, at the size its open descriptor told when the copy ended,
+// until this thread copies another file or renames or removes that one.
+TEST_F(LocalFilesTest, TheSourceJustCopiedIsKnownAtTheSizeItsCopyEndedWith) {
+    writeAll(path("s.txt"), "small");
+    writeAll(path("o.txt"), "other");
+    ASSERT_EQ(files().copyItem(path("s.txt"), path(".part")), 0);
+    writeAll(path("s.txt"), "grown behind the copy");
+    EXPECT_EQ(files().totalSize(path("s.txt")), 5u);
+    ASSERT_EQ(files().copyItem(path("o.txt"), path(".other")), 0);
+    EXPECT_EQ(files().totalSize(path("s.txt")), 21u);
+
+    ASSERT_EQ(files().copyItem(path("s.txt"), path(".again")), 0);
+    ASSERT_EQ(files().renameItem(path("s.txt"), path("moved.txt")), 0);
+    EXPECT_EQ(files().totalSize(path("moved.txt")), 21u);
+    EXPECT_FALSE(files().totalSize(path("s.txt")).has_value());
+    ASSERT_EQ(files().removeItem(path("moved.txt")), 0);
+    EXPECT_FALSE(files().totalSize(path("moved.txt")).has_value());
+}
+
+// What was found at a path a moment before its copy only chooses between a file and a folder:
+// the copy looks at what it opened, so an item replaced in between is copied as it is now, or
+// refused, and never waited on.
+TEST_F(LocalFilesTest, AnItemReplacedBetweenItsLookAndItsCopyIsTakenAsItIsNow) {
+    writeAll(path("a.txt"), "first");
+    ASSERT_TRUE(files().exists(path("a.txt")));
+    writeAll(path("a.txt"), "replaced by a longer text");
+    ASSERT_EQ(files().copyItem(path("a.txt"), path("a copy.txt")), 0);
+    EXPECT_EQ(test::readFile(path("a copy.txt")), "replaced by a longer text");
+
+    writeAll(path("p"), "a file");
+    ASSERT_TRUE(files().exists(path("p")));
+    std::filesystem::remove(path("p"));
+    ASSERT_EQ(mkfifo(path("p").c_str(), 0644), 0);
+    EXPECT_EQ(files().copyItem(path("p"), path("p copy")), platform::kNotARegularFile);
+    EXPECT_FALSE(std::filesystem::exists(path("p copy")));
+
+    writeAll(path("d"), "a file");
+    ASSERT_TRUE(files().exists(path("d")));
+    std::filesystem::remove(path("d"));
+    std::filesystem::create_directories(path("d"));
+    EXPECT_NE(files().copyItem(path("d"), path("d copy")), 0);
+    EXPECT_FALSE(std::filesystem::exists(path("d copy")));
+
+    // Taken once: the next copy of the path looks again.
+    writeAll(path("f"), "a file");
+    ASSERT_TRUE(files().exists(path("f")));
+    ASSERT_EQ(files().copyItem(path("f"), path("f copy")), 0);
+    std::filesystem::remove(path("f"));
+    std::filesystem::create_directories(path("f/inner"));
+    ASSERT_EQ(files().copyItem(path("f"), path("f folder")), 0);
+    EXPECT_TRUE(std::filesystem::is_directory(path("f folder/inner")));
+}
+
 TEST_F(LocalFilesTest, MoveAcrossVolumesCopiesThenRemoves) {
     ASSERT_TRUE(box.mountTmpfs(path("other"), 8 << 20));
     writeAll(path("m.txt"), "across");

@@ -80,5 +80,60 @@ TEST(LatestOnlyTask, ASendThatThrowsDoesNotStopTheNext) {
     EXPECT_TRUE(newestSent.load());
 }
 
+// With a spacing, reports posted after a send wait for it to pass: they start no thread, and
+// only the newest goes out when it is over.
+TEST(LatestOnlyTask, ReportsWithinTheSpacingWaitAndOnlyTheNewestIsSent) {
+    Dispatcher dispatcher(std::make_shared<QueueMainThread>());
+    LatestOnlyTask task(std::chrono::milliseconds(300));
+    std::mutex mutex;
+    std::vector<int> sent;
+    const auto sentNow = [&] {
+        std::lock_guard lock(mutex);
+        return sent;
+    };
+    task.post(dispatcher, QueuePriority::High, [&] {
+        std::lock_guard lock(mutex);
+        sent.push_back(0);
+    });
+    ASSERT_TRUE(test::waitFor([&] { return !sentNow().empty(); }, 10));
+    const auto firstSent = std::chrono::steady_clock::now();
+    for (int i = 1; i <= 50; ++i)
+        task.post(dispatcher, QueuePriority::High, [&, i] {
+            std::lock_guard lock(mutex);
+            sent.push_back(i);
+        });
+    // Whatever got out before the spacing was over is a fault, however the threads ran.
+    const bool sentEarly = sentNow().size() > 1;
+    const bool spacingPassed =
+        std::chrono::steady_clock::now() - firstSent >= std::chrono::milliseconds(300);
+    EXPECT_TRUE(!sentEarly || spacingPassed);
+    EXPECT_EQ(dispatcher.running(), 1);
+    ASSERT_TRUE(dispatcher.waitIdle(10));
+    EXPECT_EQ(sentNow(), (std::vector<int>{0, 50}));
+    EXPECT_GE(std::chrono::steady_clock::now() - firstSent, std::chrono::milliseconds(300));
+}
+
+// The end of the reports sends the one waiting at once and lets the sending thread go: the
+// spacing, an hour here, never holds up the end.
+TEST(LatestOnlyTask, FinishSendsTheWaitingReportAtOnceAndEndsTheSender) {
+    Dispatcher dispatcher(std::make_shared<QueueMainThread>());
+    LatestOnlyTask task(std::chrono::hours(1));
+    std::atomic<int> newest{-1};
+    task.post(dispatcher, QueuePriority::High, [&] { newest = 0; });
+    ASSERT_TRUE(test::waitFor([&] { return newest.load() == 0; }, 10));
+    task.post(dispatcher, QueuePriority::High, [&] { newest = 1; });
+    task.post(dispatcher, QueuePriority::High, [&] { newest = 2; });
+    EXPECT_EQ(newest.load(), 0);
+    task.finish();
+    ASSERT_TRUE(dispatcher.waitIdle(10));
+    EXPECT_EQ(newest.load(), 2);
+
+    // A report after the end starts sending again, and is sent at once.
+    task.post(dispatcher, QueuePriority::High, [&] { newest = 3; });
+    ASSERT_TRUE(test::waitFor([&] { return newest.load() == 3; }, 10));
+    task.finish();
+    ASSERT_TRUE(dispatcher.waitIdle(10));
+}
+
 }  // namespace
 }  // namespace qvt::platform
