@@ -21,6 +21,7 @@
 #include "platform/format.h"
 #include "platform/log.h"
 #include "platform/plist_io.h"
+#include "platform/plist_outline.h"
 #include "session/qvtransfer_private.h"
 #include "session/recorded_upload.h"
 #include "session/view.h"
@@ -62,6 +63,11 @@ bool leavesWork(const qvt::Record& record) {
            !pending->empty();
 }
 
+// The same question of a record's outline.
+bool leavesWork(const fs::RecordOutline& record) {
+    return !record.empty && !record.completed && record.pendingWork;
+}
+
 // Whether `path` walks up or stays put anywhere: such a destination cannot come from this
 // program, and it would reach outside the mount it is moved to.
 bool climbs(const std::string& path) {
@@ -75,10 +81,29 @@ bool climbs(const std::string& path) {
     return false;
 }
 
+// Whether the record of a device leaves work, read in one pass that keeps no list: nothing when
+// the file needs reading whole to tell.
+std::optional<bool> outlineLeavesWork(const std::string& file, const std::string& deviceType,
+                                      const std::string& serialNumber) {
+    const auto records = fs::readRecordOutlines(file);
+    if (!records) return std::nullopt;
+    const fs::RecordOutline* record = nullptr;
+    if (deviceType == "NAS") {
+        for (const auto& r : *records)
+            if (r.key == serialNumber) record = &r;
+    } else if (deviceType == "DAS" && !records->empty()) {
+        record = &records->front();
+    }
+    return record && leavesWork(*record);
+}
+
 SavedUpload readSavedUpload(const std::string& file, const std::string& deviceType,
                             const std::string& serialNumber) {
     SavedUpload saved;
     if (!fs::files().exists(file)) return saved;
+    // A finished upload's record holds the list of every file it copied: it is read whole only
+    // when there is work to take up.
+    if (outlineLeavesWork(file, deviceType, serialNumber) == false) return saved;
     const std::optional<qvt::Value> root = fs::readPropertyList(file);
     const qvt::Record* records = root ? root->asRecord() : nullptr;
     if (!records) {
@@ -207,6 +232,11 @@ void QVTransferPrivate::resumeFileTransferAfterRestart() {
 std::optional<qvt::session::RecordedUpload> qvt::session::unfinishedUploadIn(
     const std::string& stateFile) {
     if (!fs::files().exists(stateFile)) return std::nullopt;
+    if (const auto records = fs::readRecordOutlines(stateFile)) {
+        for (const auto& record : *records)
+            if (leavesWork(record)) return RecordedUpload{record.key, record.deviceType};
+        return std::nullopt;
+    }
     const std::optional<qvt::Value> root = fs::readPropertyList(stateFile);
     const qvt::Record* records = root ? root->asRecord() : nullptr;
     if (!records) return std::nullopt;
