@@ -6,6 +6,7 @@
 #include "engine/path_names.h"
 #include "platform/dispatch.h"
 #include "platform/format.h"
+#include "platform/latest_only_task.h"
 #include "session/qvtransfer_private.h"
 #include "session/view.h"
 
@@ -116,6 +117,8 @@ void QVTransferPrivate::retryFailedTransfers(const qvt::List& retryList) {
         transferFile(source, record->string("destFilePath"), share, sourceIsExcluded(source));
         trashAfterItem(source);
     }
+    // No more files are reported from this walk: the last report goes out now.
+    perFileStatusUpdate->finish();
     if (upload.ended() || upload.paused()) return;
     processFileTransferStatus("", "", std::nullopt);
 }

@@ -81,9 +81,11 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
         }
         auto self = shared_from_this();
         perFileStatusUpdate->post(dispatcher(), QueuePriority::High, [self] {
-            // Sent a little later than posted: a lost or full device, or the end, has its own
-            // status by then, which a plain progress line would cover up.
-            if (self->reconnectingDevice() || self->deviceFull() || self->job().completed()) return;
+            // Sent a little later than posted: a pause, a cancel, a lost or full device, or the
+            // end, has its own status by then, which a plain progress line would cover up.
+            if (self->uploadPaused() || self->uploadCancelled() || self->reconnectingDevice() ||
+                self->deviceFull() || self->job().completed())
+                return;
             self->sendFileTransferStatusUpdate(self->progressStatus.get());
         });
         return;

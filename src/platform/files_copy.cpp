@@ -322,7 +322,12 @@ void forgetWrittenFile() {
 std::optional<std::uint64_t> writtenFileSize(const std::string& path) {
     if (path.empty()) return std::nullopt;
     if (path == tWrittenPath) return tWrittenSize;
-    if (path == tReadPath) return tReadSize;
+    // The source's size serves the question right after its copy (is the copy whole) once; a
+    // later one, after a wait for a lost device perhaps, asks the file as it is then.
+    if (path == tReadPath) {
+        tReadPath.clear();
+        return tReadSize;
+    }
     return std::nullopt;
 }
 

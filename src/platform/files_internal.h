@@ -38,10 +38,10 @@ int copyFileData(const std::string& from, const std::string& to,
 
 // The size of the file this thread last wrote in full, asked for by its path: the copy knows
 // what it wrote, so the questions after it (is the copy whole, how much arrived) cost no round
-// trip to a share's server and no walk of a local path. The same holds for the local file that
-// copy read, whose size is taken from its open descriptor when the copy ends. An answer follows
-// its file when this thread renames it, and lasts until the thread writes another file or
-// removes this one; any other path gets nothing.
+// trip to a share's server and no walk of a local path. The answer follows the file when this
+// thread renames it, and lasts until the thread writes another file or removes this one; any
+// other path gets nothing. The local file that copy read is known too, at the size its open
+// descriptor told when the copy ended, for one question only.
 void rememberWrittenFile(const std::string& path, std::uint64_t size);
 void rememberReadFile(const std::string& path, std::uint64_t size);
 std::optional<std::uint64_t> writtenFileSize(const std::string& path);

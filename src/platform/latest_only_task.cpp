@@ -18,12 +18,7 @@ void LatestOnlyTask::post(Dispatcher& dispatcher, QueuePriority priority, Task t
 
     dispatcher.async(priority, [state = state_, spacing = spacing_] {
         std::unique_lock lock(state->mutex);
-        while (true) {
-            if (!state->next) {
-                if (spacing == spacing.zero() || state->finishing) break;
-                state->wake.wait_for(lock, spacing, [&] { return state->finishing; });
-                if (!state->next) break;
-            }
+        while (state->next) {
             Task current = std::exchange(state->next, nullptr);
             lock.unlock();
             // A send that throws is logged and the newer ones still go out.
@@ -31,6 +26,10 @@ void LatestOnlyTask::post(Dispatcher& dispatcher, QueuePriority priority, Task t
             // What the send captured is released before the next one is taken.
             current = nullptr;
             lock.lock();
+            // The spacing follows every send, also one that reports came in during; the
+            // newest of them goes out when it is over.
+            if (spacing != spacing.zero())
+                state->wake.wait_for(lock, spacing, [&] { return state->finishing; });
         }
         state->running = false;
     });
