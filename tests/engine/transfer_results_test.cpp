@@ -126,6 +126,39 @@ TEST(Results, AHostSlowerThanTheCopyGetsTheNewestStatusWithoutAThreadPerFile) {
     EXPECT_EQ(messages[1].status, "Uploading file 200 of 1000");
 }
 
+// Reports of files that follow one another closely go out spaced: the newest waits for the
+// spacing. A pause, or a cancel, that sends its own status meanwhile is not covered up by it.
+TEST(Results, AReportHeldForItsSpacingIsNotSentOverAPauseOrACancel) {
+    for (const bool cancel : {false, true}) {
+        Session s;
+        ASSERT_TRUE(s.c);
+        s.c->job().begin();
+        s.c->job().numberOfFilesCountForTransfer = 1000;
+        test::writeFile(s.at("done.bin"), "1");
+        s.c->progressStatus.set("Uploading file 1 of 1000");
+        s.c->processFileTransferStatus(s.from("done.bin"), s.at("done.bin"), std::nullopt);
+        ASSERT_TRUE(test::waitFor([&] { return s.delegate->messageCount() == 1; }));
+
+        s.c->progressStatus.set("Uploading file 2 of 1000");
+        s.c->processFileTransferStatus(s.from("done.bin"), s.at("done.bin"), std::nullopt);
+        if (cancel)
+            ASSERT_TRUE(s.c->job().cancel());
+        else
+            ASSERT_TRUE(s.c->job().pause(engine::PauseReason::User));
+        ASSERT_TRUE(s.settle());
+        EXPECT_EQ(s.delegate->messageCount(), 1) << (cancel ? "cancel" : "pause");
+
+        // Going on after a pause, the next report is sent.
+        if (!cancel) {
+            ASSERT_TRUE(s.c->job().resume(engine::PauseReason::User));
+            s.c->progressStatus.set("Uploading file 3 of 1000");
+            s.c->processFileTransferStatus(s.from("done.bin"), s.at("done.bin"), std::nullopt);
+            ASSERT_TRUE(test::waitFor([&] { return s.delegate->messageCount() == 2; }));
+            EXPECT_EQ(s.delegate->messages()[1].status, "Uploading file 3 of 1000");
+        }
+    }
+}
+
 TEST(Results, AFailureIsRecordedAndItsPartialFileCounted) {
     Session s;
     ASSERT_TRUE(s.c);
