@@ -210,7 +210,7 @@ int renameWithoutReplacing(FileLayer& files, const std::string& from, const std:
 
 int FileLayer::renameItem(const std::string& from, const std::string& to) {
     const int rc = renameWithoutReplacing(*this, from, to);
-    if (rc == 0) detail::writtenFileRenamed(from, to);
+    if (rc == 0) detail::lastCopyRenamed(from, to);
     return rc;
 }
 
@@ -227,7 +227,7 @@ int FileLayer::moveItem(const std::string& from, const std::string& to) {
 int FileLayer::removeItem(const std::string& path) {
     if (path.empty()) return ENOENT;
     if (isMountPoint(path)) return EBUSY;
-    detail::writtenFileRemoved(path);
+    detail::lastCopyRemoved(path);
     if (auto sp = shareMounts().resolve(path)) return detail::removeShare(*sp);
     return detail::removeLocal(path);
 }

@@ -86,15 +86,19 @@ int openLocalSource(const std::string& path, int* fd, struct stat* st, bool know
     return 0;
 }
 
-// The last file this thread wrote in full, and its size.
-thread_local std::string tWrittenPath;
-thread_local std::uint64_t tWrittenSize = 0;
-// The local file that copy read, and its size when the copy ended.
-thread_local std::string tReadPath;
-thread_local std::uint64_t tReadSize = 0;
-// The item this thread last found there, with its attributes, until a copy takes them.
-thread_local std::string tFoundPath;
-thread_local struct stat tFoundStat {};
+// What this thread knows of its last copy; an empty path knows nothing.
+struct LastCopy {
+    // The file it wrote in full, and its size.
+    std::string writtenPath;
+    std::uint64_t writtenSize = 0;
+    // The local file it read, and its size when the copy ended.
+    std::string readPath;
+    std::uint64_t readSize = 0;
+    // The item found there just before, with its attributes, until the copy takes them.
+    std::string foundPath;
+    struct stat foundStat {};
+};
+thread_local LastCopy tLast;
 
 int copyLocal(const std::string& from, const std::string& to, const struct stat* source) {
     Fd in;
@@ -304,42 +308,43 @@ int copyStreamed(const std::string& from, const std::string& to, mode_t mode, st
 }  // namespace
 
 void rememberWrittenFile(const std::string& path, std::uint64_t size) {
-    tWrittenPath = path;
-    tWrittenSize = size;
+    tLast.writtenPath = path;
+    tLast.writtenSize = size;
 }
 
 void rememberReadFile(const std::string& path, std::uint64_t size) {
-    tReadPath = path;
-    tReadSize = size;
+    tLast.readPath = path;
+    tLast.readSize = size;
 }
 
-void forgetWrittenFile() {
-    tWrittenPath.clear();
-    tReadPath.clear();
-    tFoundPath.clear();
+void forgetLastCopy() {
+    // Cleared, not replaced: the strings keep their room for the next file's paths.
+    tLast.writtenPath.clear();
+    tLast.readPath.clear();
+    tLast.foundPath.clear();
 }
 
 std::optional<std::uint64_t> writtenFileSize(const std::string& path) {
     if (path.empty()) return std::nullopt;
-    if (path == tWrittenPath) return tWrittenSize;
+    if (path == tLast.writtenPath) return tLast.writtenSize;
     // The source's size serves the question right after its copy (is the copy whole) once; a
     // later one, after a wait for a lost device perhaps, asks the file as it is then.
-    if (path == tReadPath) {
-        tReadPath.clear();
-        return tReadSize;
+    if (path == tLast.readPath) {
+        tLast.readPath.clear();
+        return tLast.readSize;
     }
     return std::nullopt;
 }
 
 void rememberFoundItem(const std::string& path, const struct stat& st) {
-    tFoundPath = path;
-    tFoundStat = st;
+    tLast.foundPath = path;
+    tLast.foundStat = st;
 }
 
 bool takeFoundItem(const std::string& path, struct stat* st) {
-    if (path.empty() || path != tFoundPath) return false;
-    *st = tFoundStat;
-    tFoundPath.clear();
+    if (path.empty() || path != tLast.foundPath) return false;
+    *st = tLast.foundStat;
+    tLast.foundPath.clear();
     return true;
 }
 
@@ -352,21 +357,22 @@ bool isAtOrBelow(const std::string& known, const std::string& path) {
 
 }  // namespace
 
-void writtenFileRenamed(const std::string& from, const std::string& to) {
-    if (isAtOrBelow(tWrittenPath, from)) tWrittenPath = to + tWrittenPath.substr(from.size());
-    if (isAtOrBelow(tReadPath, from)) tReadPath = to + tReadPath.substr(from.size());
-    if (isAtOrBelow(tFoundPath, from)) tFoundPath.clear();
+void lastCopyRenamed(const std::string& from, const std::string& to) {
+    if (isAtOrBelow(tLast.writtenPath, from))
+        tLast.writtenPath = to + tLast.writtenPath.substr(from.size());
+    if (isAtOrBelow(tLast.readPath, from)) tLast.readPath = to + tLast.readPath.substr(from.size());
+    if (isAtOrBelow(tLast.foundPath, from)) tLast.foundPath.clear();
 }
 
-void writtenFileRemoved(const std::string& path) {
-    for (std::string* known : {&tWrittenPath, &tReadPath, &tFoundPath})
+void lastCopyRemoved(const std::string& path) {
+    for (std::string* known : {&tLast.writtenPath, &tLast.readPath, &tLast.foundPath})
         if (isAtOrBelow(*known, path)) known->clear();
 }
 
 int copyFileData(const std::string& from, const std::string& to, const struct stat* source) {
     // What this thread knew of its last file ends where it sets out to write another, whether
     // or not that one is written.
-    forgetWrittenFile();
+    forgetLastCopy();
     const auto toShare = shareMounts().resolve(to);
     const bool local = !shareMounts().resolve(from) && !toShare;
     if (local) return copyLocal(from, to, source);

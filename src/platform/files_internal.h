@@ -52,9 +52,11 @@ std::optional<std::uint64_t> writtenFileSize(const std::string& path);
 // drops them.
 void rememberFoundItem(const std::string& path, const struct stat& st);
 bool takeFoundItem(const std::string& path, struct stat* st);
-void writtenFileRenamed(const std::string& from, const std::string& to);
-void writtenFileRemoved(const std::string& path);
-void forgetWrittenFile();
+// What the thread knows of its last copy follows a rename of it (or of a folder above it) made
+// through the file layer, and a removal there forgets it; forgetLastCopy forgets all of it.
+void lastCopyRenamed(const std::string& from, const std::string& to);
+void lastCopyRemoved(const std::string& path);
+void forgetLastCopy();
 
 std::vector<std::string> listShare(const SharePath& sp, int* error);
 // The names in a local folder, hidden ones included, in listing order; `error` gets 0 or the

@@ -7,7 +7,7 @@ namespace qvt::platform {
 
 void releaseThreadResources() {
     smb::releaseThreadContext();
-    detail::forgetWrittenFile();
+    detail::forgetLastCopy();
 }
 
 }  // namespace qvt::platform
