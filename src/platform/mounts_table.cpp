@@ -17,17 +17,8 @@ namespace {
 // are almost always normal, so the general form is built only for the others.
 bool isNormalPath(const std::string& path) {
     if (path == "/") return true;
-    if (path.empty() || path.back() == '/') return false;
-    std::size_t start = path.front() == '/' ? 1 : 0;
-    while (start <= path.size()) {
-        std::size_t end = path.find('/', start);
-        if (end == std::string::npos) end = path.size();
-        const std::size_t length = end - start;
-        if (length == 0) return false;
-        if (length <= 2 && path.compare(start, length, std::string(length, '.')) == 0) return false;
-        start = end + 1;
-    }
-    return true;
+    return !path.empty() && path.back() != '/' && path.find("//") == std::string::npos &&
+           !hasDotComponent(path);
 }
 
 }  // namespace

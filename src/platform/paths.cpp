@@ -67,4 +67,17 @@ bool isUnder(const std::string& path, const std::string& root) {
            path[root.size()] == '/';
 }
 
+bool hasDotComponent(const std::string& path) {
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        std::size_t end = path.find('/', start);
+        if (end == std::string::npos) end = path.size();
+        const std::size_t length = end - start;
+        if ((length == 1 || length == 2) && path.compare(start, length, "..", length) == 0)
+            return true;
+        start = end + 1;
+    }
+    return false;
+}
+
 }  // namespace qvt::platform

@@ -27,5 +27,7 @@ bool folderExists(const std::string& path);
 bool fileExists(const std::string& path);
 // Whether `path` is `root` or lies below it, compared by the text of both.
 bool isUnder(const std::string& path, const std::string& root);
+// Whether one of the components of `path` is "." or "..": a path that stays put or walks up.
+bool hasDotComponent(const std::string& path);
 
 }  // namespace qvt::platform

@@ -20,6 +20,7 @@
 #include "platform/files.h"
 #include "platform/format.h"
 #include "platform/log.h"
+#include "platform/paths.h"
 #include "platform/plist_io.h"
 #include "platform/plist_outline.h"
 #include "session/qvtransfer_private.h"
@@ -66,19 +67,6 @@ bool leavesWork(const qvt::Record& record) {
 // The same question of a record's outline.
 bool leavesWork(const fs::RecordOutline& record) {
     return !record.empty && !record.completed && record.pendingWork;
-}
-
-// Whether `path` walks up or stays put anywhere: such a destination cannot come from this
-// program, and it would reach outside the mount it is moved to.
-bool climbs(const std::string& path) {
-    std::size_t at = 0;
-    while (at <= path.size()) {
-        const std::size_t end = std::min(path.find('/', at), path.size());
-        const std::string part = path.substr(at, end - at);
-        if (part == "." || part == "..") return true;
-        at = end + 1;
-    }
-    return false;
 }
 
 // Whether the record of a device leaves work, read in one pass that keeps no list: nothing when
@@ -130,7 +118,7 @@ SavedUpload readSavedUpload(const std::string& file, const std::string& deviceTy
     const std::string destination = record->string("selectedDestinationShare");
     bool entriesAreRecords = true;
     for (const qvt::Value& v : *pending) entriesAreRecords = entriesAreRecords && v.isRecord();
-    if (destination.empty() || destination.front() != '/' || climbs(destination) ||
+    if (destination.empty() || destination.front() != '/' || fs::hasDotComponent(destination) ||
         !entriesAreRecords) {
         saved.status = Saved::Unreadable;
         return saved;

@@ -40,5 +40,16 @@ TEST(UserFolders, FolderHelpers) {
     EXPECT_FALSE(fileExists(""));
 }
 
+// A component that is "." or ".." anywhere, first, last or alone, is found; names that only
+// hold dots among other characters, or three dots, are names.
+TEST(PathComponents, ADotOrTwoDotsAsAComponentIsFoundAnywhere) {
+    for (const char* path : {".", "..", "/.", "/..", "./a", "../a", "/a/./b", "/a/../b", "/a/b/.",
+                             "/a/b/..", "a/..", "/a//../b"})
+        EXPECT_TRUE(hasDotComponent(path)) << path;
+    for (const char* path :
+         {"", "/", "/a/b", "a", "/a/.../b", "/.hidden/x", "/a/..b/c..", "/a/b./.c", "//a", "/a/"})
+        EXPECT_FALSE(hasDotComponent(path)) << path;
+}
+
 }  // namespace
 }  // namespace qvt::platform
