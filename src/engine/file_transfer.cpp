@@ -149,6 +149,9 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
     if (fs::platformErrorCode(rc) == fs::kUnknownWriteError && files.isAlias(partial)) rc = 0;
     if (rc == 0) rc = checkWhole(source, partial);
     if (rc == 0 && move) rc = files.flushItem(partial);
+    // A stop that could not remove the file while it was written ends it here: its hidden copy
+    // never gets the final name.
+    if (c.job().stopLeftPartialCopy) return rc;
     if (rc == 0) rc = renameToFreeName(c, partial, destination, target);
     if (rc != 0) return rc;
     c.job().inProcessDestFilePath.set("");
@@ -157,7 +160,7 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
 
 }  // namespace
 
-void QVTransferPrivate::discardPartialCopy() {
+bool QVTransferPrivate::discardPartialCopy() {
     // A volume that came back at another mount point holds the hidden copy there now.
     const std::string partial = rebasedDestination(job().inProcessDestFilePath.get());
     // Only a hidden copy this upload was writing is removed, never a file under a final name.
@@ -165,9 +168,17 @@ void QVTransferPrivate::discardPartialCopy() {
         const int rc = fs::files().removeItem(partial);
         if (rc != 0 && rc != ENOENT)
             log().write(fs::format("QVTransfer: discardPartialCopy: %@ error %d\n", partial, rc));
+        // A stop on the main thread can come while the copy thread still writes the file, and a
+        // share refuses to remove a file open for writing ("busy"): the copy thread removes it
+        // when its copy has ended, so it stays the file in hand until then.
+        if (rc == EBUSY && job().cancelled()) {
+            job().stopLeftPartialCopy = true;
+            return false;
+        }
     }
     job().inProcessDestFilePath.set("");
     job().renamingTo.set("");
+    return true;
 }
 
 namespace {
@@ -198,7 +209,13 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
         rc = placeFile(c, source, destination, move, target);
     }
     if (upload.cancelled()) {
-        c.discardPartialCopy();
+        // A stop that found the hidden copy still being written left it, and the shares,
+        // to this thread: it goes now that the copy has let go of it.
+        if (upload.stopLeftPartialCopy.exchange(false)) {
+            if (c.discardPartialCopy()) c.unmountEveryMountedShare();
+        } else {
+            c.discardPartialCopy();
+        }
         return Step::Done;
     }
 

@@ -47,9 +47,9 @@ void runCancelSteps(QVTransferPrivate& c) {
 
     // The file in mid-copy is incomplete: its hidden copy goes. Files finished earlier stay,
     // and nothing under a final name is touched.
-    c.discardPartialCopy();
-
-    c.unmountEveryMountedShare();
+    // A share refuses to remove a file still open for writing: the copy thread then removes
+    // it when its copy ends, and lets the shares go after it.
+    if (c.discardPartialCopy()) c.unmountEveryMountedShare();
     c.sendCancelledQVTransfer();
     c.view()->detachSourceDropTarget();
 }

@@ -57,6 +57,7 @@ void UploadJob::reset() {
 
 void UploadJob::begin() {
     takenNames.clear();
+    stopLeftPartialCopy = false;
     {
         std::lock_guard lock(mutex_);
         state_ = UploadState::Copying;

@@ -135,6 +135,10 @@ class UploadJob {
     // The final name the file in hand is being renamed to, while that rename has no answer
     // yet or failed on a lost device: the server may have done it all the same.
     Guarded<std::string> renamingTo;
+    // Set when a stop could not remove the hidden copy in hand because its copy still had it
+    // open (a share refuses that): the copy thread then neither names it nor keeps it, and
+    // removes it once its copy has ended.
+    std::atomic<bool> stopLeftPartialCopy{false};
     // True while an upload taken up after a restart runs its copy loop.
     std::atomic<bool> resumedAfterRestart{false};
     // The names in use in the destination folders where a name clashed; begin() forgets them.

@@ -276,7 +276,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void reportFilesGoneSinceTheCount(const qvt::Record& row, const std::string& source,
                                       const std::string& destination, std::int64_t met);
     // Removes the hidden copy of the file in hand (an unfinished one) and forgets it.
-    void discardPartialCopy();
+    // False when the hidden copy could not go yet (its copy still writes it) and is kept in
+    // hand for the copy thread to remove.
+    bool discardPartialCopy();
     // The clash-free name (no folder, no extension) for a path given without its extension.
     std::string getDuplicateFileName(const std::string& pathWithoutExtension);
     // The end-of-upload step: final texts, bars, failed list, messages and the last save (main).

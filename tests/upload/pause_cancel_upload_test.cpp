@@ -6,7 +6,10 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
 
+#include "engine/partial_copy.h"
 #include "platform/clock.h"
 #include "platform/files.h"
 #include "upload_fixture.h"
@@ -225,6 +228,54 @@ TEST_F(PauseCancelUpload, StopAndCancelInTheBigFileRemovesItKeepsEarlierFilesTel
     ASSERT_TRUE(record);
     EXPECT_TRUE(record->empty());
     // The sources are untouched.
+    EXPECT_EQ(difference(expected, snapshot(tree, true)), "");
+}
+
+// A share refuses to remove a file that is still open for writing. A layer that does the same
+// for hidden copies while `refuse` is set.
+class RemovalRefusedWhileWritten : public HoldingFiles {
+  public:
+    int removeItem(const std::string& path) override {
+        if (refuse && engine::isTemporaryName(fs::path(path).filename().string())) return EBUSY;
+        return HoldingFiles::removeItem(path);
+    }
+    std::atomic<bool> refuse{false};
+};
+
+// The stop comes while the big file's copy still holds it open, and its removal is refused: the
+// copy thread removes it once its copy has let go of it, and never gives it the final name.
+TEST_F(PauseCancelUpload, AStopWhoseRemovalIsRefusedLeavesTheCopyToRemoveItsHiddenFile) {
+    RemovalRefusedWhileWritten files;
+    FilesOverride useFiles(&files);
+    UploadSession s(dasDeviceFor(*volume));
+    ReleaseOnExit releaseOnExit{files};
+    ASSERT_NO_FATAL_FAILURE(prepare(s));
+    files.holdCopyOf("/big/huge.bin");
+    s.upload(dest);
+    ASSERT_TRUE(files.waitHeld(120));
+    const std::string partial = s.c().job().inProcessDestFilePath.get();
+    ASSERT_TRUE(isPartialCopyOf(partial, bigAtDest));
+    std::map<std::string, std::string> earlier;
+    for (const std::string& rel : filesAtDest())
+        if (dest + "/" + rel != partial) earlier[rel] = sha256Of(dest + "/" + rel);
+
+    files.refuse = true;
+    s.c().cancelUploadFiles(0);
+    s.c().cancelUploadFiles(2);
+    EXPECT_TRUE(s.c().uploadCancelled());
+    // Refused: still there, and still the file in hand.
+    EXPECT_TRUE(fs::exists(partial));
+    EXPECT_EQ(s.c().job().inProcessDestFilePath.get(), partial);
+    files.refuse = false;
+    files.release();
+    ASSERT_TRUE(s.settle());
+
+    EXPECT_FALSE(fs::exists(partial));
+    EXPECT_FALSE(fs::exists(bigAtDest));
+    EXPECT_EQ(s.delegate().cancelCount.load(), 1);
+    std::map<std::string, std::string> after;
+    for (const std::string& rel : filesAtDest()) after[rel] = sha256Of(dest + "/" + rel);
+    EXPECT_EQ(after, earlier);
     EXPECT_EQ(difference(expected, snapshot(tree, true)), "");
 }
 
