@@ -78,6 +78,21 @@ class PauseCancelUpload : public ::testing::Test {
 
     // The files now at the destination (relative to it).
     std::set<std::string> filesAtDest() const { return filesOf(snapshot(dest, false)); }
+    // The same with their contents, leaving out the file at `except`.
+    std::map<std::string, std::string> digestsAtDest(const std::string& except = "") const {
+        std::map<std::string, std::string> digests;
+        for (const std::string& rel : filesAtDest())
+            if (dest + "/" + rel != except) digests[rel] = sha256Of(dest + "/" + rel);
+        return digests;
+    }
+    // Starts the upload and waits until the big file's copy is held: the path of its hidden
+    // copy ("" when it is not held in time).
+    std::string uploadUntilTheBigFileIsHeld(UploadSession& s, HoldingFiles& files) {
+        files.holdCopyOf("/big/huge.bin");
+        s.upload(dest);
+        if (!files.waitHeld(120)) return "";
+        return s.c().job().inProcessDestFilePath.get();
+    }
 
     mounttest::MountSandbox box;
     std::unique_ptr<Ext4Volume> volume;
@@ -183,18 +198,13 @@ TEST_F(PauseCancelUpload, StopAndCancelInTheBigFileRemovesItKeepsEarlierFilesTel
     UploadSession s(dasDeviceFor(*volume));
     ReleaseOnExit releaseOnExit{files};
     ASSERT_NO_FATAL_FAILURE(prepare(s));
-    files.holdCopyOf("/big/huge.bin");
-    s.upload(dest);
-    ASSERT_TRUE(files.waitHeld(120));
-    const std::string partial = s.c().job().inProcessDestFilePath.get();
+    const std::string partial = uploadUntilTheBigFileIsHeld(s, files);
     ASSERT_TRUE(isPartialCopyOf(partial, bigAtDest));
     ASSERT_TRUE(fs::exists(partial));
     EXPECT_FALSE(fs::exists(bigAtDest));
 
     // Files finished before the big one, with their contents.
-    std::map<std::string, std::string> earlier;
-    for (const std::string& rel : filesAtDest())
-        if (dest + "/" + rel != partial) earlier[rel] = sha256Of(dest + "/" + rel);
+    const auto earlier = digestsAtDest(partial);
 
     // The stop button (pause and the confirmation), then the confirmation's stop button.
     s.c().cancelUploadFiles(0);
@@ -210,9 +220,7 @@ TEST_F(PauseCancelUpload, StopAndCancelInTheBigFileRemovesItKeepsEarlierFilesTel
     EXPECT_FALSE(fs::exists(bigAtDest));
     EXPECT_FALSE(s.c().isFileTransferCompleted());
     EXPECT_EQ(s.delegate().cancelCount.load(), 1);
-    std::map<std::string, std::string> after;
-    for (const std::string& rel : filesAtDest()) after[rel] = sha256Of(dest + "/" + rel);
-    EXPECT_EQ(after, earlier);
+    EXPECT_EQ(digestsAtDest(), earlier);
     for (const auto& [rel, digest] : earlier) {
         if (rel == "later.txt") continue;
         EXPECT_EQ(digest,
@@ -250,14 +258,9 @@ TEST_F(PauseCancelUpload, AStopWhoseRemovalIsRefusedLeavesTheCopyToRemoveItsHidd
     UploadSession s(dasDeviceFor(*volume));
     ReleaseOnExit releaseOnExit{files};
     ASSERT_NO_FATAL_FAILURE(prepare(s));
-    files.holdCopyOf("/big/huge.bin");
-    s.upload(dest);
-    ASSERT_TRUE(files.waitHeld(120));
-    const std::string partial = s.c().job().inProcessDestFilePath.get();
+    const std::string partial = uploadUntilTheBigFileIsHeld(s, files);
     ASSERT_TRUE(isPartialCopyOf(partial, bigAtDest));
-    std::map<std::string, std::string> earlier;
-    for (const std::string& rel : filesAtDest())
-        if (dest + "/" + rel != partial) earlier[rel] = sha256Of(dest + "/" + rel);
+    const auto earlier = digestsAtDest(partial);
 
     files.refuse = true;
     s.c().cancelUploadFiles(0);
@@ -273,9 +276,7 @@ TEST_F(PauseCancelUpload, AStopWhoseRemovalIsRefusedLeavesTheCopyToRemoveItsHidd
     EXPECT_FALSE(fs::exists(partial));
     EXPECT_FALSE(fs::exists(bigAtDest));
     EXPECT_EQ(s.delegate().cancelCount.load(), 1);
-    std::map<std::string, std::string> after;
-    for (const std::string& rel : filesAtDest()) after[rel] = sha256Of(dest + "/" + rel);
-    EXPECT_EQ(after, earlier);
+    EXPECT_EQ(digestsAtDest(), earlier);
     EXPECT_EQ(difference(expected, snapshot(tree, true)), "");
 }
 
