@@ -146,6 +146,13 @@ void ConsoleSession::showProgress(bool force) {
 
 void ConsoleSession::showPauseChange() {
     const StatusSnapshot status = view_.status();
+    // A stop ends the wait and the pause with the upload: the device is not back and nothing
+    // goes on, so neither is said; "Stopped." follows.
+    if (delegate_->cancelled || status.state == engine::UploadState::Cancelled) {
+        waitingFor_ = Waiting::Nothing;
+        pausedShown_ = status.paused;
+        return;
+    }
     // The end of a wait for the device or for room, told once.
     if ((waitingFor_ == Waiting::Device && !status.deviceMissing) ||
         (waitingFor_ == Waiting::Space && !status.deviceFull)) {

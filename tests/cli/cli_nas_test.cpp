@@ -228,6 +228,40 @@ TEST_F(CliNas, TheDeviceGoesAwayMidUploadAndTheUploadGoesOnByItselfWhenItIsBack)
         EXPECT_EQ(e.path().filename().string().find(".qvtransfer-"), std::string::npos) << e.path();
 }
 
+TEST_F(CliNas, AStopWhileTheDeviceIsAwaySaysStoppedAndNeverThatTheDeviceIsBack) {
+    fs::create_directories(share("Family") + "/Trips");
+    makeManyFiles(work / "src/Many", 1500);
+    auto args = deviceArgs();
+    for (const std::string a :
+         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
+        args.push_back(a);
+    args.push_back(work / "src/Many");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    child.write(std::string(kPassword) + "\n");
+    child.closeInput();
+    ASSERT_TRUE(pollUntil(
+        [&] {
+            return fs::exists(share("Family") + "/Trips/Many") &&
+                   filesBelow(share("Family") + "/Trips/Many").size() > 50;
+        },
+        kDeadline));
+    device_.stop();
+    samba_->stop();
+    ASSERT_TRUE(child.waitForOutput("is not reachable", kDeadline))
+        << child.output() << child.errors();
+
+    // Ctrl-C while the upload waits: the device is still away and nothing goes on.
+    child.signal(SIGINT);
+    EXPECT_EQ(child.waitForExit(kDeadline), 130) << child.output() << child.errors();
+    EXPECT_NE(child.output().find("Stopped."), std::string::npos) << child.output();
+    EXPECT_EQ(child.output().find("The device is back"), std::string::npos) << child.output();
+    EXPECT_EQ(child.output().find("Resumed."), std::string::npos) << child.output();
+    // The next test finds the device's shares served.
+    std::string error;
+    ASSERT_TRUE(samba_->start(&error)) << error;
+}
+
 TEST_F(CliNas, AKilledUploadIsTakenUpWithResumeAndEveryFileArrivesOnce) {
     fs::create_directories(share("Family") + "/Trips");
     makeManyFiles(work / "src/Many", 1200);
