@@ -319,6 +319,11 @@
         <source>The record of the interrupted upload could not be read, so the upload cannot be taken up.</source>
         <translation>Die Aufzeichnung des unterbrochenen Uploads konnte nicht gelesen werden, daher kann der Upload nicht fortgesetzt werden.</translation>
     </message>
+    <message id="RESUME_ACCOUNT_REFUSED_txt">
+        <source>%@ did not accept the account name or password, so the interrupted upload cannot be taken up. Give the account's password again and try once more.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>%@ hat den Kontonamen oder das Passwort nicht angenommen, daher kann der unterbrochene Upload nicht fortgesetzt werden. Geben Sie das Passwort des Kontos erneut ein und versuchen Sie es noch einmal.</translation>
+    </message>
     <message id="RESUME_NOT_MOUNTED_txt">
         <source>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</source>
         <extracomment>%@ is replaced by the name of the device.</extracomment>

@@ -319,6 +319,11 @@
         <source>The record of the interrupted upload could not be read, so the upload cannot be taken up.</source>
         <translation>The record of the interrupted upload could not be read, so the upload cannot be taken up.</translation>
     </message>
+    <message id="RESUME_ACCOUNT_REFUSED_txt">
+        <source>%@ did not accept the account name or password, so the interrupted upload cannot be taken up. Give the account's password again and try once more.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>%@ did not accept the account name or password, so the interrupted upload cannot be taken up. Give the account's password again and try once more.</translation>
+    </message>
     <message id="RESUME_NOT_MOUNTED_txt">
         <source>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</source>
         <extracomment>%@ is replaced by the name of the device.</extracomment>

@@ -319,6 +319,11 @@
         <source>The record of the interrupted upload could not be read, so the upload cannot be taken up.</source>
         <translation>L’enregistrement de l’envoi interrompu est illisible, l’envoi ne peut donc pas être repris.</translation>
     </message>
+    <message id="RESUME_ACCOUNT_REFUSED_txt">
+        <source>%@ did not accept the account name or password, so the interrupted upload cannot be taken up. Give the account's password again and try once more.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>%@ n’a pas accepté le nom du compte ou le mot de passe, l’envoi interrompu ne peut donc pas être repris. Indiquez de nouveau le mot de passe du compte et réessayez.</translation>
+    </message>
     <message id="RESUME_NOT_MOUNTED_txt">
         <source>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</source>
         <extracomment>%@ is replaced by the name of the device.</extracomment>

@@ -158,6 +158,7 @@ void QVTransferMountDestination::logMount(const std::string& url, int status,
                                           const std::string& result,
                                           const platform::PlatformVersion& version,
                                           const std::string& password) {
+    lastShareMountStatus_ = status;
     auto log = log_.get();
     if (!log) return;
     const std::string line =

@@ -2,6 +2,7 @@
 // remembering the mount points made, so the wizard can release them later.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -55,6 +56,10 @@ class QVTransferMountDestination {
                                std::int64_t mounted, const std::string& path,
                                const std::string& mountDir);
 
+    // The status of the last share mount this object tried (0, or the error number): a
+    // mount refused for the account (EACCES, EPERM) is told apart from a device not reached.
+    int lastShareMountStatus() const { return lastShareMountStatus_.load(); }
+
     // ---- Shared with the controller's mount operations ----
     // Whether some mounted volume's path contains `path` (plain substring test).
     static bool anyVolumePathContains(const std::string& path);
@@ -84,6 +89,7 @@ class QVTransferMountDestination {
     void record(const std::string& path);
 
     Guarded<std::shared_ptr<platform::Log>> log_;
+    std::atomic<int> lastShareMountStatus_{0};
 };
 
 }  // namespace qvt

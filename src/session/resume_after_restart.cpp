@@ -2,6 +2,7 @@
 // file says what was still to copy and where to; the share or volume is mounted again, the
 // destination moves to the new mount, and the pending sources are copied with the progress
 // screen shown at once.
+#include <cerrno>
 #include <charconv>
 #include <memory>
 #include <optional>
@@ -281,16 +282,23 @@ void QVTransferPrivate::prepareResumeAfterRestart() {
     addResumedTotals();
 
     std::string destination;
+    bool accountRefused = false;
     if (type == "NAS") {
         const std::string mountPath = mountShareForResume(savedDestination);
         if (!mountPath.empty())
             destination = qvt::engine::destinationOnNewMount(savedDestination, mountDir, mountPath);
+        // The device answered and turned the account away: another try would fail the same
+        // way until the password is given again, so the user is told which it is.
+        const int status = mountObject->lastShareMountStatus();
+        accountRefused = mountPath.empty() && (status == EACCES || status == EPERM);
     } else if (type == "DAS") {
         destination = volumeDestinationForResume(savedDestination, saved.key);
     }
     if (destination.empty()) {
         failResumeAfterRestart(
-            fs::format(localizedString("RESUME_NOT_MOUNTED_txt"), info.string("productName")));
+            fs::format(localizedString(accountRefused ? "RESUME_ACCOUNT_REFUSED_txt"
+                                                      : "RESUME_NOT_MOUNTED_txt"),
+                       info.string("productName")));
         return;
     }
 

@@ -325,6 +325,26 @@ TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {
     EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
 }
 
+TEST_F(CliNas, AResumeWithAPasswordTheDeviceRefusesNamesThePassword) {
+    fs::create_directories(share("Family") + "/Trips");
+    const std::string record = recordPendingMemo("Family/Trips");
+    ASSERT_EQ(SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, "not the password"), 0);
+    auto args = deviceArgs();
+    args.push_back("--resume");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, kPassword);
+    EXPECT_NE(child.errors().find("Test Cloud did not accept the account name or password, so "
+                                  "the interrupted upload cannot be taken up."),
+              std::string::npos)
+        << child.errors();
+    EXPECT_EQ(child.errors().find("could not be reached"), std::string::npos) << child.errors();
+    EXPECT_FALSE(fs::exists(share("Family") + "/Trips/memo.txt"));
+    EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
+}
+
 // The account given with --user and --password-stdin takes up an upload to a private share
 // whatever the keychain holds (here a wrong password; a machine may run no keychain at all).
 TEST_F(CliNas, ResumeUsesTheAccountGivenOnTheCommandLine) {
