@@ -273,6 +273,10 @@ void ConsoleSession::startUpload() {
     terminal_.setRawInput(true);
     terminal_.startKeys([this](char k) { onKey(k); }, [this] { handleKeys(); });
     actions_.uploadFiles();
+    // Refused before it began (a destination a source folder holds, or one a link leads off
+    // the device): the reason is on stderr already, and nothing was copied.
+    if (actions_.statusSnapshot().state == engine::UploadState::Idle)
+        return finish(kExitBadArguments, "");
     if (options_.json)
         emitJsonEvent("started", {{"resumed", false},
                                   {"files", files},

@@ -319,6 +319,16 @@
         <source>The record of the interrupted upload could not be read, so the upload cannot be taken up.</source>
         <translation>The record of the interrupted upload could not be read, so the upload cannot be taken up.</translation>
     </message>
+    <message id="DESTINATION_OFF_VOLUME_txt">
+        <source>The folder %@ leads off %@ through a link. Choose a folder on the device itself.</source>
+        <extracomment>The first %@ is replaced by the destination folder, the second by the name of the device.</extracomment>
+        <translation>The folder %@ leads off %@ through a link. Choose a folder on the device itself.</translation>
+    </message>
+    <message id="DESTINATION_IN_SOURCE_txt">
+        <source>The destination folder is inside %@, which is being uploaded: a folder cannot be uploaded into itself. Choose a destination outside it.</source>
+        <extracomment>%@ is replaced by the source folder.</extracomment>
+        <translation>The destination folder is inside %@, which is being uploaded: a folder cannot be uploaded into itself. Choose a destination outside it.</translation>
+    </message>
     <message id="RESUME_ACCOUNT_REFUSED_txt">
         <source>%@ did not accept the account name or password, so the interrupted upload cannot be taken up. Give the account's password again and try once more.</source>
         <extracomment>%@ is replaced by the name of the device.</extracomment>

@@ -79,6 +79,11 @@ void QVTransferPrivate::uploadFiles() {
         view()->showNotice(qvt::Notice{localizedString("NO_DESTINATION_txt"), localeCLOSE_btn});
         return;
     }
+    if (const std::string refusal = destinationRefusal(destination); !refusal.empty()) {
+        log().write("QVTransfer: uploadFiles: the destination folder is refused \n");
+        view()->showNotice(qvt::Notice{refusal, localeCLOSE_btn});
+        return;
+    }
     // The state file keeps one upload: a second process's upload would replace the record of
     // the one running, which a crash of that one could then not be taken up from.
     if (const auto holder = claimUploads()) {
@@ -168,6 +173,16 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
             continue;
         }
         const std::string destination = qvt::engine::appendingPathComponent(share, name);
+        // A folder added while the upload runs may hold the destination, which the check
+        // before the start could not see.
+        if (deviceType() == "DAS" && fmt::files().isFolder(source) &&
+            sourceHoldsDestination(source, fmt::files().realPath(share))) {
+            processFileTransferStatus(
+                source, share,
+                qvt::TransferError{
+                    ELOOP, fmt::format(localizedString("DESTINATION_IN_SOURCE_txt"), source)});
+            continue;
+        }
         if (!afterRestart)
             log().write(fmt::format("QVTransfer: Uploading file/folder %@ to %@ Time: %@\n", source,
                                     qvt::engine::lastPathComponent(share), logTime(*this)));

@@ -117,6 +117,9 @@ class FileLayer {
     // Which item the path leads to (following links): its device and inode, equal for two
     // paths exactly when they reach the same item; nothing when it cannot be read.
     virtual std::optional<ItemIdentity> identity(const std::string& path);
+    // The path of a local item with every link and "." or ".." resolved, as the kernel reaches
+    // it; "" when it cannot be read, and for a share's path (a share keeps its links to itself).
+    virtual std::string realPath(const std::string& path);
     virtual VolumeFacts volumeFacts(const std::string& path);
     // Writes out what the kernel still holds in memory for the local volume of `path`, so a disk
     // unplugged after the upload has every byte. A share has nothing to flush: its writes are

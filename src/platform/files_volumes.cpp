@@ -16,12 +16,18 @@ namespace qvt::platform {
 
 namespace {
 
-std::string realPath(const std::string& path) {
+std::string realOrNormalPath(const std::string& path) {
     char buf[PATH_MAX];
     return realpath(path.c_str(), buf) ? std::string(buf) : normalizePath(path);
 }
 
 }  // namespace
+
+std::string FileLayer::realPath(const std::string& path) {
+    if (path.empty() || shareMounts().resolve(path)) return "";
+    char buf[PATH_MAX];
+    return realpath(path.c_str(), buf) ? std::string(buf) : std::string();
+}
 
 int FileLayer::flushVolume(const std::string& path) {
     if (path.empty()) return ENOENT;
@@ -70,7 +76,7 @@ VolumeFacts FileLayer::volumeFacts(const std::string& path) {
     if (statvfs(path.c_str(), &sv) == 0)
         facts.availableCapacity = static_cast<std::uint64_t>(sv.f_bavail) * sv.f_frsize;
     // The kernel mount of the path's device whose mount point holds the path.
-    const std::string real = realPath(path);
+    const std::string real = realOrNormalPath(path);
     const KernelMount* best = nullptr;
     const auto mounts = kernelMounts();
     for (const auto& m : mounts) {

@@ -248,6 +248,13 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // The Upload button: takes the destination from the outline's selected row, shows the
     // status screen and starts the upload's four concurrent tasks (main).
     void uploadFiles() override;
+    // Why nothing may be uploaded to `destination`, as a sentence for the user; "" when it may.
+    // On an attached disk the folder must lie, once its links are followed, on the device's
+    // own volume, and no source folder may hold it.
+    std::string destinationRefusal(const std::string& destination);
+    // The source folder `source` that holds `destination` (its real path, "" when unknown), or
+    // is it: copying it there would copy its own copy again, without end.
+    bool sourceHoldsDestination(const std::string& source, const std::string& realDestination);
     // The copy loop over sourceFilesArray; the upload's own thread. The resume and retry paths
     // run it over their own lists.
     void copySourceFiles();

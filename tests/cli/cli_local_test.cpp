@@ -359,6 +359,31 @@ TEST_F(CliTest, ADestinationThatIsNotThereIsABadArgument) {
     EXPECT_TRUE(filesBelow(volume.path()).empty());
 }
 
+TEST_F(CliTest, ADestinationInsideASourceOrOffTheVolumeIsABadArgument) {
+    TmpfsVolume volume(work / "Drive", 1 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(volume.path() + "/Photos/a.jpg", "a");
+    fs::create_directories(work / "outside");
+    fs::create_directory_symlink(work / "outside", volume.path() + "/Elsewhere");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive/Photos",
+                              volume.path() + "/Photos"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 2) << child.output() << child.errors();
+    EXPECT_NE(child.errors().find("a folder cannot be uploaded into itself"), std::string::npos)
+        << child.errors();
+    EXPECT_EQ(filesBelow(volume.path() + "/Photos").size(), 1u);
+
+    test::writeFile(work / "a.txt", "a");
+    ChildProcess other;
+    ASSERT_TRUE(
+        start(other, {"--das", volume.path(), "--destination", "Drive/Elsewhere", work / "a.txt"}));
+    other.closeInput();
+    EXPECT_EQ(other.waitForExit(kDeadline), 2) << other.output() << other.errors();
+    EXPECT_NE(other.errors().find("Elsewhere leads off"), std::string::npos) << other.errors();
+    EXPECT_TRUE(filesBelow(work / "outside").empty());
+}
+
 TEST_F(CliTest, StopKeyAsksAndYesStopsWithOneThirty) {
     TmpfsVolume volume(work / "Drive", 8 << 20);
     ASSERT_TRUE(volume.ok());

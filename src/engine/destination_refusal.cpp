@@ -1,0 +1,60 @@
+// The checks of a destination folder before anything is copied to it.
+#include <string>
+
+#include "engine/volume_lookup.h"
+#include "platform/files.h"
+#include "platform/format.h"
+#include "session/qvtransfer_private.h"
+
+namespace fmt = qvt::platform;
+
+namespace {
+
+// The folder the device's volume starts at, as the destination names it: the longest of the
+// device's volume paths and the mount point that hold it by their text. A volume the wizard
+// mounted itself lies in the mount folder, not at its recorded path.
+std::string volumeRootOf(const qvt::Record& device, const std::string& destination) {
+    std::string root = qvt::engine::mountPointOf(destination);
+    if (const qvt::List* volumes = device.list("volumeArray"))
+        for (const qvt::Value& value : *volumes)
+            if (const qvt::Record* volume = value.asRecord()) {
+                const std::string path = volume->string("volumePath");
+                if (!path.empty() && path.size() > root.size() &&
+                    qvt::engine::isUnder(destination, path))
+                    root = path;
+            }
+    return root;
+}
+
+}  // namespace
+
+bool QVTransferPrivate::sourceHoldsDestination(const std::string& source,
+                                               const std::string& realDestination) {
+    if (realDestination.empty() || !fmt::files().isFolder(source)) return false;
+    const std::string realSource = fmt::files().realPath(source);
+    return !realSource.empty() && qvt::engine::isUnder(realDestination, realSource);
+}
+
+std::string QVTransferPrivate::destinationRefusal(const std::string& destination) {
+    // A share's folders are reached through the device, which keeps its links to itself, and
+    // no local folder holds them.
+    if (deviceType() != "DAS") return "";
+    const std::string real = fmt::files().realPath(destination);
+    if (real.empty()) return "";  // a folder that cannot be read fails in the copy, as any
+
+    const qvt::Record device = deviceInfo();
+    const std::string root = volumeRootOf(device, destination);
+    const std::string realRoot = root.empty() ? std::string() : fmt::files().realPath(root);
+    if (!realRoot.empty() && !qvt::engine::isUnder(real, realRoot))
+        return fmt::format(localizedString("DESTINATION_OFF_VOLUME_txt"), destination,
+                           device.string("productName"));
+
+    const qvt::List sources = sourceFilesArray.get();
+    for (const qvt::Value& row : sources) {
+        const qvt::Record* entry = row.asRecord();
+        const std::string source = entry ? entry->string("fullFilePath") : std::string();
+        if (!source.empty() && sourceHoldsDestination(source, real))
+            return fmt::format(localizedString("DESTINATION_IN_SOURCE_txt"), source);
+    }
+    return "";
+}

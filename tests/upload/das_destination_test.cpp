@@ -1,0 +1,104 @@
+// The destination folder on a directly attached disk is checked before anything is copied: a
+// link may not lead the files off the device's volume, and a folder is never uploaded into
+// itself.
+#include <gtest/gtest.h>
+
+#include "upload_fixture.h"
+
+namespace qvt::uploadtest {
+namespace {
+
+class DasDestination : public ::testing::Test {
+  protected:
+    void TearDown() override { box.releaseMounts(); }
+
+    static std::vector<std::string> notices(UploadSession& s) {
+        std::lock_guard lock(s.harness().view->mutex);
+        return s.harness().view->notices;
+    }
+
+    mounttest::MountSandbox box;
+};
+
+TEST_F(DasDestination, AFolderThatLeadsOffTheVolumeThroughALinkIsRefused) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    UploadSession s(dasDeviceFor(volume));
+    const std::string file = s.home() + "/sources/memo.txt";
+    test::writeFile(file, "memo");
+    const std::string outside = s.home() + "/not on the disk";
+    fs::create_directories(outside);
+    fs::create_directory_symlink(outside, volume.path() + "/Elsewhere");
+    ASSERT_TRUE(s.addSources({file}));
+    ASSERT_TRUE(s.toDestination(false));
+
+    s.upload(volume.path() + "/Elsewhere");
+    ASSERT_TRUE(s.settle());
+    const auto said = notices(s);
+    ASSERT_EQ(said.size(), 1u);
+    EXPECT_EQ(said.back(),
+              "The folder " + volume.path() +
+                  "/Elsewhere leads off Test Drive through a link. Choose a folder on the "
+                  "device itself.");
+    EXPECT_TRUE(namesIn(outside).empty());
+    EXPECT_EQ(s.c().job().state(), engine::UploadState::Idle);
+    EXPECT_FALSE(s.c().isFileTransferCompleted());
+}
+
+TEST_F(DasDestination, ALinkToAnotherFolderOnTheVolumeIsFollowed) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    UploadSession s(dasDeviceFor(volume));
+    const std::string file = s.home() + "/sources/memo.txt";
+    test::writeFile(file, "memo");
+    fs::create_directories(volume.path() + "/Photos/2026");
+    fs::create_directory_symlink(volume.path() + "/Photos/2026", volume.path() + "/This year");
+    ASSERT_TRUE(s.addSources({file}));
+    ASSERT_TRUE(s.toDestination(false));
+
+    s.upload(volume.path() + "/This year");
+    ASSERT_TRUE(s.waitCompleted());
+    EXPECT_TRUE(notices(s).empty());
+    EXPECT_EQ(test::readFile(volume.path() + "/Photos/2026/memo.txt"), "memo");
+}
+
+TEST_F(DasDestination, AFolderIsNeverUploadedIntoItselfOrAFolderInsideIt) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    UploadSession s(dasDeviceFor(volume));
+    const std::string photos = volume.path() + "/Photos";
+    test::writeFile(photos + "/a.jpg", "a");
+    test::writeFile(photos + "/Trips/b.jpg", "b");
+    const std::string memo = s.home() + "/sources/memo.txt";
+    test::writeFile(memo, "memo");
+    ASSERT_TRUE(s.addSources({memo, photos}));
+    ASSERT_TRUE(s.toDestination(false));
+    const auto before = snapshot(photos, true);
+
+    // Into a folder inside it, reached through a link too, and into itself.
+    fs::create_directory_symlink(photos + "/Trips", volume.path() + "/Trips");
+    const std::string refusal = "The destination folder is inside " + photos +
+                                ", which is being uploaded: a folder cannot be uploaded into "
+                                "itself. Choose a destination outside it.";
+    for (const std::string& into : {photos + "/Trips", volume.path() + "/Trips", photos}) {
+        s.upload(into);
+        ASSERT_TRUE(s.settle());
+        const auto said = notices(s);
+        ASSERT_FALSE(said.empty()) << into;
+        EXPECT_EQ(said.back(), refusal) << into;
+    }
+    EXPECT_EQ(notices(s).size(), 3u);
+    EXPECT_EQ(difference(before, snapshot(photos, true)), "");
+    EXPECT_EQ(s.c().job().state(), engine::UploadState::Idle);
+
+    // Beside it, the same sources upload.
+    fs::create_directories(volume.path() + "/Backup");
+    s.upload(volume.path() + "/Backup");
+    ASSERT_TRUE(s.waitCompleted());
+    EXPECT_EQ(notices(s).size(), 3u);
+    EXPECT_EQ(difference(before, snapshot(volume.path() + "/Backup/Photos", true)), "");
+    EXPECT_EQ(test::readFile(volume.path() + "/Backup/memo.txt"), "memo");
+}
+
+}  // namespace
+}  // namespace qvt::uploadtest
