@@ -164,6 +164,14 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void rearrangeSourceFilesList();
     // A row's count has ended: its spinner goes (main).
     void removeTablevIewSubviewWithIDentifier(const std::string& identifier);
+    // From a count's end (any thread): one reload of the rows and the summary line is queued
+    // on the main thread unless one waits there already, which will show this count too.
+    // Thousands of rows counted one after the other would otherwise reload the whole table
+    // twice each, and the time grows with the square of the rows.
+    void reloadSourcesAfterCount(const std::string& identifier);
+    std::atomic<bool> sourcesReloadQueued{false};
+    // Where the search for the next counted row starts: after the row counted last.
+    std::atomic<std::size_t> countedRowHint{0};
     // The tool tip of a cell of the source table: the row's path in "fullPathColumn", else "".
     std::string sourceFilesToolTip(const std::string& columnIdentifier, int row) const;
     // Fills excludeSystemFilesList and excludeSourceFilesArray: the listed paths that contain a

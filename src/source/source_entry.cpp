@@ -147,4 +147,10 @@ std::string zeroSummaryLine(std::int64_t files, std::int64_t folders, double byt
                        fmt::format("%4.2f%@", bytes, std::string("bytes")));
 }
 
+bool hasText(const Record& row, std::string_view key, std::string_view text) {
+    const Value* value = row.find(key);
+    const std::string* s = value ? value->asString() : nullptr;
+    return s && *s == text;
+}
+
 }  // namespace qvt::source

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "qvtransfer/Value.h"
@@ -18,6 +19,10 @@ std::string joinPath(const std::string& folder, const std::string& component);
 std::string displayName(const std::string& path);
 // The desktop icon name of the item's type ("inode-directory", "text-plain", ...).
 std::string iconNameForPath(const std::string& path);
+
+// Whether the row's value under `key` is the text `text`, compared in place: the list is
+// searched by path once per row added and once per count.
+bool hasText(const Record& row, std::string_view key, std::string_view text);
 
 // A new row for `path`, checked and waiting for its count. Rows of the default folders carry
 // no "fileSize" until counted (`withFileSize` false); dropped and chosen ones carry 1.

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/dispatch.h"
@@ -46,19 +47,25 @@ static void addSourcePaths(QVTransferPrivate& owner, const std::vector<std::stri
                            bool onMain) {
     auto self = owner.shared_from_this();
     std::vector<Record> requests;
-    for (const std::string& path : paths) {
-        const Record entry = src::makeSourceEntry(path, true);
-        const Value row(entry);
-        const bool added = owner.sourceFilesArray.with([&](List& list) {
-            for (const Value& value : list)
-                if (const Record* row = value.asRecord();
-                    row && row->string("fullFilePath") == path)
-                    return false;
-            list.push_back(row);
-            return true;
-        });
-        if (added) requests.push_back(src::makeTotalsRequest(entry, "add"));
-    }
+    // Made before the list is locked: a row's icon is looked up on the disk.
+    std::vector<Record> entries;
+    entries.reserve(paths.size());
+    for (const std::string& path : paths) entries.push_back(src::makeSourceEntry(path, true));
+    // The rows' paths are gathered once, not searched for each path added (thousands of files
+    // chosen one by one would cost the square of their number), under the same lock as the
+    // additions, so that another thread's addition is seen.
+    owner.sourceFilesArray.with([&](List& list) {
+        std::unordered_set<std::string> listed;
+        for (const Value& value : list)
+            if (const Record* row = value.asRecord())
+                if (const Value* path = row->find("fullFilePath"); path && path->asString())
+                    listed.insert(*path->asString());
+        for (std::size_t i = 0; i < paths.size(); ++i) {
+            if (!listed.insert(paths[i]).second) continue;
+            list.push_back(Value(entries[i]));
+            requests.push_back(src::makeTotalsRequest(entries[i], "add"));
+        }
+    });
     if (onMain)
         owner.rearrangeSourceFilesList();
     else

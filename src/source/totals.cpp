@@ -1,5 +1,7 @@
 // The running totals of the source list: files, folders and bytes of every counted, ticked row,
 // and the summary line under the list.
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -18,20 +20,38 @@ namespace {
 
 // Writes a finished count into the row of `path`: the first row of that path still waiting for
 // its count, else the first row of that path. A row deleted meanwhile gets nothing.
-void writeRowCounts(qvt::Guarded<qvt::List>& rows, const std::string& path,
-                    const src::TreeCount& count, const src::CountWords& words) {
+//
+// Counts end in the order the rows were added, so the search starts after the row written
+// last (`hint`) and wraps around: a list of thousands of rows is not searched from its top
+// for each of them. Two rows of one path waiting at once (a default folder listed twice) may
+// then be written in the other order; both receive the same path's count either way.
+void writeRowCounts(qvt::Guarded<qvt::List>& rows, std::atomic<std::size_t>& hint,
+                    const std::string& path, const src::TreeCount& count,
+                    const src::CountWords& words) {
     rows.with([&](qvt::List& list) {
+        const std::size_t n = list.size();
+        const std::size_t last = hint.load(std::memory_order_relaxed);
+        const std::size_t start = last < n ? last : 0;
         Record* target = nullptr;
-        for (Value& value : list) {
-            Record* row = value.asRecord();
-            if (!row || row->string("fullFilePath") != path) continue;
-            if (!target) target = row;
-            if (row->string("numberOfFiles") == src::kCountingPlaceholder) {
+        std::size_t at = n;
+        for (std::size_t k = 0; k < n && !target; ++k) {
+            const std::size_t i = (start + k) % n;
+            Record* row = list[i].asRecord();
+            if (row && src::hasText(*row, "fullFilePath", path) &&
+                src::hasText(*row, "numberOfFiles", src::kCountingPlaceholder)) {
                 target = row;
-                break;
+                at = i;
+            }
+        }
+        for (std::size_t i = 0; i < n && !target; ++i) {
+            Record* row = list[i].asRecord();
+            if (row && src::hasText(*row, "fullFilePath", path)) {
+                target = row;
+                at = i;
             }
         }
         if (!target) return;
+        hint.store(at + 1, std::memory_order_relaxed);
         target->set("numberOfFiles", src::filesLabel(count.files, words));
         target->set("numberOfFolders", src::foldersLabel(count.folders, words));
         target->set("fileSize", Value(static_cast<unsigned long long>(count.bytes)));
@@ -75,7 +95,7 @@ void QVTransferPrivate::calculateTotalNumberOfFilesFoldersAndSize(const Record& 
         totalNumberOfSourceFiles += count.files;
         totalNumberOfSourceFolders += count.folders;
         totalSourceFilesSize += count.bytes;
-        writeRowCounts(sourceFilesArray, path, count, words);
+        writeRowCounts(sourceFilesArray, countedRowHint, path, count, words);
     }
 
     const std::int64_t files = totalNumberOfSourceFiles.load();
@@ -101,11 +121,17 @@ void QVTransferPrivate::calculateTotalNumberOfFilesFoldersAndSize(const Record& 
         if (write) line = src::zeroSummaryLine(files, folders, bytes, words);
     }
 
+    // The field shows the latest line whichever count wrote last.
+    if (write) numberOfFilesAndFolders.set(line);
+    reloadSourcesAfterCount(path);
+}
+
+void QVTransferPrivate::reloadSourcesAfterCount(const std::string& identifier) {
+    if (sourcesReloadQueued.exchange(true)) return;
     auto self = shared_from_this();
-    if (write) {
-        numberOfFilesAndFolders.set(line);
-        // The field shows the latest line whichever count posted last.
-        dispatcher().mainAsync([self] { self->rearrangeSourceFilesList(); });
-    }
-    dispatcher().mainAsync([self, path] { self->removeTablevIewSubviewWithIDentifier(path); });
+    dispatcher().mainAsync([self, identifier] {
+        // Cleared before the reload: a count that ends during it queues the next one.
+        self->sourcesReloadQueued = false;
+        self->removeTablevIewSubviewWithIDentifier(identifier);
+    });
 }

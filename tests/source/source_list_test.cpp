@@ -29,6 +29,36 @@ TEST_F(SourceList, DroppingTheSameFileTwiceAddsOneRow) {
     EXPECT_EQ(rows().size(), 1u);
 }
 
+TEST_F(SourceList, EachOfManyRowsAddedInSeveralDropsGetsItsOwnCount) {
+    // Each file a different size, so that a count written into another row shows.
+    std::vector<std::string> all;
+    for (int i = 1; i <= 600; ++i) {
+        all.push_back(home + "/many/f" + std::to_string(i));
+        writeFile(all.back(), bytesOf(static_cast<std::size_t>(i)));
+    }
+    writeFile(home + "/many/folder/inner", bytesOf(1000));
+    // The drops overlap (the second and third repeat rows of the first) and one holds a
+    // folder, so the counts end out of the rows' order too.
+    drop(std::vector<std::string>(all.begin(), all.begin() + 300));
+    std::vector<std::string> second(all.begin() + 250, all.begin() + 450);
+    second.insert(second.begin() + 20, home + "/many/folder");
+    drop(second);
+    drop(std::vector<std::string>(all.begin() + 100, all.end()));
+    ASSERT_TRUE(allCounted());
+
+    std::vector<std::string> expected(all.begin(), all.begin() + 300);
+    expected.push_back(home + "/many/folder");
+    expected.insert(expected.end(), all.begin() + 300, all.end());
+    EXPECT_EQ(paths(), expected);
+    for (const Record& row : rows()) {
+        const std::string path = row.string("fullFilePath");
+        const std::uint64_t size =
+            path == home + "/many/folder" ? 1000 : std::stoull(path.substr(path.rfind("/f") + 2));
+        EXPECT_EQ(row.find("fileSize")->toUInt64(), size) << path;
+    }
+    expectTotals(601, 1, 600 * 601 / 2 + 1000);
+}
+
 TEST_F(SourceList, AFolderAndAFileInsideItAreTwoRowsCountedTwice) {
     writeFile(home + "/f/inner.txt", bytesOf(100));
     drop({home + "/f"});
