@@ -109,7 +109,7 @@ TEST_F(CliTest, AnUploadToAnAttachedDiskNeverLoadsTheShareLibrary) {
                                             "--destination", "Drive", work / "src/notes.txt"});
     EXPECT_EQ(test::readFile(volume.path() + "/notes.txt"), "Meeting notes\n");
     EXPECT_NE(upload.find("libQt6Core"), std::string::npos) << "no record of the loader";
-#ifndef QVT_SHARE_LIBRARY_LINKED  // the leak-checking build links it (see CMakeLists.txt)
+#ifndef QVT_SHARE_LIBRARY_LINKED  // the sanitizer builds link it (see CMakeLists.txt)
     EXPECT_EQ(upload.find("libsmbclient"), std::string::npos);
 #endif
     EXPECT_NE(loadedFiles({"--version"}).find("libsmbclient"), std::string::npos);
