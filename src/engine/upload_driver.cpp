@@ -4,7 +4,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
 
+#include "engine/partial_copy.h"
 #include "engine/path_names.h"
 #include "engine/volume_lookup.h"
 #include "platform/clock.h"
@@ -227,12 +231,51 @@ void QVTransferPrivate::reportFilesGoneSinceTheCount(const qvt::Record& row,
     // A source gone as a whole is named as such already; a file source is one file.
     bool isFolder = false;
     if (!fmt::files().exists(source, &isFolder) || !isFolder) return;
-    const std::int64_t missing = counted - met;
+    std::int64_t missing = counted - met;
+    // Taken up after a restart, the folder is copied again from its start: files that arrived
+    // before the restart and have left the source since (moved by the interrupted upload, or
+    // tidied away by the user) are at the destination, not lost.
+    if (job().resumedAfterRestart) missing -= filesArrivedBeforeTheRestart(source, destination);
+    if (missing <= 0) return;
     recordFailure(
         source, destination,
         qvt::TransferError{ENOENT, fmt::format(localizedString("SOURCE_FILES_GONE_txt"),
                                                std::to_string(missing), std::to_string(counted))},
         missing);
+}
+
+std::int64_t QVTransferPrivate::filesArrivedBeforeTheRestart(const std::string& source,
+                                                             const std::string& copy) {
+    auto& files = fmt::files();
+    // What this run wrote into the copy, read once: the list may be long and kept on disk.
+    std::unordered_set<std::string> written;
+    const std::string prefix = copy + "/";
+    inProcessSourceFilesArray.snapshot().forEach([&](std::string_view path) {
+        if (path.substr(0, prefix.size()) == prefix) written.emplace(path);
+        return true;
+    });
+    std::int64_t arrived = 0;
+    std::vector<std::string> folders{""};  // below `copy` and `source`
+    while (!folders.empty()) {
+        const std::string below = folders.back();
+        folders.pop_back();
+        for (const std::string& name : files.listFolder(copy + below)) {
+            if (qvt::engine::isTemporaryName(name)) continue;
+            const std::string path = below + "/" + name;
+            bool isFolder = false;
+            if (!files.exists(copy + path, &isFolder) || files.isAlias(copy + path)) continue;
+            if (isFolder) {
+                folders.push_back(path);
+                continue;
+            }
+            // A file this run handled is its own (a source's copy, or its twin under a new
+            // name); only one it did not write and whose source is gone arrived before.
+            if (!written.count(copy + path) && !files.exists(source + path) &&
+                !files.isAlias(source + path))
+                ++arrived;
+        }
+    }
+    return arrived;
 }
 
 bool QVTransferPrivate::sourceIsExcluded(const std::string& source) const {

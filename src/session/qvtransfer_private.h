@@ -285,6 +285,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // them: nothing of it can be copied again.
     void recordFailure(const std::string& sourcePath, const std::string& destFilePath,
                        const qvt::TransferError& error, std::int64_t filesGone = 0);
+    // The files in a source folder's copy at `copy` that this run did not write and whose
+    // source file is no longer in `source`: after a restart, those that arrived before it.
+    std::int64_t filesArrivedBeforeTheRestart(const std::string& source, const std::string& copy);
     // After a source's copy: when the copy met fewer files than the source's count held, the
     // missing ones went away after the count and before the copy listed their folder. Their
     // names are not known any more; the source is a failed item that says how many.

@@ -219,6 +219,39 @@ TEST_F(ResumeUpload, UntickedEntriesCountInTheTotalsButAreNotCopied) {
     EXPECT_FALSE(fs::exists(volume.path() + "/Unticked"));
 }
 
+// An upload with the move option that ended with the process: the files it had moved are at
+// the destination and gone from the source. Taking it up copies the folder again from its
+// start; those files are not lost, and only a file gone from both is told.
+TEST_F(ResumeUpload, FilesThatArrivedBeforeTheRestartAndLeftTheSourceAreNotToldAsGone) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    const std::string trip = makeFolder(sources.path(), "Trip", 8);
+    const Snapshot whole = snapshot(trip, true);
+    std::uint64_t bytes = 0;
+    for (const auto& [path, item] : whole) bytes += item.size;
+    // Three files moved before the process ended, and one the user deleted since.
+    for (const std::string name : {"part 0/item 0.txt", "part 1/item 1.txt", "part 0/item 2.txt"}) {
+        fs::create_directories(fs::path(volume.path() + "/Trip/" + name).parent_path());
+        fs::copy_file(trip + "/" + name, volume.path() + "/Trip/" + name);
+        fs::remove(trip + "/" + name);
+    }
+    fs::remove(trip + "/part 1/item 7.txt");
+
+    UploadSession s(dasDeviceFor(volume));
+    writeState(s, volume.uuid(), savedUpload(List{pendingEntry(trip, 8, 2, bytes)}, volume.path()));
+    resume(s);
+    ASSERT_TRUE(s.waitCompleted()) << s.logText() << resumeProblem(s);
+
+    const auto failures = s.failures();
+    ASSERT_EQ(failures.size(), 1u) << s.logText();
+    EXPECT_EQ(failures[0].string("localizedError"),
+              "Files in this folder are no longer there: 1 of the 8 counted when it was chosen.");
+    // Every file but the deleted one is at the destination, whole.
+    Snapshot expected = whole;
+    expected.erase("part 1/item 7.txt");
+    EXPECT_EQ(difference(expected, snapshot(volume.path() + "/Trip", false)), "");
+}
+
 TEST_F(ResumeUpload, TheFailuresFromBeforeTheRestartAreNotShown) {
     Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
     ASSERT_TRUE(volume.ok());
