@@ -258,10 +258,18 @@ void failUncopiableLink(QVTransferPrivate& c, const std::string& source,
     c.processFileTransferStatus(source, "", std::nullopt);
 }
 
-Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::string& destination,
+Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::string& named,
                     const std::string& destDir, bool excludeFile) {
-    // An existing folder of that name is merged into; a folder never gets a new name.
-    if (!fs::files().exists(destination)) {
+    // An existing folder of that name is merged into. A file that holds the name stays as it
+    // is, and the folder takes the clash rule's next free name, as a file would: its files
+    // could not go inside a file.
+    bool folderThere = false;
+    const bool nameTaken = fs::files().exists(named, &folderThere);
+    const std::string destination = nameTaken && !folderThere
+                                        ? appendingPathComponent(deletingLastPathComponent(named),
+                                                                 c.getDuplicateFileName(named))
+                                        : named;
+    if (!folderThere) {
         if (const int rc = fs::files().createFolder(destination, true)) {
             const int code = fs::platformErrorCode(rc);
             if (destinationVolumeLost(c) || code == fs::kUnknownWriteError) {

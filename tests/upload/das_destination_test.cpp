@@ -1,6 +1,6 @@
 // The destination folder on a directly attached disk is checked before anything is copied: a
 // link may not lead the files off the device's volume, and a folder is never uploaded into
-// itself.
+// itself. A source folder whose name a file at the destination holds gets a free name.
 #include <gtest/gtest.h>
 
 #include "upload_fixture.h"
@@ -98,6 +98,26 @@ TEST_F(DasDestination, AFolderIsNeverUploadedIntoItselfOrAFolderInsideIt) {
     EXPECT_EQ(notices(s).size(), 3u);
     EXPECT_EQ(difference(before, snapshot(volume.path() + "/Backup/Photos", true)), "");
     EXPECT_EQ(test::readFile(volume.path() + "/Backup/memo.txt"), "memo");
+}
+
+TEST_F(DasDestination, AFileWithAFoldersNameStaysAndTheFolderTakesTheNextFreeName) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    UploadSession s(dasDeviceFor(volume));
+    const std::string photos = s.home() + "/sources/Photos";
+    test::writeFile(photos + "/a.jpg", "a");
+    test::writeFile(photos + "/Trips/b.jpg", "b");
+    const std::string dest = volume.path() + "/Backup";
+    test::writeFile(dest + "/Photos", "a file that is no folder");
+    ASSERT_TRUE(s.addSources({photos}));
+    ASSERT_TRUE(s.toDestination(false));
+
+    s.upload(dest);
+    ASSERT_TRUE(s.waitCompleted());
+    EXPECT_TRUE(s.failures().empty()) << s.logText();
+    EXPECT_EQ(test::readFile(dest + "/Photos"), "a file that is no folder");
+    EXPECT_EQ(difference(snapshot(photos, true), snapshot(dest + "/Photos copy", true)), "");
+    EXPECT_EQ(namesIn(dest), (std::set<std::string>{"Photos", "Photos copy"}));
 }
 
 }  // namespace
