@@ -2,8 +2,10 @@
 
 #include <cstdio>
 #include <random>
+#include <vector>
 
 #include "engine/path_names.h"
+#include "platform/files.h"
 
 namespace qvt::engine {
 
@@ -34,6 +36,35 @@ bool isTemporaryName(const std::string& name) {
         if (!((ch >= '0' && ch <= '9') || (ch >= 'a' && ch <= 'f'))) return false;
     }
     return true;
+}
+
+void removeLeftoverCopies(const std::string& folder, const std::string& item) {
+    auto& files = platform::files();
+    for (const std::string& name : files.listFolder(folder))
+        if (isTemporaryName(name)) files.removeItem(folder + "/" + name);
+    std::vector<std::string> folders;
+    if (files.isFolder(item)) folders.push_back(item);
+    while (!folders.empty()) {
+        const std::string current = folders.back();
+        folders.pop_back();
+        for (const std::string& name : files.listFolder(current)) {
+            const std::string path = current + "/" + name;
+            if (isTemporaryName(name))
+                files.removeItem(path);
+            else if (!files.isAlias(path) && files.isFolder(path))
+                folders.push_back(path);
+        }
+    }
+}
+
+void removeLeftoverCopiesOf(const List& pendingSources, const std::string& destination) {
+    for (const Value& row : pendingSources) {
+        const Record* r = row.asRecord();
+        if (!r) continue;
+        const std::string name = lastPathComponent(r->string("fullFilePath"));
+        if (name.empty() || name == "." || name == ".." || name == "/") continue;
+        removeLeftoverCopies(destination, destination + "/" + name);
+    }
 }
 
 }  // namespace qvt::engine

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "qvtransfer/Value.h"
+
 namespace qvt::engine {
 
 // A new hidden name for a file on its way to `destination`, in the same folder:
@@ -14,5 +16,12 @@ std::string temporaryPathFor(const std::string& destination);
 
 // Whether `name` (the last component of a path) is one of those names.
 bool isTemporaryName(const std::string& name);
+
+// Removes the hidden copies an upload that ended with its process left in `folder` and, for a
+// source folder's copy, anywhere below `item`. Only names this program gives its hidden copies
+// are touched.
+void removeLeftoverCopies(const std::string& folder, const std::string& item);
+// The same where each source of `pendingSources` (source entries) goes in `destination`.
+void removeLeftoverCopiesOf(const List& pendingSources, const std::string& destination);
 
 }  // namespace qvt::engine

@@ -123,6 +123,11 @@ void QVTransferPrivate::uploadFiles() {
     // The status screen shows before any work begins.
     reloadStatus();
 
+    // Read before this upload's record takes its place.
+    qvt::List replacedPending;
+    const std::string replacedDestination =
+        replacedUploadDestination(destination, &replacedPending);
+
     // The upload is under way from here: the estimator and the state-file loop find it
     // copying, with its start time now.
     openRecordForWrites();
@@ -132,10 +137,17 @@ void QVTransferPrivate::uploadFiles() {
     dispatcher().async(QueuePriority::High, [self] { self->calculateRemainingTime(); });
     dispatcher().async(QueuePriority::High,
                        [self] { self->saveQVTransferDataToFileForEachFile(); });
-    dispatcher().async(QueuePriority::High, [self] {
+    dispatcher().async(QueuePriority::High, [self, replacedDestination, replacedPending] {
         // The record is on disk before the first byte is copied: whatever a crash leaves at the
         // destination, the state file knows of the upload.
         self->saveQVTransferDataToFile();
+        // Gone before this upload writes hidden copies of its own.
+        if (!replacedDestination.empty()) {
+            self->log().write(fmt::format(
+                "QVTransfer: uploadFiles: removing what the replaced upload left in %@\n",
+                replacedDestination));
+            qvt::engine::removeLeftoverCopiesOf(replacedPending, replacedDestination);
+        }
         self->copySourceFiles();
     });
 }

@@ -260,6 +260,10 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // On an attached disk the folder must lie, once its links are followed, on the device's
     // own volume, and no source folder may hold it.
     std::string destinationRefusal(const std::string& destination);
+    // The destination folder, as reached now, of the unfinished upload whose record the upload
+    // to `newDestination` replaces, and its pending sources in `pending`; "" when there is none
+    // or its folder cannot be reached from here.
+    std::string replacedUploadDestination(const std::string& newDestination, qvt::List* pending);
     // The source folder `source` that holds `destination` (its real path, "" when unknown), or
     // is it: copying it there would copy its own copy again, without end.
     bool sourceHoldsDestination(const std::string& source, const std::string& realDestination);

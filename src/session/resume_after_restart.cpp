@@ -26,25 +26,20 @@
 #include "platform/plist_outline.h"
 #include "session/qvtransfer_private.h"
 #include "session/recorded_upload.h"
+#include "session/saved_upload.h"
 #include "session/view.h"
 
 namespace fs = qvt::platform;
 using qvt::platform::QueuePriority;
+using qvt::session::leavesWork;
+using qvt::session::readSavedUpload;
+using qvt::session::Saved;
+using qvt::session::SavedUpload;
 
 namespace {
 
 // Seconds a share or volume mounted for the resume is left to settle before the copy starts.
 constexpr double kMountSettle = 3;
-
-// What the state file holds for the device.
-enum class Saved { Record, Nothing, Unreadable };
-
-struct SavedUpload {
-    Saved status = Saved::Nothing;
-    // The record's key (the serial number, or the volume's UUID) and the record.
-    std::string key;
-    qvt::Record record;
-};
 
 // The number a count label starts with ("12 files" gives 12); 0 when it starts with none.
 std::int64_t leadingNumber(const qvt::Value* value) {
@@ -55,79 +50,6 @@ std::int64_t leadingNumber(const qvt::Value* value) {
     const std::string head = text.substr(0, text.find(' '));
     const auto [end, ec] = std::from_chars(head.data(), head.data() + head.size(), n);
     return ec == std::errc() && end == head.data() + head.size() ? n : 0;
-}
-
-// Whether the record leaves anything to copy: an empty record is a cancelled upload, and a
-// completed one has nothing pending.
-bool leavesWork(const qvt::Record& record) {
-    const qvt::List* pending = record.list("sourceFilesPendingArray");
-    return !record.empty() && !record.boolean("isFileTransferCompleted") && pending &&
-           !pending->empty();
-}
-
-// The same question of a record's outline.
-bool leavesWork(const fs::RecordOutline& record) {
-    return !record.empty && !record.completed && record.pendingWork;
-}
-
-// Whether the record of a device leaves work, read in one pass that keeps no list: nothing when
-// the file needs reading whole to tell.
-std::optional<bool> outlineLeavesWork(const std::string& file, const std::string& deviceType,
-                                      const std::string& serialNumber) {
-    const auto records = fs::readRecordOutlines(file);
-    if (!records) return std::nullopt;
-    const fs::RecordOutline* record = nullptr;
-    if (deviceType == "NAS") {
-        for (const auto& r : *records)
-            if (r.key == serialNumber) record = &r;
-    } else if (deviceType == "DAS" && !records->empty()) {
-        record = &records->front();
-    }
-    return record && leavesWork(*record);
-}
-
-SavedUpload readSavedUpload(const std::string& file, const std::string& deviceType,
-                            const std::string& serialNumber) {
-    SavedUpload saved;
-    if (!fs::files().exists(file)) return saved;
-    // A finished upload's record holds the list of every file it copied: it is read whole only
-    // when there is work to take up.
-    if (outlineLeavesWork(file, deviceType, serialNumber) == false) return saved;
-    const std::optional<qvt::Value> root = fs::readPropertyList(file);
-    const qvt::Record* records = root ? root->asRecord() : nullptr;
-    if (!records) {
-        saved.status = Saved::Unreadable;
-        return saved;
-    }
-    // A network device's record is under its serial number; an attached device's is the
-    // file's one record, under the UUID of the volume it went to.
-    const qvt::Record::Entry* entry = nullptr;
-    if (deviceType == "NAS") {
-        for (const auto& e : records->entries())
-            if (e.first == serialNumber) entry = &e;
-    } else if (deviceType == "DAS" && !records->empty()) {
-        entry = &records->entries().front();
-    }
-    if (!entry) return saved;
-    const qvt::Record* record = entry->second.asRecord();
-    if (!record) {
-        saved.status = Saved::Unreadable;
-        return saved;
-    }
-    if (!leavesWork(*record)) return saved;
-    const qvt::List* pending = record->list("sourceFilesPendingArray");
-    const std::string destination = record->string("selectedDestinationShare");
-    bool entriesAreRecords = true;
-    for (const qvt::Value& v : *pending) entriesAreRecords = entriesAreRecords && v.isRecord();
-    if (destination.empty() || destination.front() != '/' || fs::hasDotComponent(destination) ||
-        !entriesAreRecords) {
-        saved.status = Saved::Unreadable;
-        return saved;
-    }
-    saved.status = Saved::Record;
-    saved.key = entry->first;
-    saved.record = *record;
-    return saved;
 }
 
 // The string entries of the list under `key` (others are skipped).
@@ -158,27 +80,6 @@ std::string destinationOnVolume(const std::string& saved, const std::string& mou
         if (fs::files().isFolder(candidate)) return candidate;
     }
     return qvt::engine::destinationOnNewMount(saved, mountDir, mountPath);
-}
-
-// Removes the hidden copies an interrupted upload left in `folder` and, for a source folder's
-// copy, anywhere below `item`. Only names this program gives its hidden copies are touched.
-void removeLeftoverCopies(const std::string& folder, const std::string& item) {
-    auto& files = fs::files();
-    for (const std::string& name : files.listFolder(folder))
-        if (qvt::engine::isTemporaryName(name)) files.removeItem(folder + "/" + name);
-    std::vector<std::string> folders;
-    if (files.isFolder(item)) folders.push_back(item);
-    while (!folders.empty()) {
-        const std::string current = folders.back();
-        folders.pop_back();
-        for (const std::string& name : files.listFolder(current)) {
-            const std::string path = current + "/" + name;
-            if (qvt::engine::isTemporaryName(name))
-                files.removeItem(path);
-            else if (!files.isAlias(path) && files.isFolder(path))
-                folders.push_back(path);
-        }
-    }
 }
 
 }  // namespace
@@ -443,12 +344,5 @@ void QVTransferPrivate::startResumedUpload() {
 }
 
 void QVTransferPrivate::removeLeftoverPartialCopies() {
-    const std::string destination = selectedDestinationShare.get();
-    for (const qvt::Value& row : sourceFilesArray.get()) {
-        const qvt::Record* r = row.asRecord();
-        if (!r) continue;
-        const std::string name = qvt::engine::lastPathComponent(r->string("fullFilePath"));
-        if (name.empty() || name == "." || name == ".." || name == "/") continue;
-        removeLeftoverCopies(destination, destination + "/" + name);
-    }
+    qvt::engine::removeLeftoverCopiesOf(sourceFilesArray.get(), selectedDestinationShare.get());
 }

@@ -345,6 +345,28 @@ TEST_F(CliNas, AResumeWithAPasswordTheDeviceRefusesNamesThePassword) {
     EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
 }
 
+TEST_F(CliNas, ANewUploadInPlaceOfTheRecordedOneRemovesTheHiddenCopiesItLeftOnTheShare) {
+    fs::create_directories(share("Family") + "/Trips");
+    recordPendingMemo("Family/Trips");
+    const std::string hidden = ".qvtransfer-00000000deadbeef.part";
+    test::writeFile(share("Family") + "/Trips/" + hidden, "half a memo");
+    test::writeFile(share("Family") + "/" + hidden, "not where the memo went");
+    test::writeFile(work / "src/new.txt", "new\n");
+    auto args = deviceArgs();
+    for (const std::string a : {"--user", kUser, "--password-stdin", "--replace-interrupted",
+                                "--destination", "Family/Trips"})
+        args.push_back(a);
+    args.push_back(work / "src/new.txt");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    child.write(std::string(kPassword) + "\n");
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_EQ(test::readFile(share("Family") + "/Trips/new.txt"), "new\n");
+    EXPECT_FALSE(fs::exists(share("Family") + "/Trips/" + hidden));
+    EXPECT_TRUE(fs::exists(share("Family") + "/" + hidden));
+}
+
 // The account given with --user and --password-stdin takes up an upload to a private share
 // whatever the keychain holds (here a wrong password; a machine may run no keychain at all).
 TEST_F(CliNas, ResumeUsesTheAccountGivenOnTheCommandLine) {

@@ -252,6 +252,38 @@ TEST_F(ResumeUpload, FilesThatArrivedBeforeTheRestartAndLeftTheSourceAreNotToldA
     EXPECT_EQ(difference(expected, snapshot(volume.path() + "/Trip", false)), "");
 }
 
+// A new upload that takes the place of an unfinished one (which nothing can take up after it)
+// removes the hidden copies that one left where its sources were going, and nothing else.
+TEST_F(ResumeUpload, ANewUploadInPlaceOfAnUnfinishedOneRemovesTheHiddenCopiesItLeft) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    const std::string trip = makeFolder(sources.path(), "Trip", 4);
+    const std::string backup = volume.path() + "/Backup";
+    const std::string hidden = ".qvtransfer-0123456789abcdef.part";
+    for (const std::string& folder :
+         {backup, backup + "/Trip", backup + "/Trip/part 1", volume.path() + "/Other"})
+        test::writeFile(folder + "/" + hidden, "part of a file");
+    test::writeFile(backup + "/Trip/part 1/item 1.txt", "arrived before");
+
+    UploadSession s(dasDeviceFor(volume));
+    writeState(s, volume.uuid(), savedUpload(List{pendingEntry(trip, 4, 2, 400)}, backup));
+    const std::string memo = sources.path() + "/memo.txt";
+    test::writeFile(memo, "memo");
+    ASSERT_TRUE(s.addSources({memo}));
+    ASSERT_TRUE(s.toDestination(false));
+    fs::create_directories(volume.path() + "/New");
+    s.upload(volume.path() + "/New");
+    ASSERT_TRUE(s.waitCompleted()) << s.logText();
+
+    EXPECT_EQ(test::readFile(volume.path() + "/New/memo.txt"), "memo");
+    EXPECT_FALSE(fs::exists(backup + "/" + hidden));
+    EXPECT_FALSE(fs::exists(backup + "/Trip/" + hidden));
+    EXPECT_FALSE(fs::exists(backup + "/Trip/part 1/" + hidden));
+    EXPECT_EQ(test::readFile(backup + "/Trip/part 1/item 1.txt"), "arrived before");
+    // A folder the replaced upload was not going to is left alone.
+    EXPECT_TRUE(fs::exists(volume.path() + "/Other/" + hidden));
+}
+
 TEST_F(ResumeUpload, TheFailuresFromBeforeTheRestartAreNotShown) {
     Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
     ASSERT_TRUE(volume.ok());
