@@ -6,6 +6,7 @@
 
 #include "engine/path_names.h"
 #include "platform/files.h"
+#include "source/source_entry.h"
 
 namespace qvt::engine {
 
@@ -38,12 +39,12 @@ bool isTemporaryName(const std::string& name) {
     return true;
 }
 
-void removeLeftoverCopies(const std::string& folder, const std::string& item) {
+namespace {
+
+// Removes the hidden copies anywhere below the folder `item`.
+void removeLeftoverCopiesBelow(const std::string& item) {
     auto& files = platform::files();
-    for (const std::string& name : files.listFolder(folder))
-        if (isTemporaryName(name)) files.removeItem(folder + "/" + name);
-    std::vector<std::string> folders;
-    if (files.isFolder(item)) folders.push_back(item);
+    std::vector<std::string> folders{item};
     while (!folders.empty()) {
         const std::string current = folders.back();
         folders.pop_back();
@@ -57,13 +58,30 @@ void removeLeftoverCopies(const std::string& folder, const std::string& item) {
     }
 }
 
+void removeLeftoverCopiesIn(const std::string& folder) {
+    auto& files = platform::files();
+    for (const std::string& name : files.listFolder(folder))
+        if (isTemporaryName(name)) files.removeItem(folder + "/" + name);
+}
+
+}  // namespace
+
 void removeLeftoverCopiesOf(const List& pendingSources, const std::string& destination) {
+    // The destination folder is listed once, not once per source: thousands of files given
+    // one by one would list a folder of thousands of names thousands of times.
+    removeLeftoverCopiesIn(destination);
     for (const Value& row : pendingSources) {
         const Record* r = row.asRecord();
         if (!r) continue;
         const std::string name = lastPathComponent(r->string("fullFilePath"));
         if (name.empty() || name == "." || name == ".." || name == "/") continue;
-        removeLeftoverCopies(destination, destination + "/" + name);
+        // Only a folder source's copy can hold hidden copies below it. A row counted as
+        // holding no folder is a file: its copy is not looked up.
+        if ((r->find(source::kFolderCountKey) || r->find("numberOfFolders")) &&
+            source::rowCounts(*r).folders == 0)
+            continue;
+        const std::string item = destination + "/" + name;
+        if (platform::files().isFolder(item)) removeLeftoverCopiesBelow(item);
     }
 }
 

@@ -17,11 +17,9 @@ std::string temporaryPathFor(const std::string& destination);
 // Whether `name` (the last component of a path) is one of those names.
 bool isTemporaryName(const std::string& name);
 
-// Removes the hidden copies an upload that ended with its process left in `folder` and, for a
-// source folder's copy, anywhere below `item`. Only names this program gives its hidden copies
-// are touched.
-void removeLeftoverCopies(const std::string& folder, const std::string& item);
-// The same where each source of `pendingSources` (source entries) goes in `destination`.
+// Removes the hidden copies an upload that ended with its process left where the sources of
+// `pendingSources` (source entries) go: in `destination` itself and, for a source folder's
+// copy, anywhere below it. Only names this program gives its hidden copies are touched.
 void removeLeftoverCopiesOf(const List& pendingSources, const std::string& destination);
 
 }  // namespace qvt::engine
