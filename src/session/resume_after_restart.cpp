@@ -203,6 +203,13 @@ void QVTransferPrivate::prepareResumeAfterRestart() {
         return;
     }
 
+    // The folder may have been replaced since by a link that leads off the volume, or a source
+    // may hold it: checked as at the start of an upload.
+    if (const std::string refusal = destinationRefusal(destination); !refusal.empty()) {
+        failResumeAfterRestart(refusal);
+        return;
+    }
+
     // The new mount is left to settle before anything is written to it.
     clock().sleepFor(kMountSettle);
     selectedDestinationShare.set(destination);

@@ -3,6 +3,7 @@
 // itself. A source folder whose name a file at the destination holds gets a free name.
 #include <gtest/gtest.h>
 
+#include "platform/plist_io.h"
 #include "upload_fixture.h"
 
 namespace qvt::uploadtest {
@@ -98,6 +99,47 @@ TEST_F(DasDestination, AFolderIsNeverUploadedIntoItselfOrAFolderInsideIt) {
     EXPECT_EQ(notices(s).size(), 3u);
     EXPECT_EQ(difference(before, snapshot(volume.path() + "/Backup/Photos", true)), "");
     EXPECT_EQ(test::readFile(volume.path() + "/Backup/memo.txt"), "memo");
+}
+
+// The folder of an interrupted upload replaced by a link off the volume before it is taken up.
+TEST_F(DasDestination, AResumeToAFolderThatNowLeadsOffTheVolumeIsRefused) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    UploadSession s(dasDeviceFor(volume));
+    const std::string memo = s.home() + "/sources/memo.txt";
+    test::writeFile(memo, "memo");
+    const std::string outside = s.home() + "/not on the disk";
+    fs::create_directories(outside);
+    fs::create_directory_symlink(outside, volume.path() + "/Backup");
+    const Record pending{{"filesSelectCheckbox", 1},       {"fileName", "memo.txt"},
+                         {"fullFilePath", memo},           {"numberOfFiles", "1 file"},
+                         {"numberOfFolders", "0 folders"}, {"fileSize", 4}};
+    const Record record{{"isFileTransferCompleted", false},
+                        {"selectedDestinationShare", volume.path() + "/Backup"},
+                        {"sourceFilesPendingArray", List{pending}},
+                        {"inProcessSourceFilesArray", List{}},
+                        {"failedTransferArray", List{}}};
+    fs::create_directories(fs::path(s.c().transferDataFilePath).parent_path());
+    ASSERT_TRUE(platform::writePropertyList(s.c().transferDataFilePath,
+                                            Value(Record{{volume.uuid(), record}})));
+
+    s.harness().services.dispatch->mainSync([&] { s.c().resumeFileTransferAfterRestart(); });
+    ASSERT_TRUE(test::waitFor(
+        [&] {
+            std::lock_guard lock(s.harness().view->mutex);
+            return !s.harness().view->resumeProblems.empty();
+        },
+        30));
+    ASSERT_TRUE(s.settle());
+    {
+        std::lock_guard lock(s.harness().view->mutex);
+        EXPECT_EQ(s.harness().view->resumeProblems.back(),
+                  "The folder " + volume.path() +
+                      "/Backup leads off Test Drive through a link. Choose a folder on the "
+                      "device itself.");
+    }
+    EXPECT_TRUE(namesIn(outside).empty());
+    EXPECT_TRUE(s.c().hasUploadToResume());
 }
 
 TEST_F(DasDestination, AFileWithAFoldersNameStaysAndTheFolderTakesTheNextFreeName) {
