@@ -365,6 +365,10 @@
         <source>The link leads back into a folder that holds it, so following it would never end.</source>
         <translation>Der Verweis führt zurück in einen Ordner, der ihn enthält; ihm zu folgen, endete nie.</translation>
     </message>
+    <message id="LINK_INTO_DESTINATION_txt">
+        <source>The link leads to a folder that holds the destination, so following it would copy the upload into itself.</source>
+        <translation>Der Verweis führt zu einem Ordner, der das Ziel enthält; ihm zu folgen, kopierte den Upload in sich selbst.</translation>
+    </message>
     <message id="NAME_NOT_UTF8_txt">
         <source>The name is not valid UTF-8, so the device cannot store it; rename the file.</source>
         <translation>Der Name ist kein gültiges UTF-8, daher kann das Gerät ihn nicht speichern; benennen Sie die Datei um.</translation>

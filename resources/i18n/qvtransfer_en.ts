@@ -365,6 +365,10 @@
         <source>The link leads back into a folder that holds it, so following it would never end.</source>
         <translation>The link leads back into a folder that holds it, so following it would never end.</translation>
     </message>
+    <message id="LINK_INTO_DESTINATION_txt">
+        <source>The link leads to a folder that holds the destination, so following it would copy the upload into itself.</source>
+        <translation>The link leads to a folder that holds the destination, so following it would copy the upload into itself.</translation>
+    </message>
     <message id="NAME_NOT_UTF8_txt">
         <source>The name is not valid UTF-8, so the device cannot store it; rename the file.</source>
         <translation>The name is not valid UTF-8, so the device cannot store it; rename the file.</translation>

@@ -365,6 +365,10 @@
         <source>The link leads back into a folder that holds it, so following it would never end.</source>
         <translation>Le lien ramène dans un dossier qui le contient : le suivre ne finirait jamais.</translation>
     </message>
+    <message id="LINK_INTO_DESTINATION_txt">
+        <source>The link leads to a folder that holds the destination, so following it would copy the upload into itself.</source>
+        <translation>Le lien mène à un dossier qui contient la destination : le suivre copierait l’envoi dans lui-même.</translation>
+    </message>
     <message id="NAME_NOT_UTF8_txt">
         <source>The name is not valid UTF-8, so the device cannot store it; rename the file.</source>
         <translation>Le nom n’est pas en UTF-8 valide, l’appareil ne peut donc pas l’enregistrer ; renommez le fichier.</translation>

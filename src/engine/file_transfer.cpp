@@ -338,13 +338,26 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
             break;
         }
 
-        if (isFolder && fs::files().isAlias(sourcePath) &&
-            qvt::engine::leadsBackIntoItself(sourcePath)) {
+        const bool folderLink = isFolder && fs::files().isAlias(sourcePath);
+        if (folderLink && qvt::engine::leadsBackIntoItself(sourcePath)) {
             // Following it would copy the folders above it again and again.
             log().write(
                 fs::format("QVTransfer: transferFile: link loop not followed: %@\n", sourcePath));
             failUncopiableLink(*this, sourcePath, destination,
                                qvt::TransferError{ELOOP, localizedString("LINK_LOOP_txt")});
+            break;
+        }
+        // A link to a folder that holds the destination would copy what arrives there again,
+        // deeper each time, until names grow too long.
+        if (folderLink && deviceType() == "DAS" &&
+            sourceHoldsDestination(sourcePath,
+                                   fs::files().realPath(selectedDestinationShare.get()))) {
+            log().write(
+                fs::format("QVTransfer: transferFile: link into the destination not followed: %@\n",
+                           sourcePath));
+            failUncopiableLink(
+                *this, sourcePath, destination,
+                qvt::TransferError{ELOOP, localizedString("LINK_INTO_DESTINATION_txt")});
             break;
         }
 

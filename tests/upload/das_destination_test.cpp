@@ -142,6 +142,31 @@ TEST_F(DasDestination, AResumeToAFolderThatNowLeadsOffTheVolumeIsRefused) {
     EXPECT_TRUE(s.c().hasUploadToResume());
 }
 
+TEST_F(DasDestination, ALinkInsideASourceToTheDestinationIsAFailedItemNotFollowed) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    UploadSession s(dasDeviceFor(volume));
+    const std::string dest = volume.path() + "/Other";
+    test::writeFile(dest + "/there.txt", "already there");
+    const std::string folder = s.home() + "/sources/L";
+    test::writeFile(folder + "/l.txt", "l");
+    fs::create_directory_symlink(volume.path(), folder + "/to the disk");
+    ASSERT_TRUE(s.addSources({folder}));
+    ASSERT_TRUE(s.toDestination(false));
+
+    s.upload(dest);
+    ASSERT_TRUE(s.waitCompleted(60));
+    const auto failures = s.failures();
+    ASSERT_EQ(failures.size(), 1u) << s.logText();
+    EXPECT_EQ(failures[0].string("sourceFilePath"), folder + "/to the disk");
+    EXPECT_EQ(failures[0].string("localizedError"),
+              "The link leads to a folder that holds the destination, so following it would copy "
+              "the upload into itself.");
+    EXPECT_EQ(test::readFile(dest + "/L/l.txt"), "l");
+    EXPECT_FALSE(fs::exists(dest + "/L/to the disk"));
+    EXPECT_EQ(namesIn(dest), (std::set<std::string>{"L", "there.txt"}));
+}
+
 TEST_F(DasDestination, AFileWithAFoldersNameStaysAndTheFolderTakesTheNextFreeName) {
     Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
     ASSERT_TRUE(volume.ok());
