@@ -263,10 +263,6 @@ void ConsoleSession::chooseDestination() {
 void ConsoleSession::startUpload() {
     const auto files =
         static_cast<std::uint64_t>(std::max<std::int64_t>(0, view_.destinations().filesToUpload));
-    if (!options_.quiet)
-        std::printf("%s\n", consoleCountText("UPLOADING_n", files,
-                                             {destinationShown_, deviceInfo("productName")})
-                                .c_str());
     uploadStarted_ = Clock::now();
     std::fflush(stdout);
     stage_ = Stage::Uploading;
@@ -277,6 +273,11 @@ void ConsoleSession::startUpload() {
     // the device): the reason is on stderr already, and nothing was copied.
     if (actions_.statusSnapshot().state == engine::UploadState::Idle)
         return finish(kExitBadArguments, "");
+    // Said once the upload has begun: the main thread prints its progress only after this.
+    if (!options_.quiet)
+        std::printf("%s\n", consoleCountText("UPLOADING_n", files,
+                                             {destinationShown_, deviceInfo("productName")})
+                                .c_str());
     if (options_.json)
         emitJsonEvent("started", {{"resumed", false},
                                   {"files", files},

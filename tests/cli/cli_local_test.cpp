@@ -372,6 +372,8 @@ TEST_F(CliTest, ADestinationInsideASourceOrOffTheVolumeIsABadArgument) {
     EXPECT_EQ(child.waitForExit(kDeadline), 2) << child.output() << child.errors();
     EXPECT_NE(child.errors().find("a folder cannot be uploaded into itself"), std::string::npos)
         << child.errors();
+    // No upload began, and none is announced.
+    EXPECT_EQ(child.output().find("Uploading"), std::string::npos) << child.output();
     EXPECT_EQ(filesBelow(volume.path() + "/Photos").size(), 1u);
 
     test::writeFile(work / "a.txt", "a");
