@@ -13,7 +13,9 @@
 #include "console_texts.h"
 #include "console_view.h"
 #include "json_events.h"
+#include "platform/paths.h"
 #include "progress_text.h"
+#include "session/recorded_upload.h"
 #include "terminal.h"
 
 namespace qvt::cli {
@@ -285,10 +287,24 @@ void ConsoleSession::endWithTheDesktopSession(int number) {
         return;  // the end is printed
     actions_.suspendForShutdown();
     clearProgressLine();
+    // The record is what --resume reads: it is promised only when it is there. A volume with
+    // no file-system identity (a RAM disk) has no key to record an upload under, and an upload
+    // whose every file was handled leaves nothing to take up.
+    const bool recorded =
+        session::unfinishedUploadIn(platform::UserFolders::current().transferDataFolder() + "/" +
+                                    session::kStateFileName)
+            .has_value();
+    const StatusSnapshot status = view_.status();
+    const bool allHandled =
+        status.filesTotal > 0 && status.filesArrived + status.failures.size() >=
+                                     static_cast<std::uint64_t>(status.filesTotal);
+    const char* text = recorded     ? "SUSPENDED"
+                       : allHandled ? "ENDED_NOTHING_LEFT"
+                                    : "SUSPENDED_NOT_RECORDED";
     if (options_.json)
-        emitJsonEvent("suspended", {{"exitStatus", std::int64_t{code}}});
+        emitJsonEvent("suspended", {{"exitStatus", std::int64_t{code}}, {"recorded", recorded}});
     else
-        std::printf("%s\n", consoleText("SUSPENDED").c_str());
+        std::printf("%s\n", consoleText(text).c_str());
     std::fflush(stdout);
     Terminal::restore();
     // The copy thread may be inside a file: the process ends here as a kill would end it,

@@ -410,6 +410,28 @@ TEST_F(CliTest, StopKeyAsksAndYesStopsWithOneThirty) {
     EXPECT_FALSE(fs::exists(volume.path() + "/later.txt"));
 }
 
+// A RAM disk has no file-system identity to file the upload's record under: the end of the
+// session does not promise a --resume that would find nothing.
+TEST_F(CliTest, TheEndOfTheSessionOnAVolumeThatCannotBeRecordedSaysSo) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "held.bin", "the held file\n");
+    test::writeFile(work / "later.txt", "after the held file\n");
+    test::LeaseHold hold(work / "held.bin");
+    ASSERT_TRUE(hold.held());
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
+                              work / "later.txt"}));
+    ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
+    child.signal(SIGTERM);
+    hold.release();
+    EXPECT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+    EXPECT_NE(child.output().find("gives no identity to record the upload under"),
+              std::string::npos)
+        << child.output();
+    EXPECT_EQ(child.output().find("take it up with --resume"), std::string::npos) << child.output();
+}
+
 TEST_F(CliTest, NoToTheStopQuestionKeepsUploading) {
     TmpfsVolume volume(work / "Drive", 8 << 20);
     ASSERT_TRUE(volume.ok());

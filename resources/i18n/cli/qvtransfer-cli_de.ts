@@ -162,6 +162,14 @@
         <source>Ended before the upload began.</source>
         <translation>Beendet, bevor der Upload begann.</translation>
     </message>
+    <message id="SUSPENDED_NOT_RECORDED">
+        <source>Paused for the end of the session, but this volume gives no identity to record the upload under, so --resume cannot take it up. The files that arrived stay; upload the rest again.</source>
+        <translation>Für das Ende der Sitzung angehalten, aber dieser Datenträger hat keine Kennung, unter der der Upload gespeichert werden kann; --resume kann ihn daher nicht fortsetzen. Die angekommenen Dateien bleiben; laden Sie den Rest erneut hoch.</translation>
+    </message>
+    <message id="ENDED_NOTHING_LEFT">
+        <source>Ended with the session; every file had been handled, so there is nothing for --resume to take up.</source>
+        <translation>Mit der Sitzung beendet; jede Datei war bereits bearbeitet, daher hat --resume nichts fortzusetzen.</translation>
+    </message>
     <message id="SUSPENDED">
         <source>Paused and recorded for the end of the session; take it up with --resume.</source>
         <translation>Angehalten und für das Ende der Sitzung gespeichert; mit --resume geht es weiter.</translation>

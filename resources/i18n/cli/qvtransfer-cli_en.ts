@@ -162,6 +162,14 @@
         <source>Ended before the upload began.</source>
         <translation>Ended before the upload began.</translation>
     </message>
+    <message id="SUSPENDED_NOT_RECORDED">
+        <source>Paused for the end of the session, but this volume gives no identity to record the upload under, so --resume cannot take it up. The files that arrived stay; upload the rest again.</source>
+        <translation>Paused for the end of the session, but this volume gives no identity to record the upload under, so --resume cannot take it up. The files that arrived stay; upload the rest again.</translation>
+    </message>
+    <message id="ENDED_NOTHING_LEFT">
+        <source>Ended with the session; every file had been handled, so there is nothing for --resume to take up.</source>
+        <translation>Ended with the session; every file had been handled, so there is nothing for --resume to take up.</translation>
+    </message>
     <message id="SUSPENDED">
         <source>Paused and recorded for the end of the session; take it up with --resume.</source>
         <translation>Paused and recorded for the end of the session; take it up with --resume.</translation>

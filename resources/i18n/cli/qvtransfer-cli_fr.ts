@@ -162,6 +162,14 @@
         <source>Ended before the upload began.</source>
         <translation>Terminé avant le début de l’envoi.</translation>
     </message>
+    <message id="SUSPENDED_NOT_RECORDED">
+        <source>Paused for the end of the session, but this volume gives no identity to record the upload under, so --resume cannot take it up. The files that arrived stay; upload the rest again.</source>
+        <translation>En pause pour la fin de la session, mais ce volume n’a pas d’identité sous laquelle enregistrer l’envoi : --resume ne pourra pas le reprendre. Les fichiers arrivés restent ; envoyez de nouveau le reste.</translation>
+    </message>
+    <message id="ENDED_NOTHING_LEFT">
+        <source>Ended with the session; every file had been handled, so there is nothing for --resume to take up.</source>
+        <translation>Terminé avec la session ; chaque fichier avait été traité, --resume n’a donc rien à reprendre.</translation>
+    </message>
     <message id="SUSPENDED">
         <source>Paused and recorded for the end of the session; take it up with --resume.</source>
         <translation>Mis en pause et enregistré pour la fin de la session ; reprenez-le avec --resume.</translation>
