@@ -14,7 +14,9 @@
 #include "console_session.h"
 #include "console_texts.h"
 #include "console_view.h"
+#include "device/device_requests.h"
 #include "device/mount_destination.h"
+#include "device/rest_client.h"
 #include "device/volume_presence.h"
 #include "platform/files.h"
 #include "qvtransfer/Version.h"
@@ -84,6 +86,20 @@ int main(int argc, char** argv) {
                          consoleText("VOLUMES_NOT_THERE", {folders}).c_str());
             return kExitSomeFailed;
         }
+    }
+    if (device->string("deviceType") == "NAS") {
+        // The serial number files the upload's record and its account, and it is how the device
+        // is known again after it went away: with a wrong one, a device that comes back would
+        // be taken for another and waited for without end. A device that does not answer here
+        // is told about by the upload itself.
+        const qvt::Record* info = device->record("deviceInfo");
+        const std::string address = info ? info->string("ipAddress") : std::string();
+        const std::string serial = info ? info->string("serialNumber") : std::string();
+        qvt::CurlHttpClient client;
+        const auto reply = qvt::device::requestSystemInformation(client, address);
+        if (reply.serialNumber && *reply.serialNumber != serial)
+            return badArguments("the device at " + address + " has the serial number " +
+                                *reply.serialNumber + ", not " + serial);
     }
     // The console lists only the sources it is given, never the default folders.
     device->set("isZeroState", true);

@@ -125,6 +125,26 @@ TEST_F(CliNas, AWrongPasswordEndsWithOneAndUploadsNothing) {
     EXPECT_TRUE(filesBelow(share("Family")).empty());
 }
 
+// A device that went away is known again by its serial number: a wrong one given at the start
+// would leave the upload waiting for a device that is back.
+TEST_F(CliNas, ASerialNumberTheDeviceDoesNotHaveIsABadArgument) {
+    test::writeFile(work / "a.txt", "a");
+    std::vector<std::string> args{
+        "--nas",      device_.address(), "--serial", "SN-NOT-THIS-ONE",  "--name",
+        "Test Cloud", "--user",          kUser,      "--password-stdin", "--destination",
+        "Family"};
+    args.push_back(work / "a.txt");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    child.write(std::string(kPassword) + "\n");
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 2) << child.output() << child.errors();
+    EXPECT_NE(child.errors().find("has the serial number " + serial() + ", not SN-NOT-THIS-ONE"),
+              std::string::npos)
+        << child.errors();
+    EXPECT_TRUE(filesBelow(share("Family")).empty());
+}
+
 TEST_F(CliNas, AnUnknownAccountOrAMissingPasswordIsABadArgument) {
     test::writeFile(work / "a.txt", "a");
     {
