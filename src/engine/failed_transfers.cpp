@@ -82,6 +82,8 @@ void QVTransferPrivate::retryOrDismissTransfer(int senderTag) {
     failedFilesListTreeControllerArray.set({});
     failedTransferArray.set({});
     inProcessSourceFilesArray.set({});
+    // The retry's records start afresh, like a new upload's.
+    openRecordForWrites();
 
     qvt::engine::UploadJob& upload = job();
     upload.numberOfFilesCountForTransfer = static_cast<std::int64_t>(retryList.size());

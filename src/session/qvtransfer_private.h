@@ -457,6 +457,14 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // would leave a temporary file behind. Writes stay off until the upload copies again or a
     // new one begins.
     bool recordSealedForExit = false;
+    // What the last periodic write put in the file, under that lock: a paused upload, or one
+    // waiting for its device or for room, would otherwise write the same file again every few
+    // seconds, for hours, with thousands of paths in it. Forgotten when a new upload begins.
+    std::optional<qvt::Record> lastRootWritten;
+    std::size_t lastHandledCountWritten = 0;
+    // The file as that write left it (its identity and size): one removed or replaced since is
+    // written again.
+    std::string lastFileStampWritten;
     // Builds and writes the record under that lock; `last` seals it (see above).
     void writeTransferData(bool last);
     // The delegate's message after each copied file: one send at a time, the newest state.

@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "platform/clock.h"
+#include "platform/files.h"
 #include "platform/plist_io.h"
 #include "session/qvtransfer_private.h"
 #include "session/transfer_record.h"
@@ -31,6 +32,17 @@ const std::string& handledPathsMarker() {
     return marker;
 }
 
+// The file's identity and size, "" when it is not there: a file written again, removed or
+// replaced has another.
+std::string fileStamp(const std::string& path) {
+    auto& files = qvt::platform::files();
+    const auto identity = files.identity(path);
+    const auto size = files.size(path);
+    if (!identity || !size) return "";
+    return std::to_string(identity->device) + ":" + std::to_string(identity->inode) + ":" +
+           std::to_string(*size);
+}
+
 }  // namespace
 
 void QVTransferPrivate::saveQVTransferDataToFile() {
@@ -44,6 +56,7 @@ void QVTransferPrivate::saveQVTransferDataToFileForExit() {
 void QVTransferPrivate::openRecordForWrites() {
     std::lock_guard lock(transferDataFileLock);
     recordSealedForExit = false;
+    lastRootWritten.reset();
 }
 
 void QVTransferPrivate::writeTransferData(bool last) {
@@ -85,16 +98,30 @@ void QVTransferPrivate::writeTransferData(bool last) {
     }
     qvt::Record root =
         qvt::session::buildTransferDataRoot(deviceType(), serial, uuid, std::move(record));
-    // A failed write leaves the old file; the next periodic write tries again.
-    if (!handled || root.empty()) {
-        (void)qvt::platform::writePropertyList(transferDataFilePath, qvt::Value(std::move(root)));
+    // The handled-files list only grows while an upload runs, so its length tells whether it
+    // changed. A last write always goes to the file.
+    const std::size_t handledCount = handled ? handled->size() : 0;
+    if (!last && lastRootWritten && handledCount == lastHandledCountWritten &&
+        *lastRootWritten == root && fileStamp(transferDataFilePath) == lastFileStampWritten)
         return;
+    lastRootWritten.reset();
+    // A failed write leaves the old file; the next periodic write tries again.
+    bool written = false;
+    if (!handled || root.empty()) {
+        written = qvt::platform::writePropertyList(transferDataFilePath, qvt::Value(root));
+    } else {
+        const qvt::platform::StreamedStrings paths{
+            handledPathsMarker(), [&](const std::function<bool(std::string_view)>& each) {
+                return handled->forEach(each);
+            }};
+        written = qvt::platform::writePropertyList(transferDataFilePath, qvt::Value(root), paths);
     }
-    const qvt::platform::StreamedStrings paths{
-        handledPathsMarker(),
-        [&](const std::function<bool(std::string_view)>& each) { return handled->forEach(each); }};
-    (void)qvt::platform::writePropertyList(transferDataFilePath, qvt::Value(std::move(root)),
-                                           paths);
+    // A file removed again at once leaves no stamp, and the next pass writes it again.
+    lastFileStampWritten = written ? fileStamp(transferDataFilePath) : std::string();
+    if (!lastFileStampWritten.empty()) {
+        lastRootWritten = std::move(root);
+        lastHandledCountWritten = handledCount;
+    }
 }
 
 void QVTransferPrivate::saveQVTransferDataToFileForEachFile() {

@@ -10,6 +10,7 @@
 
 #include "manual_clock.h"
 #include "platform/clock.h"
+#include "platform/files.h"
 #include "platform/plist_io.h"
 #include "support.h"
 
@@ -382,7 +383,7 @@ class PeriodicWriter {
     std::atomic<bool> finished_{false};
 };
 
-TEST(PeriodicStateFile, WhilePausedTheFileKeepsBeingRewrittenEveryThreeSeconds) {
+TEST(PeriodicStateFile, WhilePausedTheLoopLooksEveryThreeSecondsAndWritesWhatChanged) {
     Session s;
     ASSERT_TRUE(s.c);
     s.c->job().pause(qvt::engine::PauseReason::User);
@@ -402,6 +403,51 @@ TEST(PeriodicStateFile, WhilePausedTheFileKeepsBeingRewrittenEveryThreeSeconds) 
         s.c->progressStatus.set("status " + std::to_string(pass));
         w.next();
     }
+}
+
+// A paused upload, or one waiting for its device or for room, may wait for hours: the file is
+// written again only when what it would hold has changed, or when it is no longer as written.
+TEST(PeriodicStateFile, AnUnchangedRecordIsNotWrittenAgainUnlessTheFileChanged) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->sourceFilesArray.set(List{entry("/src/a"), entry("/src/b")});
+    s.c->job().pause(qvt::engine::PauseReason::User);
+    const auto identity = [&] { return platform::files().identity(s.c->transferDataFilePath); };
+    s.c->saveQVTransferDataToFile();
+    const auto first = identity();
+    ASSERT_TRUE(first);
+    s.c->saveQVTransferDataToFile();
+    EXPECT_EQ(identity(), first) << "the same record was written again";
+
+    // A file handled since: written.
+    s.c->inProcessSourceFilesArray.append("/dest/a/1");
+    s.c->saveQVTransferDataToFile();
+    const auto second = identity();
+    ASSERT_TRUE(second);
+    EXPECT_NE(second, first);
+    ASSERT_TRUE(s.record());
+    EXPECT_EQ(s.record()->list("inProcessSourceFilesArray")->size(), 1u);
+
+    // Another status line: written.
+    s.c->progressStatus.set("Upload paused");
+    s.c->saveQVTransferDataToFile();
+    const auto third = identity();
+    EXPECT_NE(third, second);
+    EXPECT_EQ(s.record()->string("progressStatus"), "Upload paused");
+
+    // Removed, or replaced by something else, with nothing changed in the upload: written.
+    fs::remove(s.c->transferDataFilePath);
+    s.c->saveQVTransferDataToFile();
+    ASSERT_TRUE(s.record());
+    writeFile(s.c->transferDataFilePath, "not a record");
+    s.c->saveQVTransferDataToFile();
+    ASSERT_TRUE(s.record());
+    EXPECT_EQ(s.record()->string("progressStatus"), "Upload paused");
+
+    // The last write before the process ends always goes to the file.
+    const auto beforeExit = identity();
+    s.c->saveQVTransferDataToFileForExit();
+    EXPECT_NE(identity(), beforeExit);
 }
 
 TEST(PeriodicStateFile, StopsWhenTheUploadCompletesOrFails) {
