@@ -54,9 +54,8 @@ std::string QVTransferPrivate::destinationRefusal(const std::string& destination
     for (const qvt::Value& row : sources) {
         const qvt::Record* entry = row.asRecord();
         const std::string source = entry ? entry->string("fullFilePath") : std::string();
-        // A row counted as no folder is a file: no need to ask the disk (the window waits).
-        const qvt::Value* folders = entry ? entry->find(qvt::source::kFolderCountKey) : nullptr;
-        if (folders && folders->toInt64() == 0) continue;
+        // A file: no need to ask the disk (the window waits).
+        if (entry && qvt::source::countedWithoutFolders(*entry)) continue;
         if (!source.empty() && sourceHoldsDestination(source, real))
             return fmt::format(localizedString("DESTINATION_IN_SOURCE_txt"), source);
     }

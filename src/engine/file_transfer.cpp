@@ -211,11 +211,8 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     if (upload.cancelled()) {
         // A stop that found the hidden copy still being written left it, and the shares,
         // to this thread: it goes now that the copy has let go of it.
-        if (upload.stopLeftPartialCopy.exchange(false)) {
-            if (c.discardPartialCopy()) c.unmountEveryMountedShare();
-        } else {
-            c.discardPartialCopy();
-        }
+        const bool handedOver = upload.stopLeftPartialCopy.exchange(false);
+        if (c.discardPartialCopy() && handedOver) c.unmountEveryMountedShare();
         return Step::Done;
     }
 

@@ -75,11 +75,8 @@ void removeLeftoverCopiesOf(const List& pendingSources, const std::string& desti
         if (!r) continue;
         const std::string name = lastPathComponent(r->string("fullFilePath"));
         if (name.empty() || name == "." || name == ".." || name == "/") continue;
-        // Only a folder source's copy can hold hidden copies below it. A row counted as
-        // holding no folder is a file: its copy is not looked up.
-        if ((r->find(source::kFolderCountKey) || r->find("numberOfFolders")) &&
-            source::rowCounts(*r).folders == 0)
-            continue;
+        // Only a folder source's copy can hold hidden copies below it.
+        if (source::countedWithoutFolders(*r)) continue;
         const std::string item = destination + "/" + name;
         if (platform::files().isFolder(item)) removeLeftoverCopiesBelow(item);
     }

@@ -153,4 +153,9 @@ bool hasText(const Record& row, std::string_view key, std::string_view text) {
     return s && *s == text;
 }
 
+bool countedWithoutFolders(const Record& row) {
+    return (row.find(kFolderCountKey) || row.find("numberOfFolders")) &&
+           rowCounts(row).folders == 0;
+}
+
 }  // namespace qvt::source

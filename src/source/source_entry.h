@@ -42,6 +42,9 @@ struct RowCounts {
 // The counts of a row: its numbers, or for a row that has only its labels (one read back from
 // the state file) the integers the labels start with. A row still being counted has none.
 RowCounts rowCounts(const Record& row);
+// Whether the row is counted and holds no folder: a file, which needs no look at the disk to
+// tell that it cannot hold anything.
+bool countedWithoutFolders(const Record& row);
 
 // The integer a label starts with, as a count label is read back ("3 files" is 3, the
 // five-blank placeholder is 0); an integer value is itself.
