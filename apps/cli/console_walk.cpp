@@ -353,13 +353,14 @@ void ConsoleSession::answerLostConnection() {
     const std::string sentence = view_.lostConnectionSentence();
     const bool answered =
         !sentence.empty() && sentence != actions_.localeText("LOST_CONNECTION_MSG_txt");
-    // With --json stdout holds only events: the sentence goes to stderr.
-    std::FILE* out = options_.json ? stderr : stdout;
-    if (answered)
-        std::fprintf(out, "%s\n", consoleText("ANSWERED_BUT", {address, sentence}).c_str());
-    else
-        std::fprintf(out, "%s\n", consoleText("CANNOT_REACH", {address}).c_str());
     if (terminal_.inputIsTerminal()) {
+        // The sentence is the question's reason; without a question the end's message below
+        // says the same once. With --json stdout holds only events: it goes to stderr.
+        std::FILE* out = options_.json ? stderr : stdout;
+        if (answered)
+            std::fprintf(out, "%s\n", consoleText("ANSWERED_BUT", {address, sentence}).c_str());
+        else
+            std::fprintf(out, "%s\n", consoleText("CANNOT_REACH", {address}).c_str());
         const auto answer = ask(consoleText("TRY_AGAIN_PROMPT"));
         if (!ended() && answer &&
             (answer->empty() || (answer->front() != 'n' && answer->front() != 'N'))) {

@@ -183,6 +183,8 @@ TEST_F(CliNas, AnUnreachableDeviceEndsWithOne) {
     EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
     EXPECT_NE(child.errors().find("cannot reach the device at " + address), std::string::npos)
         << child.errors();
+    // Without a terminal to ask "Try again?" on, the reason is said once, as the end.
+    EXPECT_EQ(child.output().find("Cannot reach the device"), std::string::npos) << child.output();
 }
 
 TEST_F(CliNas, AtATerminalItAsksForAccountPasswordAndDestinationAndNeverEchoesThePassword) {
