@@ -390,6 +390,10 @@ void ConsoleSession::answerRetry(char key) {
 
 void ConsoleSession::printResult(const StatusSnapshot& status) {
     const std::string& folder = status.destination;
+    // A share's files are named by its address: the folder it was mounted at is empty once
+    // this process has let the share go.
+    const bool onShare = status.destinationUrl.starts_with("smb://");
+    const std::string& place = onShare ? status.destinationUrl : folder;
     // The destination as the user named it, else the folder it is.
     const std::string& shown = destinationShown_.empty() ? folder : destinationShown_;
     const double seconds =
@@ -401,13 +405,14 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
                                     {"failed", std::uint64_t{status.failures.size()}},
                                     {"destination", shown},
                                     {"path", folder},
+                                    {"url", status.destinationUrl},
                                     {"seconds", seconds}});
         return;
     }
     if (!options_.quiet) {
         std::printf("%s\n", status.line1.c_str());
         std::printf("%s\n",
-                    consoleText("DESTINATION_LINE", {shown, status.productName, folder}).c_str());
+                    consoleText("DESTINATION_LINE", {shown, status.productName, place}).c_str());
     }
     if (!status.failures.empty()) {
         std::printf(

@@ -114,6 +114,7 @@ qvt::StatusSnapshot QVTransferPrivate::statusSnapshot() const {
     s.uploadedFilesShown = !controls.uploadedFilesLinkHidden;
     s.sources = sourceFilesArray.with([](const qvt::List& rows) { return rows.size(); });
     s.destination = selectedDestinationShare.get();
+    s.destinationUrl = uploadedFilesUrl.get();
     s.productName = deviceInfo().string("productName");
     for (const Value& value : failedTransferArray.get())
         if (const Record* r = value.asRecord())

@@ -118,6 +118,9 @@ struct StatusSnapshot {
     std::size_t sources = 0;
     // Where the files go, and the device's name.
     std::string destination;
+    // Once the upload has ended: the destination's own address (a share's smb:// URL, which
+    // outlives the mount folder, or the local folder's file:// URL).
+    std::string destinationUrl;
     std::string productName;
     // The failed items so far.
     std::vector<FailedItem> failures;

@@ -103,6 +103,9 @@ TEST_F(CliNas, UploadsToAFolderOfAPrivateShare) {
     EXPECT_EQ(test::readFile(share("Family") + "/Trips/notes.txt"), "Meeting notes\n");
     EXPECT_NE(child.output().find("Destination: Family/Trips on Test Cloud"), std::string::npos)
         << child.output();
+    // The place is the share's address: the folder it was mounted at is empty after the run.
+    EXPECT_NE(child.output().find("Test Cloud (smb://127.0.0.1/Family/Trips)\n"), std::string::npos)
+        << child.output();
     // The password is never written out.
     EXPECT_EQ(child.output().find(kPassword), std::string::npos);
     EXPECT_EQ(child.errors().find(kPassword), std::string::npos);

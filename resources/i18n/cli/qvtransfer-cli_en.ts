@@ -192,7 +192,7 @@
     </message>
     <message id="DESTINATION_LINE">
         <source>Destination: %1 on %2 (%3)</source>
-        <extracomment>%1 is the destination as given, %2 the device, %3 the folder it is.</extracomment>
+        <extracomment>%1 is the destination as given, %2 the device, %3 the folder it is (a share's smb:// address).</extracomment>
         <translation>Destination: %1 on %2 (%3)</translation>
     </message>
     <message id="FAILED_HEADING">
