@@ -175,6 +175,10 @@ bool QVTransferPrivate::discardPartialCopy() {
             job().stopLeftPartialCopy = true;
             return false;
         }
+        // With the device away the file stays where it is, and once it is no longer the file
+        // in hand only the note finds it again; a volume that went away answers "no such
+        // file" for its files.
+        if (rc != 0 && (rc != ENOENT || destinationVolumeLost(*this))) noteCopyLeftByStop(partial);
     }
     job().inProcessDestFilePath.set("");
     job().renamingTo.set("");

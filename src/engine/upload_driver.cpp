@@ -148,6 +148,7 @@ void QVTransferPrivate::uploadFiles() {
                 replacedDestination));
             qvt::engine::removeLeftoverCopiesOf(replacedPending, replacedDestination);
         }
+        self->removeCopiesLeftByStops(self->selectedDestinationShare.get());
         self->copySourceFiles();
     });
 }

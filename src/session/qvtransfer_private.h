@@ -301,6 +301,11 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // False when the hidden copy could not go yet (its copy still writes it) and is kept in
     // hand for the copy thread to remove.
     bool discardPartialCopy();
+    // Notes the hidden copy at `partial`, which could not be removed (its device was away),
+    // for removal when an upload next reaches its share or volume.
+    void noteCopyLeftByStop(const std::string& partial);
+    // Removes the noted hidden copies on the share or volume `destination` lies on.
+    void removeCopiesLeftByStops(const std::string& destination);
     // The clash-free name (no folder, no extension) for a path given without its extension.
     std::string getDuplicateFileName(const std::string& pathWithoutExtension);
     // The end-of-upload step: final texts, bars, failed list, messages and the last save (main).

@@ -344,6 +344,7 @@ void QVTransferPrivate::startResumedUpload() {
                        [self] { self->saveQVTransferDataToFileForEachFile(); });
     dispatcher().async(QueuePriority::High, [self] {
         self->removeLeftoverPartialCopies();
+        self->removeCopiesLeftByStops(self->selectedDestinationShare.get());
         // The record names the new destination before anything is copied to it.
         self->saveQVTransferDataToFile();
         self->copyPendingSourceFiles();

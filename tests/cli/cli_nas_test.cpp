@@ -287,6 +287,57 @@ TEST_F(CliNas, AStopWhileTheDeviceIsAwaySaysStoppedAndNeverThatTheDeviceIsBack) 
     ASSERT_TRUE(samba_->start(&error)) << error;
 }
 
+// The hidden copy of the file in hand when the device went away cannot be removed by a stop
+// made meanwhile; it goes with the next upload to that share once the device is back.
+TEST_F(CliNas, TheHiddenCopyAStopLeavesWhileTheDeviceIsAwayGoesWithTheNextUpload) {
+    const std::string trips = share("Family") + "/Trips";
+    fs::create_directories(trips);
+    // Large enough that the device is taken away while the copy runs; holes cost no disk.
+    test::writeFile(work / "src/big.bin", "");
+    fs::resize_file(work / "src/big.bin", 2ull << 30);
+    auto args = deviceArgs();
+    for (const std::string a :
+         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
+        args.push_back(a);
+    ChildProcess child;
+    auto first = args;
+    first.push_back(work / "src/big.bin");
+    ASSERT_TRUE(start(child, first));
+    child.write(std::string(kPassword) + "\n");
+    child.closeInput();
+    const auto hiddenCopies = [&] {
+        std::vector<std::string> names;
+        for (const auto& e : fs::directory_iterator(trips))
+            if (e.path().filename().string().starts_with(".qvtransfer-"))
+                names.push_back(e.path().filename().string());
+        return names;
+    };
+    ASSERT_TRUE(pollUntil([&] { return !hiddenCopies().empty(); }, kDeadline)) << child.output();
+    const int port = device_.port();
+    device_.stop();
+    samba_->stop();
+    ASSERT_TRUE(child.waitForOutput("is not reachable", kDeadline))
+        << child.output() << child.errors();
+    child.signal(SIGINT);
+    EXPECT_EQ(child.waitForExit(kDeadline), 130) << child.output() << child.errors();
+    ASSERT_EQ(hiddenCopies().size(), 1u);
+
+    std::string error;
+    ASSERT_TRUE(samba_->start(&error)) << error;
+    ASSERT_EQ(device_.start(config_, "127.0.0.1", port), port);
+    test::writeFile(work / "src/new.txt", "new\n");
+    ChildProcess next;
+    auto second = args;
+    second.push_back(work / "src/new.txt");
+    ASSERT_TRUE(start(next, second));
+    next.write(std::string(kPassword) + "\n");
+    next.closeInput();
+    EXPECT_EQ(next.waitForExit(kDeadline), 0) << next.output() << next.errors();
+    EXPECT_EQ(test::readFile(trips + "/new.txt"), "new\n");
+    EXPECT_TRUE(hiddenCopies().empty());
+    EXPECT_FALSE(fs::exists(trips + "/big.bin"));
+}
+
 TEST_F(CliNas, AKilledUploadIsTakenUpWithResumeAndEveryFileArrivesOnce) {
     fs::create_directories(share("Family") + "/Trips");
     makeManyFiles(work / "src/Many", 1200);

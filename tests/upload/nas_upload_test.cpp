@@ -10,6 +10,7 @@
 
 #include "platform/files.h"
 #include "platform/smb_names.h"
+#include "session/leftover_copies.h"
 #include "upload_fixture.h"
 
 namespace qvt::uploadtest {
@@ -162,6 +163,54 @@ TEST_F(NasUpload, CancelInTheBigFileOnTheShareRemovesItAndReleasesTheShare) {
     ASSERT_TRUE(state->record("SN-UPLOAD"));
     EXPECT_TRUE(state->record("SN-UPLOAD")->empty());
     expectPasswordNeverLogged(s);
+}
+
+// What a stop left on a share because the device was away goes with the next upload to that
+// share. Only the noted hidden copies go: nothing of another device or share, nothing under
+// another name, and no note leads the removal outside the share.
+TEST_F(NasUpload, HiddenCopiesAStopLeftOnTheShareGoWithTheNextUploadToIt) {
+    test::TempDir sources;
+    test::writeFile(sources / "new.txt", "new\n");
+    const std::string left = "Old/.qvtransfer-00112233445566aa.part";
+    const std::string otherDevices = "Old/.qvtransfer-00112233445566cc.part";
+    const std::string outside = "../outside/.qvtransfer-00112233445566bb.part";
+    for (const std::string& rel : {left, otherDevices, std::string("Old/keep.jpg")})
+        test::writeFile(backing() + "/" + rel, "data");
+    const std::string outsidePath = backing() + "/" + outside;
+    test::writeFile(outsidePath, "not the share's");
+    struct RemoveOutside {
+        std::string folder;
+        ~RemoveOutside() { fs::remove_all(folder); }
+    } removeOutside{fs::path(outsidePath).parent_path().string()};
+
+    UploadSession s(test::nasDevice("127.0.0.1:1", "SN-UPLOAD"));
+    const std::string note =
+        fs::path(s.c().transferDataFilePath).parent_path().string() + "/LeftoverCopies.plist";
+    const std::vector<session::LeftoverCopy> others = {
+        {"SN-OTHER", "Private", otherDevices},
+        {"SN-UPLOAD", "Public", ".qvtransfer-00112233445566dd.part"}};
+    ASSERT_TRUE(session::writeLeftoverCopies(note, {{"SN-UPLOAD", "Private", left},
+                                                    others[0],
+                                                    {"SN-UPLOAD", "Private", outside},
+                                                    {"SN-UPLOAD", "Private", "Old/keep.jpg"},
+                                                    {"SN-UPLOAD", "Private", "/" + left},
+                                                    others[1]}));
+    s.c().userName.set(mounttest::kUser);
+    s.c().userPassword.set(mounttest::kPassword);
+    ASSERT_TRUE(s.addSources({sources / "new.txt"}));
+    ASSERT_TRUE(s.toDestination(false));
+    const std::string share = s.mountShare("Private");
+    ASSERT_FALSE(share.empty());
+    s.upload(share);
+    ASSERT_TRUE(s.waitCompleted());
+
+    EXPECT_EQ(test::readFile(backing() + "/new.txt"), "new\n");
+    EXPECT_FALSE(fs::exists(backing() + "/" + left));
+    EXPECT_TRUE(fs::exists(backing() + "/" + otherDevices));
+    EXPECT_TRUE(fs::exists(backing() + "/Old/keep.jpg"));
+    EXPECT_TRUE(fs::exists(outsidePath));
+    // What this share's upload cannot remove is forgotten; the others' notes are kept.
+    EXPECT_EQ(session::readLeftoverCopies(note), others);
 }
 
 TEST_F(NasUpload, FileTheLayerRefusesIsListedAsFailedAndTheRestArrives) {

@@ -253,5 +253,59 @@ TEST_F(VolumeRecovery, AVolumeMountedAgainElsewhereGetsTheRestOfTheUpload) {
     EXPECT_EQ(leftovers(elsewhere), std::vector<std::string>{});
 }
 
+// A stop while the disk is away cannot remove the hidden copy of the file in hand; it goes with
+// the next upload to that volume once the disk is back.
+TEST_F(VolumeRecovery, TheHiddenCopyAStopLeavesWhileTheDiskIsAwayGoesWithTheNextUpload) {
+    HoldingFiles files;
+    FilesOverride useFiles(&files);
+    struct ReleaseOnExit {
+        HoldingFiles& files;
+        ~ReleaseOnExit() { files.release(); }
+    } releaseOnExit{files};
+    test::TempDir sources;
+    test::writeFile(sources / "video.bin", std::string(3u << 20, 'v'));
+    test::writeFile(sources / "next.txt", "next\n");
+    const std::string backup = volume->path() + "/Backup";
+    std::string hidden, note;
+    {
+        UploadSession s(dasDeviceFor(*volume));
+        ASSERT_TRUE(s.addSources({sources / "video.bin"}));
+        ASSERT_TRUE(s.toDestination(false));
+        files.holdCopyOf("/video.bin");
+        s.upload(backup);
+        ASSERT_TRUE(files.waitHeld(120));
+        hidden = fs::path(s.c().job().inProcessDestFilePath.get()).filename().string();
+        ASSERT_TRUE(engine::isTemporaryName(hidden)) << hidden;
+        // The disk goes away with the file written under its hidden name, and the user stops.
+        ASSERT_EQ(::umount2(volume->path().c_str(), MNT_DETACH), 0);
+        files.release();
+        ASSERT_TRUE(test::waitFor([&] { return s.c().reconnectingDevice(); }, 60)) << s.logText();
+        s.harness().services.dispatch->mainSync([&] { s.c().cancelUploadFiles(2); });
+        ASSERT_TRUE(s.settle());
+        EXPECT_TRUE(s.c().uploadCancelled());
+        const std::string file =
+            fs::path(s.c().transferDataFilePath).parent_path().string() + "/LeftoverCopies.plist";
+        ASSERT_TRUE(fs::exists(file)) << s.logText();
+        note = test::readFile(file);
+    }
+    ASSERT_EQ(
+        ::mount(("/dev/" + volume->bsdName()).c_str(), volume->path().c_str(), "ext4", 0, nullptr),
+        0);
+    ASSERT_TRUE(fs::exists(backup + "/" + hidden));
+
+    // The same user's next upload to the disk.
+    UploadSession s(dasDeviceFor(*volume));
+    test::writeFile(
+        fs::path(s.c().transferDataFilePath).parent_path().string() + "/LeftoverCopies.plist",
+        note);
+    ASSERT_TRUE(s.addSources({sources / "next.txt"}));
+    ASSERT_TRUE(s.toDestination(false));
+    s.upload(backup);
+    ASSERT_TRUE(s.waitCompleted()) << s.logText();
+    EXPECT_EQ(test::readFile(backup + "/next.txt"), "next\n");
+    EXPECT_FALSE(fs::exists(backup + "/" + hidden));
+    EXPECT_FALSE(fs::exists(backup + "/video.bin"));
+}
+
 }  // namespace
 }  // namespace qvt::uploadtest
