@@ -217,7 +217,7 @@ bool ConsoleSession::handleKey(char key) {
         // Blanks between keys in a pipe are no answer; Enter on a terminal is the default, no.
         if ((key == '\n' || key == '\r') && terminal_.inputIsTerminal()) key = 'n';
         if (key == '\n' || key == '\r' || key == ' ') return true;
-        answerStop(key == 'y' || key == 'Y');
+        answerStop(isYesKey(key));
         return true;
     }
     if (awaitingRetryAnswer_) {

@@ -3,6 +3,7 @@
 #include <QLocale>
 #include <QString>
 #include <QTranslator>
+#include <cctype>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -95,6 +96,13 @@ void setConsoleLocale(const QLocale& locale) {
 std::string consoleText(const char* id, std::initializer_list<std::string> args) {
     std::lock_guard lock(tablesMutex());
     return fill(lookUp(id, -1), nullptr, args);
+}
+
+bool isYesKey(char key) {
+    const char lower = static_cast<char>(std::tolower(static_cast<unsigned char>(key)));
+    if (lower == 'y') return true;
+    const std::string letter = consoleText("YES_LETTER");
+    return letter.size() == 1 && lower == std::tolower(static_cast<unsigned char>(letter[0]));
 }
 
 std::string consoleCountText(const char* id, std::uint64_t count,

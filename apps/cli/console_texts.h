@@ -23,6 +23,10 @@ std::string consoleText(const char* id, std::initializer_list<std::string> args 
 std::string consoleCountText(const char* id, std::uint64_t count,
                              std::initializer_list<std::string> args = {});
 
+// Whether `key` answers a yes-or-no question with yes: y, or the language's own letter for yes
+// ("j" in German, "o" in French), in either case.
+bool isYesKey(char key);
+
 // A number with `decimals` places as the language writes it: "1.1" in English, "1,1" in
 // German and French. No thousands separators, as in the sizes and times it is used for.
 std::string decimalText(double value, int decimals);

@@ -301,7 +301,7 @@ void ConsoleSession::onModal(Dialog dialog) {
                 if (options_.json)
                     emitJsonEvent("stop question", {{"text", prompt}, {"keys", "y stops"}});
                 else
-                    std::printf("%s [y/N] ", prompt.c_str());
+                    std::printf("%s %s ", prompt.c_str(), consoleText("YES_NO_HINT").c_str());
                 std::fflush(stdout);
                 awaitingStopAnswer_ = true;
                 // A key typed ahead answers it; with stdin at its end, nobody can: "no".
@@ -314,8 +314,7 @@ void ConsoleSession::onModal(Dialog dialog) {
             bool goOn = true;
             if (terminal_.inputIsTerminal()) {
                 const auto answer = ask(consoleText("MOVE_QUESTION"));
-                goOn = answer && !answer->empty() &&
-                       (answer->front() == 'y' || answer->front() == 'Y');
+                goOn = answer && !answer->empty() && isYesKey(answer->front());
             }
             view_.answer(dialog, goOn ? ConsoleView::kAnswerSecond : ConsoleView::kAnswerFirst);
             break;

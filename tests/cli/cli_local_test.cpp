@@ -386,28 +386,42 @@ TEST_F(CliTest, ADestinationInsideASourceOrOffTheVolumeIsABadArgument) {
     EXPECT_TRUE(filesBelow(work / "outside").empty());
 }
 
+// The question names the language's own letter for yes, and that letter stops.
 TEST_F(CliTest, StopKeyAsksAndYesStopsWithOneThirty) {
-    TmpfsVolume volume(work / "Drive", 8 << 20);
-    ASSERT_TRUE(volume.ok());
-    // The first source is held: its copy waits to open it, so the upload is surely still
-    // running when the keys arrive.
-    test::writeFile(work / "held.bin", "the held file\n");
-    test::writeFile(work / "later.txt", "after the held file\n");
+    struct Language {
+        const char* locale;
+        const char* hint;
+        const char* yes;
+        const char* stopped;
+    };
+    for (const Language& l : {Language{"C.UTF-8", "[y/N]", "y", "Stopped."},
+                              Language{"de_DE.UTF-8", "[j/N]", "j", "Gestoppt."},
+                              Language{"fr_FR.UTF-8", "[o/N]", "o", "Arrêté."}}) {
+        SCOPED_TRACE(l.locale);
+        TmpfsVolume volume(work / "Drive", 8 << 20);
+        ASSERT_TRUE(volume.ok());
+        // The first source is held: its copy waits to open it, so the upload is surely still
+        // running when the keys arrive.
+        test::writeFile(work / "held.bin", "the held file\n");
+        test::writeFile(work / "later.txt", "after the held file\n");
 
-    test::LeaseHold hold(work / "held.bin");
-    ASSERT_TRUE(hold.held());
-    ChildProcess child;
-    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
-                              work / "later.txt"}));
-    ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
-    child.write("s");
-    ASSERT_TRUE(child.waitForOutput("[y/N]", kDeadline)) << child.output();
-    child.write("y");
-    ASSERT_TRUE(child.waitForOutput("Stopped.", kDeadline)) << child.output() << child.errors();
-    hold.release();
-    EXPECT_EQ(child.waitForExit(kDeadline), 130) << child.output() << child.errors();
-    // The walk ended at the stop: the source after the held file never went.
-    EXPECT_FALSE(fs::exists(volume.path() + "/later.txt"));
+        test::LeaseHold hold(work / "held.bin");
+        ASSERT_TRUE(hold.held());
+        ChildProcess child;
+        ASSERT_TRUE(start(child,
+                          {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
+                           work / "later.txt"},
+                          l.locale));
+        ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
+        child.write("s");
+        ASSERT_TRUE(child.waitForOutput(l.hint, kDeadline)) << child.output();
+        child.write(l.yes);
+        ASSERT_TRUE(child.waitForOutput(l.stopped, kDeadline)) << child.output() << child.errors();
+        hold.release();
+        EXPECT_EQ(child.waitForExit(kDeadline), 130) << child.output() << child.errors();
+        // The walk ended at the stop: the source after the held file never went.
+        EXPECT_FALSE(fs::exists(volume.path() + "/later.txt"));
+    }
 }
 
 // A RAM disk has no file-system identity to file the upload's record under: the end of the

@@ -280,8 +280,8 @@
     </message>
     <message id="MOVE_QUESTION">
         <source>Go on and move the sources? [y/N] </source>
-        <extracomment>y moves; the letters stay as they are.</extracomment>
-        <translation>Fortfahren und die Quellen verschieben? [y/N] </translation>
+        <extracomment>The language's own letter for yes (YES_LETTER) moves, and so does y.</extracomment>
+        <translation>Fortfahren und die Quellen verschieben? [j/N] </translation>
     </message>
     <message id="NOT_ON_DEVICE">
         <source>%1 is not on the device (its volumes: %2).</source>
@@ -353,8 +353,8 @@
     </message>
     <message id="TRY_AGAIN_PROMPT">
         <source>Try again? [Y/n] </source>
-        <extracomment>Enter or y tries again, n gives up.</extracomment>
-        <translation>Erneut versuchen? [Y/n] </translation>
+        <extracomment>Enter tries again, n gives up.</extracomment>
+        <translation>Erneut versuchen? [J/n] </translation>
     </message>
     <message id="NOT_UPLOADED_BECAUSE">
         <source>Not uploaded: %1</source>
@@ -374,6 +374,16 @@
     <message id="NOT_UPLOADED_UNREACHABLE">
         <source>Not uploaded: cannot reach the device at %1.</source>
         <translation>Nicht hochgeladen: Das Gerät unter %1 ist nicht erreichbar.</translation>
+    </message>
+    <message id="YES_LETTER">
+        <source>y</source>
+        <extracomment>The one letter a user of the language types for yes; y is taken as yes too.</extracomment>
+        <translation>j</translation>
+    </message>
+    <message id="YES_NO_HINT">
+        <source>[y/N]</source>
+        <extracomment>After a question whose answer is no unless YES_LETTER is typed.</extracomment>
+        <translation>[j/N]</translation>
     </message>
 </context>
 </TS>

@@ -280,7 +280,7 @@
     </message>
     <message id="MOVE_QUESTION">
         <source>Go on and move the sources? [y/N] </source>
-        <extracomment>y moves; the letters stay as they are.</extracomment>
+        <extracomment>The language's own letter for yes (YES_LETTER) moves, and so does y.</extracomment>
         <translation>Go on and move the sources? [y/N] </translation>
     </message>
     <message id="NOT_ON_DEVICE">
@@ -353,7 +353,7 @@
     </message>
     <message id="TRY_AGAIN_PROMPT">
         <source>Try again? [Y/n] </source>
-        <extracomment>Enter or y tries again, n gives up.</extracomment>
+        <extracomment>Enter tries again, n gives up.</extracomment>
         <translation>Try again? [Y/n] </translation>
     </message>
     <message id="NOT_UPLOADED_BECAUSE">
@@ -374,6 +374,16 @@
     <message id="NOT_UPLOADED_UNREACHABLE">
         <source>Not uploaded: cannot reach the device at %1.</source>
         <translation>Not uploaded: cannot reach the device at %1.</translation>
+    </message>
+    <message id="YES_LETTER">
+        <source>y</source>
+        <extracomment>The one letter a user of the language types for yes; y is taken as yes too.</extracomment>
+        <translation>y</translation>
+    </message>
+    <message id="YES_NO_HINT">
+        <source>[y/N]</source>
+        <extracomment>After a question whose answer is no unless YES_LETTER is typed.</extracomment>
+        <translation>[y/N]</translation>
     </message>
 </context>
 </TS>

@@ -280,8 +280,8 @@
     </message>
     <message id="MOVE_QUESTION">
         <source>Go on and move the sources? [y/N] </source>
-        <extracomment>y moves; the letters stay as they are.</extracomment>
-        <translation>Continuer et déplacer les sources ? [y/N] </translation>
+        <extracomment>The language's own letter for yes (YES_LETTER) moves, and so does y.</extracomment>
+        <translation>Continuer et déplacer les sources ? [o/N] </translation>
     </message>
     <message id="NOT_ON_DEVICE">
         <source>%1 is not on the device (its volumes: %2).</source>
@@ -353,8 +353,8 @@
     </message>
     <message id="TRY_AGAIN_PROMPT">
         <source>Try again? [Y/n] </source>
-        <extracomment>Enter or y tries again, n gives up.</extracomment>
-        <translation>Réessayer ? [Y/n] </translation>
+        <extracomment>Enter tries again, n gives up.</extracomment>
+        <translation>Réessayer ? [O/n] </translation>
     </message>
     <message id="NOT_UPLOADED_BECAUSE">
         <source>Not uploaded: %1</source>
@@ -374,6 +374,16 @@
     <message id="NOT_UPLOADED_UNREACHABLE">
         <source>Not uploaded: cannot reach the device at %1.</source>
         <translation>Non envoyé : impossible de joindre l’appareil à l’adresse %1.</translation>
+    </message>
+    <message id="YES_LETTER">
+        <source>y</source>
+        <extracomment>The one letter a user of the language types for yes; y is taken as yes too.</extracomment>
+        <translation>o</translation>
+    </message>
+    <message id="YES_NO_HINT">
+        <source>[y/N]</source>
+        <extracomment>After a question whose answer is no unless YES_LETTER is typed.</extracomment>
+        <translation>[o/N]</translation>
     </message>
 </context>
 </TS>
