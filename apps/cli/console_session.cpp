@@ -117,7 +117,8 @@ void ConsoleSession::finish(int code, const std::string& message) {
         std::fflush(out);
     }
     if (options_.json)
-        emitJsonEvent("ended", {{"exitStatus", std::int64_t{code}}, {"message", message}});
+        emitJsonEvent("ended", {{"exitStatus", std::int64_t{code}},
+                                {"message", message.empty() ? summary_ : message}});
     exitCode_ = code;
     stage_ = Stage::Done;
     // Ends the modal runs under way too, so the session's own loop returns.

@@ -134,6 +134,9 @@ class ConsoleSession : public QObject {
     // When the copy began (the upload's start, or the start of a resumed one).
     std::optional<Clock::time_point> uploadStarted_;
     std::string destinationShown_;
+    // The result's last line once the upload has ended: what --json's "ended" says when the
+    // end brings no message of its own.
+    std::string summary_;
 
     // Status screen state.
     bool awaitingStopAnswer_ = false;

@@ -398,6 +398,12 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
     const std::string& shown = destinationShown_.empty() ? folder : destinationShown_;
     const double seconds =
         uploadStarted_ ? std::chrono::duration<double>(Clock::now() - *uploadStarted_).count() : 0;
+    // The last line says what happened, for a reader and for a script's log alike.
+    summary_ =
+        consoleText("SUMMARY", {consoleCountText("FILES_n", status.filesArrived),
+                                progressBytesText(status.bytesDone), shown, durationText(seconds)});
+    if (!status.failures.empty())
+        summary_ += consoleCountText("SUMMARY_FAILED_n", status.failures.size());
     if (options_.json) {
         emitNewFileEvents(status);
         emitJsonEvent("completed", {{"files", status.filesArrived},
@@ -421,13 +427,7 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
         for (const FailedItem& item : status.failures)
             std::printf("  %s: %s\n", item.sourceFilePath.c_str(), item.localizedError.c_str());
     }
-    // The last line says what happened, for a reader and for a script's log alike.
-    std::string last =
-        consoleText("SUMMARY", {consoleCountText("FILES_n", status.filesArrived),
-                                progressBytesText(status.bytesDone), shown, durationText(seconds)});
-    if (!status.failures.empty())
-        last += consoleCountText("SUMMARY_FAILED_n", status.failures.size());
-    std::printf("%s\n", last.c_str());
+    std::printf("%s\n", summary_.c_str());
     std::fflush(stdout);
 }
 

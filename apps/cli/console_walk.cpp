@@ -309,12 +309,17 @@ void ConsoleSession::onModal(Dialog dialog) {
             }
             break;
         case Dialog::ProtectedFiles: {
-            std::printf("%s\n", view_.questionText().c_str());
-            // --move on a command line without a terminal is the confirmation.
+            // With --json stdout holds only events.
+            std::FILE* out = options_.json ? stderr : stdout;
+            std::fprintf(out, "%s\n", view_.questionText().c_str());
+            // --move on a command line without a terminal is the confirmation: the warning's
+            // own question is answered here, so that nobody waits for it to be asked.
             bool goOn = true;
             if (terminal_.inputIsTerminal()) {
                 const auto answer = ask(consoleText("MOVE_QUESTION"));
                 goOn = answer && !answer->empty() && isYesKey(answer->front());
+            } else {
+                std::fprintf(out, "%s\n", consoleText("MOVE_CONFIRMED_BY_OPTION").c_str());
             }
             view_.answer(dialog, goOn ? ConsoleView::kAnswerSecond : ConsoleView::kAnswerFirst);
             break;

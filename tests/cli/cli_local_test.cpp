@@ -603,6 +603,10 @@ TEST_F(CliTest, MoveConfirmsOnTheCommandLineAndTheSourcesGo) {
     const std::string warning = texts->localizedString("MOVE_FILE_WARNING_txt");
     ASSERT_FALSE(warning.empty());
     EXPECT_NE(child.output().find(warning), std::string::npos) << child.output();
+    // Its question is answered where it stands, not left for an answer nobody is asked for.
+    EXPECT_NE(child.output().find(warning + "\nYes: --move was given, so the sources are moved.\n"),
+              std::string::npos)
+        << child.output();
     EXPECT_TRUE(sameTree(work / "expected/Holiday", volume.path() + "/Holiday"));
     EXPECT_EQ(test::readFile(volume.path() + "/notes.txt"), "Meeting notes\n");
     EXPECT_TRUE(filesBelow(work / "src").empty());

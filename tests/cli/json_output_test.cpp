@@ -78,6 +78,11 @@ TEST_F(CliTest, JsonGivesOneObjectPerEventAndNothingElseOnStdout) {
               QStringLiteral("Drive/Inbox"));
     EXPECT_EQ(events.back().value(QStringLiteral("event")).toString(), QStringLiteral("ended"));
     EXPECT_EQ(events.back().value(QStringLiteral("exitStatus")).toInt(), 1);
+    // The end says what happened, as the last line of a run without --json does.
+    const std::string message =
+        events.back().value(QStringLiteral("message")).toString().toStdString();
+    EXPECT_NE(message.find(" to Drive/Inbox in "), std::string::npos) << message;
+    EXPECT_NE(message.find("1 item failed"), std::string::npos) << message;
     EXPECT_EQ(test::readFile(volume.path() + "/Inbox/Holiday/not utf8 \xff.txt"), "odd\n");
 
     // Each file that arrived is told once, with where it is now, before the upload's end; the
@@ -105,4 +110,25 @@ TEST_F(CliTest, JsonGivesOneObjectPerEventAndNothingElseOnStdout) {
         if (name == QLatin1String("completed")) completedAt = i;
     }
     EXPECT_LT(lastArrived, completedAt);
+}
+
+// The move warning is a sentence, not an event: with --json it goes to stderr with its answer,
+// and stdout stays events only.
+TEST_F(CliTest, JsonKeepsTheMoveWarningOffStdout) {
+    TmpfsVolume volume(work / "Drive", 32 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "src/notes.txt", "notes\n");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", "--move", "--json",
+                              work / "src/notes.txt"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    const std::vector<QJsonObject> events = eventsIn(child.output());
+    ASSERT_FALSE(events.empty());
+    EXPECT_EQ(events.back().value(QStringLiteral("event")).toString(), QStringLiteral("ended"));
+    EXPECT_NE(child.errors().find("Yes: --move was given, so the sources are moved.\n"),
+              std::string::npos)
+        << child.errors();
+    EXPECT_EQ(test::readFile(volume.path() + "/notes.txt"), "notes\n");
+    EXPECT_FALSE(fs::exists(work / "src/notes.txt"));
 }

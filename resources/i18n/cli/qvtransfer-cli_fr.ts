@@ -385,5 +385,10 @@
         <extracomment>After a question whose answer is no unless YES_LETTER is typed.</extracomment>
         <translation>[o/N]</translation>
     </message>
+    <message id="MOVE_CONFIRMED_BY_OPTION">
+        <source>Yes: --move was given, so the sources are moved.</source>
+        <extracomment>The answer to the move warning's question when no terminal can ask it.</extracomment>
+        <translation>Oui : --move a été donné, les sources sont donc déplacées.</translation>
+    </message>
 </context>
 </TS>
