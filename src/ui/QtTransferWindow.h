@@ -148,6 +148,9 @@ class QtTransferWindow : public QObject, public QVTransferView {
     void applyLocaleTexts();
     void setUpLists();
     void setUpZeroState();
+    // The drop hint shares its line with the totals under the source list: it takes the room
+    // the totals' text leaves, its sentence whole and its link shortened if need be.
+    void fitDropHintBesideTotals();
     void installOpenPanel();
     void connectActions();  // actions.cpp
     // The keyboard and assistive technology (keyboard.cpp): focus for every control that

@@ -138,6 +138,7 @@ void QtTransferWindow::applySources(const SourcesScreen& screen) {
     }
     if (auto* totals = control<QLabel>(QStringLiteral("numberOfFilesAndFolders")))
         totals->setText(qs(screen.summary));
+    fitDropHintBesideTotals();
 }
 
 void QtTransferWindow::applyDestinations(const DestinationScreen& screen) {

@@ -10,6 +10,7 @@
 #include <QStandardItemModel>
 #include <QTableView>
 #include <QTreeView>
+#include <algorithm>
 
 #include "session/view_actions.h"
 #include "ui/QtTransferWindow.h"
@@ -181,6 +182,19 @@ void QtTransferWindow::setUpLists() {
     }
 }
 
+void QtTransferWindow::fitDropHintBesideTotals() {
+    auto* totals = control<QLabel>(QStringLiteral("numberOfFilesAndFolders"));
+    QWidget* hint = control(QStringLiteral("dropHintRow"));
+    // In the zero state the hint lives in the drop area, which has a line of its own.
+    if (!totals || !hint || hint->parentWidget() != totals->parentWidget()) return;
+    constexpr int kGap = 12;
+    const int text = totals->text().isEmpty()
+                         ? 0
+                         : totals->fontMetrics().horizontalAdvance(totals->text()) + kGap;
+    const int right = totals->geometry().right() + 1 - text;
+    hint->resize(std::max(0, right - hint->x()), hint->height());
+}
+
 void QtTransferWindow::setUpZeroState() {
     // A device that has never been uploaded to gets the welcoming variant of the heading and
     // an explicit drop area; the others get the longer list instead.
@@ -193,6 +207,12 @@ void QtTransferWindow::setUpZeroState() {
     show("zeroTransferProgressIndicator", zero);
     show("transferProgressIndicator", !zero);
     show("zeroStateDropArea", zero);
+    // The sentence is never cut; the link beside it gives way instead (a button's own policy
+    // never lets it be narrower than its title).
+    if (auto* label = control<QLabel>(QStringLiteral("dragAndDropLabel")))
+        label->setSizePolicy(QSizePolicy::Fixed, label->sizePolicy().verticalPolicy());
+    if (QWidget* link = control(QStringLiteral("chooseSourceFilesLink")))
+        link->setSizePolicy(QSizePolicy::Preferred, link->sizePolicy().verticalPolicy());
     if (zero) {
         // The drop hint and the chooser link go into the drop area itself, beside its image.
         QWidget* area = control(QStringLiteral("zeroStateDropArea"));

@@ -3,7 +3,6 @@
 #include <QPainter>
 #include <algorithm>
 
-#include <algorithm>
 #include "widgets/focus_ring.h"
 
 namespace qvt {
@@ -31,6 +30,7 @@ void QVTransferLinkButton::setUpTitle(const QString& title, const QFont& titleFo
     setFont(titleFont_);
     setFlat(true);
     updateGeometry();
+    updateTip();
     update();
 }
 
@@ -39,6 +39,7 @@ void QVTransferLinkButton::setUpImages(const QIcon& defaultImage, const QIcon& h
     hoveredImage_ = hoveredImage;
     setIcon(defaultImage);
     updateGeometry();
+    updateTip();
     update();
 }
 
@@ -73,23 +74,47 @@ QSize QVTransferLinkButton::sizeHint() const {
     return {width, height};
 }
 
+QSize QVTransferLinkButton::minimumSizeHint() const {
+    const QSize whole = sizeHint();
+    int width = QFontMetrics(titleFont_).horizontalAdvance(QStringLiteral("\u2026")) + 2;
+    if (!icon().isNull()) width += iconSize().width() + kImageTitleGap;
+    return {std::min(width, whole.width()), whole.height()};
+}
+
+QRect QVTransferLinkButton::titleRect() const {
+    QRect textArea = rect();
+    const QRect image = imageRect();
+    if (!image.isNull()) textArea.setLeft(image.right() + 1 + kImageTitleGap);
+    return textArea;
+}
+
+QString QVTransferLinkButton::shownTitle() const {
+    return QFontMetrics(titleFont_).elidedText(title_, Qt::ElideRight, titleRect().width());
+}
+
+void QVTransferLinkButton::updateTip() {
+    setToolTip(shownTitle() == title_ ? QString() : title_);
+}
+
+void QVTransferLinkButton::resizeEvent(QResizeEvent* event) {
+    QPushButton::resizeEvent(event);
+    updateTip();
+}
+
 void QVTransferLinkButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    QRect textArea = rect();
     const QRect image = imageRect();
     if (!image.isNull()) {
         const QIcon::Mode mode = isEnabled() ? QIcon::Normal : QIcon::Disabled;
         icon().paint(&painter, image, Qt::AlignCenter, mode);
-        textArea.setLeft(image.right() + 1 + kImageTitleGap);
     }
     QColor colour = titleColor_;
     if (!isEnabled()) colour.setAlphaF(0.4);
     painter.setPen(colour);
     painter.setFont(titleFont_);
-    const QString shown =
-        QFontMetrics(titleFont_).elidedText(title_, Qt::ElideRight, textArea.width());
     const Qt::Alignment horizontal = textAlignment_ & Qt::AlignHorizontal_Mask;
-    painter.drawText(textArea, (horizontal ? horizontal : Qt::AlignLeft) | Qt::AlignVCenter, shown);
+    painter.drawText(titleRect(), (horizontal ? horizontal : Qt::AlignLeft) | Qt::AlignVCenter,
+                     shownTitle());
     if (hasFocus()) widgets::drawFocusRing(painter, QRectF(rect()), 2);
 }
 

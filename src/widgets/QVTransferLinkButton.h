@@ -44,15 +44,23 @@ class QVTransferLinkButton : public QPushButton {
     QIcon currentImage() const { return icon(); }
 
     QSize sizeHint() const override;
-    QSize minimumSizeHint() const override { return sizeHint(); }
+    // A link whose size policy lets it shrink can be as small as its image and an ellipsis; a
+    // title it cannot show whole is shortened with "…" and shown whole as its tool tip.
+    QSize minimumSizeHint() const override;
 
   protected:
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
   private:
     QRect imageRect() const;
+    // Where the title is drawn.
+    QRect titleRect() const;
+    // The title as it fits, and the tool tip that shows it whole when it does not.
+    QString shownTitle() const;
+    void updateTip();
 
     QColor titleColor_{0, 0, 0};
     Qt::Alignment textAlignment_ = Qt::AlignLeft;
