@@ -16,6 +16,12 @@ QRect QVTransferCenterTextFieldCell::titleRectForBounds(const QRect& bounds, int
     return r;
 }
 
+QString QVTransferCenterTextFieldCell::shownText() const {
+    if (wordWrap() || textFormat() == Qt::RichText) return text();
+    const QRect bounds = contentsRect().adjusted(margin(), margin(), -margin(), -margin());
+    return fontMetrics().elidedText(text(), Qt::ElideRight, bounds.width());
+}
+
 void QVTransferCenterTextFieldCell::paintEvent(QPaintEvent* event) {
     if (textFormat() == Qt::RichText || !pixmap().isNull()) {
         QLabel::paintEvent(event);
@@ -26,11 +32,15 @@ void QVTransferCenterTextFieldCell::paintEvent(QPaintEvent* event) {
     const QRect bounds = contentsRect().adjusted(margin(), margin(), -margin(), -margin());
     const int flags = (alignment() & Qt::AlignHorizontal_Mask) | Qt::AlignTop |
                       (wordWrap() ? Qt::TextWordWrap : 0);
-    const QRect needed = fontMetrics().boundingRect(bounds, flags, text());
+    const QString shown = shownText();
+    // The tip follows what is drawn now, whatever set the text or the size since.
+    const QString tip = shown == text() ? QString() : text();
+    if (toolTip() != tip) setToolTip(tip);
+    const QRect needed = fontMetrics().boundingRect(bounds, flags, shown);
     const QRect area = titleRectForBounds(bounds, needed.height());
     painter.setPen(
         palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, foregroundRole()));
-    painter.drawText(area, flags, text());
+    painter.drawText(area, flags, shown);
 }
 
 }  // namespace qvt

@@ -14,6 +14,10 @@ class QVTransferCenterTextFieldCell : public QLabel {
     // The rectangle text `textHeight` high is drawn in, inside `bounds`.
     static QRect titleRectForBounds(const QRect& bounds, int textHeight);
 
+    // The text as drawn: a single line too long for the field (a heading with a long device
+    // name) ends in "…", and the whole text is then the field's tool tip.
+    QString shownText() const;
+
   protected:
     void paintEvent(QPaintEvent* event) override;
 };

@@ -358,6 +358,26 @@ TEST(CenterTextFieldCell, TheTextIsDrawnInTheMiddle) {
     EXPECT_NEAR(top, image.height() - 1 - bottom, label.fontMetrics().descent() + 2);
 }
 
+// A heading with a long device name: the line ends in an ellipsis inside the field, and the
+// whole heading is the tool tip; one that fits is drawn whole, with no tip.
+TEST(CenterTextFieldCell, ALineTooLongEndsInAnEllipsisAndIsWholeInTheToolTip) {
+    QVTransferCenterTextFieldCell label;
+    const QString heading =
+        QStringLiteral("Dateien auf Ein sehr langer Ger\u00e4tename f\u00fcr den Test hochladen");
+    label.setText(heading);
+    label.resize(label.fontMetrics().horizontalAdvance(heading) / 2, 40);
+    (void)label.grab();  // drawn once, as the window draws it
+    const QString shown = label.shownText();
+    EXPECT_TRUE(shown.endsWith(QChar(0x2026))) << shown.toStdString();
+    EXPECT_LE(label.fontMetrics().horizontalAdvance(shown), label.width());
+    EXPECT_EQ(label.toolTip(), heading);
+
+    label.resize(label.fontMetrics().horizontalAdvance(heading) + 10, 40);
+    (void)label.grab();
+    EXPECT_EQ(label.shownText(), heading);
+    EXPECT_TRUE(label.toolTip().isEmpty());
+}
+
 TEST(ToolbarBackground, OutlineStartsMidBottomAndGoesRound) {
     const QRectF r(0, 0, 100, 50);
     const QPainterPath path = QVTransferToolbarBackground::createBezierPathForRect(r);
