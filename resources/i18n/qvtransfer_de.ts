@@ -361,6 +361,10 @@
         <source>The link points to nothing.</source>
         <translation>Der Verweis zeigt ins Leere.</translation>
     </message>
+    <message id="LINK_CIRCLE_txt">
+        <source>The link leads through other links back to itself, so it never reaches a file or folder.</source>
+        <translation>Der Verweis führt über andere Verweise zu sich selbst zurück und erreicht nie eine Datei oder einen Ordner.</translation>
+    </message>
     <message id="LINK_LOOP_txt">
         <source>The link leads back into a folder that holds it, so following it would never end.</source>
         <translation>Der Verweis führt zurück in einen Ordner, der ihn enthält; ihm zu folgen, endete nie.</translation>

@@ -361,6 +361,10 @@
         <source>The link points to nothing.</source>
         <translation>The link points to nothing.</translation>
     </message>
+    <message id="LINK_CIRCLE_txt">
+        <source>The link leads through other links back to itself, so it never reaches a file or folder.</source>
+        <translation>The link leads through other links back to itself, so it never reaches a file or folder.</translation>
+    </message>
     <message id="LINK_LOOP_txt">
         <source>The link leads back into a folder that holds it, so following it would never end.</source>
         <translation>The link leads back into a folder that holds it, so following it would never end.</translation>

@@ -361,6 +361,10 @@
         <source>The link points to nothing.</source>
         <translation>Le lien ne mène nulle part.</translation>
     </message>
+    <message id="LINK_CIRCLE_txt">
+        <source>The link leads through other links back to itself, so it never reaches a file or folder.</source>
+        <translation>Le lien mène par d’autres liens à lui-même : il n’atteint jamais de fichier ni de dossier.</translation>
+    </message>
     <message id="LINK_LOOP_txt">
         <source>The link leads back into a folder that holds it, so following it would never end.</source>
         <translation>Le lien ramène dans un dossier qui le contient : le suivre ne finirait jamais.</translation>

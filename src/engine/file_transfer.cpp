@@ -2,8 +2,10 @@
 // or full device.
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include "engine/duplicate_name.h"
 #include "engine/link_loops.h"
@@ -322,9 +324,15 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
         bool isFolder = false;
         if (!fs::files().exists(sourcePath, &isFolder)) {
             if (fs::files().isAlias(sourcePath)) {
+                // Links that lead round to one another reach nothing either, for another
+                // reason than a target that is gone.
+                std::error_code error;
+                (void)std::filesystem::status(sourcePath, error);
                 failUncopiableLink(
                     *this, sourcePath, destination,
-                    qvt::TransferError{ENOENT, localizedString("LINK_DANGLING_txt")});
+                    error == std::errc::too_many_symbolic_link_levels
+                        ? qvt::TransferError{ELOOP, localizedString("LINK_CIRCLE_txt")}
+                        : qvt::TransferError{ENOENT, localizedString("LINK_DANGLING_txt")});
                 break;
             }
             // Removed or renamed since it was chosen: the user hears it, rather than an upload

@@ -90,6 +90,22 @@ TEST(TransferFile, ALinkToNothingIsAFailedItemWithItsReason) {
     EXPECT_EQ(s.c->job().filesArrived, 1);
 }
 
+TEST(TransferFile, LinksThatLeadToOneAnotherAreAFailedItemWithTheirReason) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 10;
+    fs::create_directories(s.from("album"));
+    fs::create_symlink("second", s.from("album/first"));
+    fs::create_symlink("first", s.from("album/second"));
+    s.c->transferFile(s.from("album"), s.at("album"), s.dst);
+    ASSERT_EQ(failureCount(s), 2u);
+    for (const Value& v : s.c->failedTransferArray.get())
+        EXPECT_EQ(v.asRecord()->string("localizedError"),
+                  "The link leads through other links back to itself, so it never reaches a file "
+                  "or folder.");
+    EXPECT_TRUE(fs::is_empty(s.at("album")));
+}
+
 TEST(TransferFile, AClashingFileGetsTheNextCopyName) {
     Session s;
     ASSERT_TRUE(s.c);
