@@ -361,6 +361,10 @@
         <source>The link points to nothing.</source>
         <translation>Der Verweis zeigt ins Leere.</translation>
     </message>
+    <message id="LARGER_THAN_DEVICE_txt">
+        <source>The file is larger than the whole device, so it cannot be uploaded to it.</source>
+        <translation>Die Datei ist größer als das ganze Gerät und kann daher nicht darauf hochgeladen werden.</translation>
+    </message>
     <message id="LINK_CIRCLE_txt">
         <source>The link leads through other links back to itself, so it never reaches a file or folder.</source>
         <translation>Der Verweis führt über andere Verweise zu sich selbst zurück und erreicht nie eine Datei oder einen Ordner.</translation>

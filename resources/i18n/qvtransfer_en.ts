@@ -361,6 +361,10 @@
         <source>The link points to nothing.</source>
         <translation>The link points to nothing.</translation>
     </message>
+    <message id="LARGER_THAN_DEVICE_txt">
+        <source>The file is larger than the whole device, so it cannot be uploaded to it.</source>
+        <translation>The file is larger than the whole device, so it cannot be uploaded to it.</translation>
+    </message>
     <message id="LINK_CIRCLE_txt">
         <source>The link leads through other links back to itself, so it never reaches a file or folder.</source>
         <translation>The link leads through other links back to itself, so it never reaches a file or folder.</translation>

@@ -361,6 +361,10 @@
         <source>The link points to nothing.</source>
         <translation>Le lien ne mène nulle part.</translation>
     </message>
+    <message id="LARGER_THAN_DEVICE_txt">
+        <source>The file is larger than the whole device, so it cannot be uploaded to it.</source>
+        <translation>Le fichier est plus grand que l’appareil entier : il ne peut pas y être envoyé.</translation>
+    </message>
     <message id="LINK_CIRCLE_txt">
         <source>The link leads through other links back to itself, so it never reaches a file or folder.</source>
         <translation>Le lien mène par d’autres liens à lui-même : il n’atteint jamais de fichier ni de dossier.</translation>

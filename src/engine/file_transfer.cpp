@@ -122,6 +122,15 @@ std::optional<std::string> renamedBeforeTheLoss(QVTransferPrivate& c, const std:
     return target;
 }
 
+// Whether `source` is larger than the whole volume `destination` goes to: no room that is made
+// there will ever hold it, so the device-full wait would never end.
+bool largerThanTheDevice(const std::string& source, const std::string& destination) {
+    const auto size = fs::files().totalSize(source);
+    const auto whole =
+        fs::files().volumeFacts(deletingLastPathComponent(destination)).totalCapacity;
+    return size && whole && *size > *whole;
+}
+
 // Whether the copy at `copy` holds all of `source`: a share reports some write errors only as
 // a short file.
 int checkWhole(const std::string& source, const std::string& copy) {
@@ -231,12 +240,15 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
             reportLostDevice(c);
             return Step::Retry;
         }
-        if (code == fs::kOutOfSpaceWriteError) {
+        const bool tooLarge =
+            code == fs::kOutOfSpaceWriteError && largerThanTheDevice(source, target);
+        if (code == fs::kOutOfSpaceWriteError && !tooLarge) {
             c.displayDeviceFullDialog();
             return Step::Retry;
         }
         c.discardPartialCopy();
-        error = failureOf(c, rc);
+        error = tooLarge ? qvt::TransferError{code, c.localizedString("LARGER_THAN_DEVICE_txt")}
+                         : failureOf(c, rc);
     }
 
     ++upload.filesMet;

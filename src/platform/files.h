@@ -36,6 +36,8 @@ struct VolumeFacts {
     // cannot be read.
     std::string remountURL;
     std::optional<std::uint64_t> availableCapacity;
+    // The size of the whole volume, free or not.
+    std::optional<std::uint64_t> totalCapacity;
     std::string uuid;  // the filesystem UUID; "" when the filesystem has none
 };
 

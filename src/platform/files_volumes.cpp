@@ -68,13 +68,16 @@ VolumeFacts FileLayer::volumeFacts(const std::string& path) {
         const std::uint64_t unit = static_cast<std::uint64_t>(sv.f_bsize) *
                                    static_cast<std::uint64_t>(sv.f_frsize ? sv.f_frsize : 1);
         facts.availableCapacity = static_cast<std::uint64_t>(sv.f_bavail) * unit;
+        facts.totalCapacity = static_cast<std::uint64_t>(sv.f_blocks) * unit;
         return facts;
     }
     struct stat st {};
     if (stat(path.c_str(), &st) != 0) return facts;
     struct statvfs sv {};
-    if (statvfs(path.c_str(), &sv) == 0)
+    if (statvfs(path.c_str(), &sv) == 0) {
         facts.availableCapacity = static_cast<std::uint64_t>(sv.f_bavail) * sv.f_frsize;
+        facts.totalCapacity = static_cast<std::uint64_t>(sv.f_blocks) * sv.f_frsize;
+    }
     // The kernel mount of the path's device whose mount point holds the path.
     const std::string real = realOrNormalPath(path);
     const KernelMount* best = nullptr;

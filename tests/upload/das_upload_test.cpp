@@ -243,6 +243,29 @@ TEST_F(DasUpload, RepeatedUploadsNumberTheCopies) {
     }
 }
 
+// A file larger than the whole volume can never fit, however much room is made: it is a failed
+// item at once, its hidden copy goes, and the rest of the upload arrives.
+TEST_F(DasUpload, AFileLargerThanTheWholeVolumeFailsAndTheRestArrives) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    test::TempDir sources;
+    writeBytes(sources.path() + "/film.bin", 24u << 20, 5);
+    test::writeFile(sources.path() + "/notes.txt", "notes\n");
+    UploadSession s(dasDeviceFor(volume));
+    ASSERT_TRUE(s.addSources({sources.path() + "/film.bin", sources.path() + "/notes.txt"}));
+    ASSERT_TRUE(s.toDestination(false));
+    s.upload(volume.path());
+    ASSERT_TRUE(s.waitCompleted()) << s.logText();
+    EXPECT_FALSE(s.c().deviceFull());
+    const auto failures = s.failures();
+    ASSERT_EQ(failures.size(), 1u);
+    EXPECT_EQ(failures[0].string("sourceFilePath"), sources.path() + "/film.bin");
+    EXPECT_EQ(failures[0].string("localizedError"),
+              "The file is larger than the whole device, so it cannot be uploaded to it.");
+    EXPECT_EQ(test::readFile(volume.path() + "/notes.txt"), "notes\n");
+    EXPECT_EQ(namesIn(volume.path()), (std::set<std::string>{"lost+found", "notes.txt"}));
+}
+
 TEST_F(DasUpload, MoveOptionMovesSourcesAndLeavesProtectedOnesInPlace) {
     Ext4Volume volume(box.root(), box.root() + "/Drive", 64);
     ASSERT_TRUE(volume.ok());
