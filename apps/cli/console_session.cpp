@@ -71,18 +71,39 @@ std::string ConsoleSession::deviceInfo(const char* key) const {
 // place of an upload that did not finish, whichever device it went to, and that upload could
 // then never be taken up (a new copy of its sources would only give its files "copy" twins).
 // It is kept unless the user says otherwise.
-std::string ConsoleSession::interruptedUploadRefusal() const {
-    if (options_.replaceInterrupted) return "";
-    const auto recorded = session::unfinishedUploadIn(
-        platform::UserFolders::current().transferDataFolder() + "/" + session::kStateFileName);
-    if (!recorded) return "";
-    const bool nas = device_.string("deviceType") == "NAS";
+namespace {
+
+std::optional<session::RecordedUpload> recordedUpload() {
+    return session::unfinishedUploadIn(platform::UserFolders::current().transferDataFolder() + "/" +
+                                       session::kStateFileName);
+}
+
+}  // namespace
+
+bool ConsoleSession::recordIsThisDevices(const session::RecordedUpload& recorded) const {
     // An attached device's resume takes the one record there is, so any record of an
     // attached disk is this device's to take up.
-    if (nas ? recorded->key == deviceInfo("serialNumber") : recorded->deviceType != "NAS")
+    return device_.string("deviceType") == "NAS" ? recorded.key == deviceInfo("serialNumber")
+                                                 : recorded.deviceType != "NAS";
+}
+
+std::string ConsoleSession::interruptedUploadRefusal() const {
+    if (options_.replaceInterrupted) return "";
+    const auto recorded = recordedUpload();
+    if (!recorded) return "";
+    if (recordIsThisDevices(*recorded))
         return consoleText("INTERRUPTED_RECORDED", {deviceInfo("productName")});
     if (recorded->deviceType == "NAS") return consoleText("INTERRUPTED_OTHER_NAS", {recorded->key});
     return consoleText("INTERRUPTED_OTHER_DAS");
+}
+
+std::string ConsoleSession::otherDevicesRecordHint() const {
+    const auto recorded = recordedUpload();
+    if (!recorded || recordIsThisDevices(*recorded)) return "";
+    const std::string name = deviceInfo("productName");
+    if (recorded->deviceType == "NAS")
+        return consoleText("RECORDED_FOR_OTHER_NAS", {name, recorded->key});
+    return consoleText("RECORDED_FOR_OTHER_DAS", {name});
 }
 
 // Another process that runs an upload (a console uploader in another terminal, the window)
@@ -149,6 +170,11 @@ void ConsoleSession::tick() {
                     stdinPassword_ = terminal_.readLine("", true, [this] { return ended(); });
                 if (const std::string refusal = runningUploadRefusal(); !refusal.empty()) {
                     finish(kExitBadArguments, refusal);
+                } else if (const std::string other = otherDevicesRecordHint();
+                           options_.resume && !other.empty()) {
+                    // The one record there is belongs to another device: taking it up here
+                    // would look for that upload's destination on this device.
+                    finish(kExitSomeFailed, other);
                 } else if (options_.resume) {
                     stage_ = Stage::Resuming;
                     if (!options_.quiet) {

@@ -15,6 +15,7 @@
 #include "cli_options.h"
 #include "platform/upload_claim.h"
 #include "qvtransfer/QVTransfer.h"
+#include "session/recorded_upload.h"
 #include "session/view_actions.h"
 #include "session/view_models.h"
 #include "session/wizard_types.h"
@@ -107,6 +108,11 @@ class ConsoleSession : public QObject {
     std::string deviceInfo(const char* key) const;
     // Why a new upload may not start now, or nothing when it may.
     std::string interruptedUploadRefusal() const;
+    // When the state file records an unfinished upload to another device than this one: a
+    // sentence for --resume that says there is nothing of this device's and names the other
+    // ("" else).
+    std::string otherDevicesRecordHint() const;
+    bool recordIsThisDevices(const session::RecordedUpload& recorded) const;
     // Takes this process's hold on running an upload; the refusal when another process holds
     // it, or "".
     std::string runningUploadRefusal();

@@ -530,6 +530,19 @@ TEST_F(CliTest, ANewUploadKeepsAnotherDevicesUnfinishedUploadUnlessAskedTo) {
         EXPECT_FALSE(fs::exists(volume.path() + "/a.txt"));
         EXPECT_EQ(test::readFile(stateFile), record);
     }
+    {
+        // --resume finds nothing of this disk's, and says whose upload is recorded.
+        ChildProcess child;
+        ASSERT_TRUE(start(child, {"--das", volume.path(), "--resume"}));
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+        EXPECT_NE(child.errors().find("There is no interrupted upload to Local Drive to take up: "
+                                      "the one recorded went to the network device with serial "
+                                      "number SN-ELSEWHERE."),
+                  std::string::npos)
+            << child.errors();
+        EXPECT_EQ(test::readFile(stateFile), record);
+    }
     ChildProcess child;
     ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive",
                               "--replace-interrupted", work / "a.txt"}));

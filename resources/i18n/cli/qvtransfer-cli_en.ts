@@ -390,5 +390,15 @@
         <extracomment>The answer to the move warning's question when no terminal can ask it.</extracomment>
         <translation>Yes: --move was given, so the sources are moved.</translation>
     </message>
+    <message id="RECORDED_FOR_OTHER_NAS">
+        <source>There is no interrupted upload to %1 to take up: the one recorded went to the network device with serial number %2. Take it up with that device's options and --resume.</source>
+        <extracomment>For --resume when the one upload recorded is another device's; %1 is this device, %2 the other's serial number.</extracomment>
+        <translation>There is no interrupted upload to %1 to take up: the one recorded went to the network device with serial number %2. Take it up with that device's options and --resume.</translation>
+    </message>
+    <message id="RECORDED_FOR_OTHER_DAS">
+        <source>There is no interrupted upload to %1 to take up: the one recorded went to an attached disk. Take it up with --das, that disk's volume folders and --resume.</source>
+        <extracomment>For --resume of a network device when the one upload recorded is an attached disk's; %1 is this device.</extracomment>
+        <translation>There is no interrupted upload to %1 to take up: the one recorded went to an attached disk. Take it up with --das, that disk's volume folders and --resume.</translation>
+    </message>
 </context>
 </TS>

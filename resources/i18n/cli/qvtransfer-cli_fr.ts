@@ -390,5 +390,15 @@
         <extracomment>The answer to the move warning's question when no terminal can ask it.</extracomment>
         <translation>Oui : --move a été donné, les sources sont donc déplacées.</translation>
     </message>
+    <message id="RECORDED_FOR_OTHER_NAS">
+        <source>There is no interrupted upload to %1 to take up: the one recorded went to the network device with serial number %2. Take it up with that device's options and --resume.</source>
+        <extracomment>For --resume when the one upload recorded is another device's; %1 is this device, %2 the other's serial number.</extracomment>
+        <translation>Il n’y a pas d’envoi interrompu vers %1 à reprendre : celui qui est enregistré allait vers l’appareil réseau de numéro de série %2. Reprenez-le avec les options de cet appareil et --resume.</translation>
+    </message>
+    <message id="RECORDED_FOR_OTHER_DAS">
+        <source>There is no interrupted upload to %1 to take up: the one recorded went to an attached disk. Take it up with --das, that disk's volume folders and --resume.</source>
+        <extracomment>For --resume of a network device when the one upload recorded is an attached disk's; %1 is this device.</extracomment>
+        <translation>Il n’y a pas d’envoi interrompu vers %1 à reprendre : celui qui est enregistré allait vers un disque connecté. Reprenez-le avec --das, les dossiers des volumes de ce disque et --resume.</translation>
+    </message>
 </context>
 </TS>
