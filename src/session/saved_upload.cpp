@@ -36,6 +36,8 @@ std::optional<bool> outlineLeavesWork(const std::string& file, const std::string
             if (r.key == serialNumber) record = &r;
     } else if (deviceType == "DAS" && !records->empty()) {
         record = &records->front();
+        // The one record is a network device's: nothing of an attached device's is there.
+        if (record->deviceType == "NAS") return false;
     }
     return record && leavesWork(*record);
 }
@@ -70,6 +72,9 @@ SavedUpload readSavedUpload(const std::string& file, const std::string& deviceTy
         saved.status = Saved::Unreadable;
         return saved;
     }
+    // An attached device takes the file's one record whatever its key, but not one that says it
+    // is a network device's: its destination lies on that device's share.
+    if (deviceType == "DAS" && record->string("deviceType") == "NAS") return saved;
     if (!leavesWork(*record)) return saved;
     const qvt::List* pending = record->list("sourceFilesPendingArray");
     const std::string destination = record->string("selectedDestinationShare");

@@ -342,6 +342,19 @@ TEST_F(ResumeUpload, NothingRecordedForTheDeviceIsToldInOneSentenceAndNothingIsC
     resume(done);
     ASSERT_TRUE(test::waitFor([&] { return !resumeProblem(done).empty(); }));
     EXPECT_EQ(resumeProblem(done), "There is no interrupted upload to Test Drive to take up.");
+
+    // Nor does the one record of a network device's upload: it is not offered, and is kept.
+    UploadSession other(dasDeviceFor(volume));
+    Record networks = savedUpload(List{pendingEntry("/x", 1, 0, 1)}, "/home/u/.QVTransfer/Public");
+    networks.set("deviceType", "NAS");
+    writeState(other, "SN-ELSEWHERE", networks);
+    const std::string kept = test::readFile(other.c().transferDataFilePath);
+    EXPECT_FALSE(other.c().hasUploadToResume());
+    resume(other);
+    ASSERT_TRUE(test::waitFor([&] { return !resumeProblem(other).empty(); }));
+    EXPECT_EQ(resumeProblem(other), "There is no interrupted upload to Test Drive to take up.");
+    ASSERT_TRUE(other.settle());
+    EXPECT_EQ(test::readFile(other.c().transferDataFilePath), kept);
 }
 
 TEST_F(ResumeUpload, AnUnreadableStateFileIsToldAndKeptAsItWas) {
