@@ -61,8 +61,14 @@ void ConsoleSession::clearProgressLine() {
 
 void ConsoleSession::emitNewFileEvents(const StatusSnapshot& status) {
     // The files that arrived since the last look come first: a file is told once it is whole.
-    for (const auto& [source, destination] : view_.takeArrivedFiles())
-        emitJsonEvent("arrived", {{"path", source}, {"destination", destination}});
+    for (const ConsoleView::ArrivedFile& file : view_.takeArrivedFiles()) {
+        if (file.url.empty())
+            emitJsonEvent("arrived", {{"path", file.source}, {"destination", file.destination}});
+        else
+            emitJsonEvent(
+                "arrived",
+                {{"path", file.source}, {"destination", file.destination}, {"url", file.url}});
+    }
     for (; failuresEmitted_ < status.failures.size(); ++failuresEmitted_) {
         const FailedItem& item = status.failures[failuresEmitted_];
         emitJsonEvent("failed", {{"path", item.sourceFilePath}, {"reason", item.localizedError}});

@@ -1,5 +1,6 @@
 #include "console_view.h"
 
+#include "platform/files.h"
 #include "platform/qt_main_thread.h"
 
 #include <cstdio>
@@ -117,11 +118,12 @@ void ConsoleView::showStatus(const StatusSnapshot& status) {
 
 void ConsoleView::fileArrived(const std::string& source, const std::string& destination) {
     if (!keepArrived_) return;
+    std::string url = platform::files().networkURLForPath(destination);
     std::lock_guard lock(mutex_);
-    arrived_.emplace_back(source, destination);
+    arrived_.push_back({source, destination, std::move(url)});
 }
 
-std::vector<std::pair<std::string, std::string>> ConsoleView::takeArrivedFiles() {
+std::vector<ConsoleView::ArrivedFile> ConsoleView::takeArrivedFiles() {
     std::lock_guard lock(mutex_);
     return std::exchange(arrived_, {});
 }

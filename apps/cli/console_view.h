@@ -67,10 +67,17 @@ class ConsoleView : public QVTransferView {
     void moveControl(const std::string&, double, double) override {}
     void fileArrived(const std::string& source, const std::string& destination) override;
 
-    // Files that arrived are kept (source, destination) from now on, for takeArrivedFiles().
+    struct ArrivedFile {
+        std::string source;
+        std::string destination;
+        // A share's file by its smb:// address, taken while the share is mounted: the folder it
+        // is mounted at is empty once the uploader has let it go. "" on a local volume.
+        std::string url;
+    };
+    // Files that arrived are kept from now on, for takeArrivedFiles().
     void keepArrivedFiles() { keepArrived_ = true; }
     // The files that arrived since the last call, in the order they arrived.
-    std::vector<std::pair<std::string, std::string>> takeArrivedFiles();
+    std::vector<ArrivedFile> takeArrivedFiles();
 
     // ---- What the session reads ----
     // The screen shown, when one is.
@@ -117,7 +124,7 @@ class ConsoleView : public QVTransferView {
     std::function<void(Dialog)> onModal_;
     mutable std::mutex mutex_;
     std::atomic<bool> keepArrived_{false};
-    std::vector<std::pair<std::string, std::string>> arrived_;
+    std::vector<ArrivedFile> arrived_;
     std::string lostConnectionSentence_;
     bool screenShown_ = false;
     Screen screen_ = Screen::Users;

@@ -111,6 +111,29 @@ TEST_F(CliNas, UploadsToAFolderOfAPrivateShare) {
     EXPECT_EQ(child.errors().find(kPassword), std::string::npos);
 }
 
+// With --json a share's files are named by their smb:// addresses too: the folder the share
+// was mounted at is empty once the uploader has ended.
+TEST_F(CliNas, JsonNamesTheFilesOnTheShareByTheirAddresses) {
+    fs::create_directories(share("Family") + "/Trips");
+    test::writeFile(work / "src/a b.txt", "a\n");
+    auto args = deviceArgs();
+    for (const std::string a :
+         {"--user", kUser, "--password-stdin", "--json", "--destination", "Family/Trips"})
+        args.push_back(a);
+    args.push_back(work / "src/a b.txt");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    child.write(std::string(kPassword) + "\n");
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_EQ(test::readFile(share("Family") + "/Trips/a b.txt"), "a\n");
+    EXPECT_NE(child.output().find("\"url\":\"smb://127.0.0.1/Family/Trips/a%20b.txt\""),
+              std::string::npos)
+        << child.output();
+    EXPECT_NE(child.output().find("\"url\":\"smb://127.0.0.1/Family/Trips\""), std::string::npos)
+        << child.output();
+}
+
 TEST_F(CliNas, AWrongPasswordEndsWithOneAndUploadsNothing) {
     test::writeFile(work / "a.txt", "a");
     auto args = deviceArgs();
