@@ -79,9 +79,11 @@ for p in "${pids[@]:1}"; do kill "$p" 2>/dev/null; done
 
 # 2. The status screen of an upload stopped by a full disk.
 mkdir -p "$work/Small Disk" "$work/home2/.local/share/QVTransfer" "$work/src"
-mount -t tmpfs -o size=1M tmpfs "$work/Small Disk" ||
+mount -t tmpfs -o size=2M tmpfs "$work/Small Disk" ||
     { echo "atspi_test: cannot mount a tmpfs (run as root)"; exit 1; }
-head -c 4194304 /dev/urandom >"$work/src/big.bin"
+# Less room left than the file needs, though the disk as a whole could hold it.
+head -c 1572864 /dev/urandom >"$work/Small Disk/filler.bin"
+head -c 1048576 /dev/urandom >"$work/src/big.bin"
 cat >"$work/home2/.local/share/QVTransfer/qvtransfer.plist" <<EOF
 <?xml version="1.0" encoding="UTF-8"?>
 <plist version="1.0"><dict><key>LOCAL-DRIVE</key><dict>
@@ -91,7 +93,7 @@ cat >"$work/home2/.local/share/QVTransfer/qvtransfer.plist" <<EOF
 <key>filesSelectCheckbox</key><integer>1</integer><key>fileName</key><string>big.bin</string>
 <key>fullFilePath</key><string>$work/src/big.bin</string>
 <key>numberOfFiles</key><string>1 file</string><key>numberOfFolders</key><string>0 folders</string>
-<key>fileSize</key><integer>4194304</integer></dict></array>
+<key>fileSize</key><integer>1048576</integer></dict></array>
 </dict></dict></plist>
 EOF
 start_host home2 --das "$work/Small Disk" --name "Small Disk" --resume

@@ -97,14 +97,16 @@ else
 fi
 
 # The end of the desktop session during an upload (SIGTERM) is not a stop: the upload taken up
-# onto a disk too small for it is recorded again and the host ends with 143.
+# onto a disk with too little room left for it is recorded again and the host ends with 143.
+# (The file is smaller than the whole disk: one larger than that would fail at once.)
 if mkdir -p "$work/Disk" && truncate -s 8M "$work/disk.img" && mkfs.ext4 -q -F "$work/disk.img" &&
     loop=$(losetup --find --show "$work/disk.img") && mount "$loop" "$work/Disk"; then
     trap 'umount "$work/Disk" 2>/dev/null; losetup -d "$loop" 2>/dev/null;
           umount "$work/Volume" 2>/dev/null; rm -rf "$work"' EXIT
     uuid=$(blkid -p -s UUID -o value "$loop")
     mkdir -p "$work/big"
-    head -c 16777216 /dev/urandom >"$work/big/big.bin"
+    head -c 6291456 /dev/urandom >"$work/Disk/filler.bin"
+    head -c 4194304 /dev/urandom >"$work/big/big.bin"
     cat >"$HOME/.local/share/QVTransfer/qvtransfer.plist" <<PLIST
 <?xml version="1.0" encoding="UTF-8"?>
 <plist version="1.0"><dict><key>$uuid</key><dict>
@@ -113,7 +115,7 @@ if mkdir -p "$work/Disk" && truncate -s 8M "$work/disk.img" && mkfs.ext4 -q -F "
 <key>sourceFilesPendingArray</key><array><dict>
 <key>filesSelectCheckbox</key><integer>1</integer><key>fileName</key><string>big</string>
 <key>fullFilePath</key><string>$work/big</string><key>numberOfFiles</key><string>1 file</string>
-<key>numberOfFolders</key><string>1 folder</string><key>fileSize</key><integer>16777216</integer>
+<key>numberOfFolders</key><string>1 folder</string><key>fileSize</key><integer>4194304</integer>
 </dict></array></dict></dict></plist>
 PLIST
     "$host" --das "$work/Disk" --name "Small Disk" --resume >"$work/out" 2>"$work/err" &
