@@ -56,6 +56,19 @@ class CliNas : public CliTest {
         return {"--nas", device_.address(), "--serial", serial(), "--name", "Test Cloud"};
     }
     std::string share(const std::string& name) const { return samba_->sharePath(name); }
+    // Starts an upload of `sources` to Family/Trips as the account with a password, which it
+    // reads from stdin; stdin then ends.
+    bool startToTrips(ChildProcess& child, const std::vector<std::string>& sources) {
+        auto args = deviceArgs();
+        for (const std::string a :
+             {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
+            args.push_back(a);
+        args.insert(args.end(), sources.begin(), sources.end());
+        if (!start(child, args)) return false;
+        child.write(std::string(kPassword) + "\n");
+        child.closeInput();
+        return true;
+    }
     // Writes a state file whose upload for the device still has work/memo.txt to copy into
     // `folder` (SHARE/FOLDER) of the mount folder, and gives its text.
     std::string recordPendingMemo(const std::string& folder) {
@@ -87,17 +100,8 @@ class CliNas : public CliTest {
 TEST_F(CliNas, UploadsToAFolderOfAPrivateShare) {
     fs::create_directories(share("Family") + "/Trips");
     makeSources(work / "src");
-    auto args = deviceArgs();
-    for (const std::string a :
-         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
-        args.push_back(a);
-    args.push_back(work / "src/Holiday");
-    args.push_back(work / "src/notes.txt");
-
     ChildProcess child;
-    ASSERT_TRUE(start(child, args));
-    child.write(std::string(kPassword) + "\n");
-    child.closeInput();
+    ASSERT_TRUE(startToTrips(child, {work / "src/Holiday", work / "src/notes.txt"}));
     EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
     EXPECT_TRUE(sameTree(work / "src/Holiday", share("Family") + "/Trips/Holiday"));
     EXPECT_EQ(test::readFile(share("Family") + "/Trips/notes.txt"), "Meeting notes\n");
@@ -237,15 +241,8 @@ TEST_F(CliNas, AtATerminalItAsksForAccountPasswordAndDestinationAndNeverEchoesTh
 TEST_F(CliNas, TheDeviceGoesAwayMidUploadAndTheUploadGoesOnByItselfWhenItIsBack) {
     fs::create_directories(share("Family") + "/Trips");
     makeManyFiles(work / "src/Many", 1500);
-    auto args = deviceArgs();
-    for (const std::string a :
-         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
-        args.push_back(a);
-    args.push_back(work / "src/Many");
     ChildProcess child;
-    ASSERT_TRUE(start(child, args));
-    child.write(std::string(kPassword) + "\n");
-    child.closeInput();
+    ASSERT_TRUE(startToTrips(child, {work / "src/Many"}));
 
     // Well into the upload, the device goes away (its HTTP interface and its smbd).
     const auto filesOnShare = [&] {
@@ -279,15 +276,8 @@ TEST_F(CliNas, TheDeviceGoesAwayMidUploadAndTheUploadGoesOnByItselfWhenItIsBack)
 TEST_F(CliNas, AStopWhileTheDeviceIsAwaySaysStoppedAndNeverThatTheDeviceIsBack) {
     fs::create_directories(share("Family") + "/Trips");
     makeManyFiles(work / "src/Many", 1500);
-    auto args = deviceArgs();
-    for (const std::string a :
-         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
-        args.push_back(a);
-    args.push_back(work / "src/Many");
     ChildProcess child;
-    ASSERT_TRUE(start(child, args));
-    child.write(std::string(kPassword) + "\n");
-    child.closeInput();
+    ASSERT_TRUE(startToTrips(child, {work / "src/Many"}));
     ASSERT_TRUE(pollUntil(
         [&] {
             return fs::exists(share("Family") + "/Trips/Many") &&
@@ -318,16 +308,8 @@ TEST_F(CliNas, TheHiddenCopyAStopLeavesWhileTheDeviceIsAwayGoesWithTheNextUpload
     // Large enough that the device is taken away while the copy runs; holes cost no disk.
     test::writeFile(work / "src/big.bin", "");
     fs::resize_file(work / "src/big.bin", 2ull << 30);
-    auto args = deviceArgs();
-    for (const std::string a :
-         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
-        args.push_back(a);
     ChildProcess child;
-    auto first = args;
-    first.push_back(work / "src/big.bin");
-    ASSERT_TRUE(start(child, first));
-    child.write(std::string(kPassword) + "\n");
-    child.closeInput();
+    ASSERT_TRUE(startToTrips(child, {work / "src/big.bin"}));
     const auto hiddenCopies = [&] {
         std::vector<std::string> names;
         for (const auto& e : fs::directory_iterator(trips))
@@ -350,11 +332,7 @@ TEST_F(CliNas, TheHiddenCopyAStopLeavesWhileTheDeviceIsAwayGoesWithTheNextUpload
     ASSERT_EQ(device_.start(config_, "127.0.0.1", port), port);
     test::writeFile(work / "src/new.txt", "new\n");
     ChildProcess next;
-    auto second = args;
-    second.push_back(work / "src/new.txt");
-    ASSERT_TRUE(start(next, second));
-    next.write(std::string(kPassword) + "\n");
-    next.closeInput();
+    ASSERT_TRUE(startToTrips(next, {work / "src/new.txt"}));
     EXPECT_EQ(next.waitForExit(kDeadline), 0) << next.output() << next.errors();
     EXPECT_EQ(test::readFile(trips + "/new.txt"), "new\n");
     EXPECT_TRUE(hiddenCopies().empty());
@@ -365,17 +343,9 @@ TEST_F(CliNas, AKilledUploadIsTakenUpWithResumeAndEveryFileArrivesOnce) {
     fs::create_directories(share("Family") + "/Trips");
     makeManyFiles(work / "src/Many", 1200);
     test::writeFile(work / "src/later.txt", "the second item\n");
-    auto args = deviceArgs();
-    for (const std::string a :
-         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
-        args.push_back(a);
-    args.push_back(work / "src/Many");
-    args.push_back(work / "src/later.txt");
     {
         ChildProcess child;
-        ASSERT_TRUE(start(child, args));
-        child.write(std::string(kPassword) + "\n");
-        child.closeInput();
+        ASSERT_TRUE(startToTrips(child, {work / "src/Many", work / "src/later.txt"}));
         ASSERT_TRUE(pollUntil(
             [&] {
                 return fs::exists(share("Family") + "/Trips/Many") &&
@@ -496,17 +466,10 @@ TEST_F(CliNas, ResumeUsesTheAccountGivenOnTheCommandLine) {
 TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile) {
     fs::create_directories(share("Family") + "/Trips");
     makeManyFiles(work / "src/Many", 1200);
-    auto args = deviceArgs();
-    for (const std::string a :
-         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
-        args.push_back(a);
-    args.push_back(work / "src/Many");
     const std::string stateFile = home.path() + "/.local/share/QVTransfer/qvtransfer.plist";
     {
         ChildProcess child;
-        ASSERT_TRUE(start(child, args));
-        child.write(std::string(kPassword) + "\n");
-        child.closeInput();
+        ASSERT_TRUE(startToTrips(child, {work / "src/Many"}));
         ASSERT_TRUE(pollUntil(
             [&] {
                 return fs::exists(share("Family") + "/Trips/Many") &&
