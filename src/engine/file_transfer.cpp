@@ -154,6 +154,9 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
     target = destination;
     const std::string partial = qvt::engine::temporaryPathFor(destination);
     c.job().inProcessDestFilePath.set(partial);
+    // A stop ends the copy between two pieces of the file, so that a large file is not written
+    // on (and its hidden copy kept) long after it; a pause lets the file finish.
+    const fs::CopyGate gate([&upload = c.job()] { return !upload.cancelled(); });
     int rc = files.copyItem(source, partial);
     // An unknown write error on a link is what writing through the link reports after the data
     // went through: the copy counts as done.

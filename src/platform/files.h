@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -162,6 +163,22 @@ class FileLayer {
     // The smb:// URL of a path under an in-process share ("" for any other path), so that a
     // file manager can be pointed at a folder this process alone has mounted.
     std::string networkURLForPath(const std::string& path);
+};
+
+// While one lives, the file copies this thread makes ask `goOn` between two pieces of a file,
+// and end there with ECANCELED when it answers false: a stop in a large file takes effect
+// within a piece rather than once the whole file is written. Without one a file is copied whole.
+class CopyGate {
+  public:
+    explicit CopyGate(std::function<bool()> goOn);
+    ~CopyGate();
+    CopyGate(const CopyGate&) = delete;
+    CopyGate& operator=(const CopyGate&) = delete;
+    bool goOn() const { return goOn_(); }
+
+  private:
+    std::function<bool()> goOn_;
+    const CopyGate* outer_;
 };
 
 // The process-wide file layer.

@@ -29,6 +29,8 @@ constexpr std::size_t kKernelChunk = 32u << 20;
 // so the request size is what sets the speed.
 constexpr std::size_t kStreamChunk = 8u << 20;
 
+thread_local const CopyGate* tGate = nullptr;
+
 int errnoOr(int fallback) {
     return errno != 0 ? errno : fallback;
 }
@@ -152,6 +154,8 @@ int copyLocal(const std::string& from, const std::string& to, const struct stat*
         if (n < 0) return errno;
         if (n == 0) break;
         copied += static_cast<std::uint64_t>(n);
+        // Asked only while some of the file is still to come: a file written whole is done.
+        if (copied < static_cast<std::uint64_t>(st.st_size) && !goOnCopying()) return ECANCELED;
     }
     // What the file holds, asked of its open descriptor (no path walk): a file system that
     // took the writes and keeps less is a failed copy, not a whole one.
@@ -296,6 +300,7 @@ int copyStreamed(const std::string& from, const std::string& to, mode_t mode, st
             written += filled;
         }
         if (eof) break;
+        if (!goOnCopying()) return ECANCELED;
     }
     const auto readSize = in.localSize();
     if (const int rc = in.closeNow()) return rc;
@@ -306,6 +311,10 @@ int copyStreamed(const std::string& from, const std::string& to, mode_t mode, st
 }
 
 }  // namespace
+
+bool goOnCopying() {
+    return !tGate || tGate->goOn();
+}
 
 void rememberWrittenFile(const std::string& path, std::uint64_t size) {
     tLast.writtenPath = path;
@@ -389,3 +398,15 @@ int copyFileData(const std::string& from, const std::string& to, const struct st
 }
 
 }  // namespace qvt::platform::detail
+
+namespace qvt::platform {
+
+CopyGate::CopyGate(std::function<bool()> goOn) : goOn_(std::move(goOn)), outer_(detail::tGate) {
+    detail::tGate = this;
+}
+
+CopyGate::~CopyGate() {
+    detail::tGate = outer_;
+}
+
+}  // namespace qvt::platform

@@ -339,6 +339,29 @@ TEST_F(CliNas, TheHiddenCopyAStopLeavesWhileTheDeviceIsAwayGoesWithTheNextUpload
     EXPECT_FALSE(fs::exists(trips + "/big.bin"));
 }
 
+// Ctrl-C in a large file ends its copy where it is: the process ends at once and the hidden
+// copy is gone from the share. (It used to be written on to its end, or as far as the process
+// lived, and stay there.)
+TEST_F(CliNas, CtrlCInALargeFileEndsItsCopyAndLeavesNothingOnTheShare) {
+    const std::string trips = share("Family") + "/Trips";
+    fs::create_directories(trips);
+    test::writeFile(work / "src/big.bin", "");
+    fs::resize_file(work / "src/big.bin", 4ull << 30);
+    ChildProcess child;
+    ASSERT_TRUE(startToTrips(child, {work / "src/big.bin"}));
+    const auto hiddenCopies = [&] {
+        std::size_t n = 0;
+        for (const auto& e : fs::directory_iterator(trips))
+            n += e.path().filename().string().starts_with(".qvtransfer-");
+        return n;
+    };
+    ASSERT_TRUE(pollUntil([&] { return hiddenCopies() > 0; }, kDeadline)) << child.output();
+    child.signal(SIGINT);
+    EXPECT_EQ(child.waitForExit(kDeadline), 130) << child.output() << child.errors();
+    EXPECT_EQ(hiddenCopies(), 0u);
+    EXPECT_FALSE(fs::exists(trips + "/big.bin"));
+}
+
 TEST_F(CliNas, AKilledUploadIsTakenUpWithResumeAndEveryFileArrivesOnce) {
     fs::create_directories(share("Family") + "/Trips");
     makeManyFiles(work / "src/Many", 1200);

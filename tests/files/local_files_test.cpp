@@ -91,6 +91,20 @@ TEST_F(LocalFilesTest, OnlyARegularFileIsEverReadAndNothingWaits) {
     EXPECT_EQ(platform::errorDescription(platform::kNotARegularFile), "Not a regular file");
 }
 
+// A gate that says no ends a copy between two pieces, with ECANCELED and the file short; a
+// thread without a gate copies whole.
+TEST_F(LocalFilesTest, ACopyEndsBetweenTwoPiecesWhenItsGateSaysSo) {
+    const std::size_t size = 100u << 20;
+    writeAll(path("big.bin"), std::string(size, 'b'));
+    {
+        const platform::CopyGate gate([] { return false; });
+        EXPECT_EQ(files().copyItem(path("big.bin"), path("stopped.bin")), ECANCELED);
+    }
+    EXPECT_LT(std::filesystem::file_size(path("stopped.bin")), size);
+    EXPECT_EQ(files().copyItem(path("big.bin"), path("whole.bin")), 0);
+    EXPECT_EQ(std::filesystem::file_size(path("whole.bin")), size);
+}
+
 TEST_F(LocalFilesTest, CopyMoveRemoveAndSizes) {
     std::string data(3 * 1024 * 1024 + 17, '\0');
     for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(i * 131 % 251);

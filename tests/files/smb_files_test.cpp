@@ -169,6 +169,32 @@ TEST_F(SmbFilesTest, LargeFileArrivesIdenticalAndGrowsDuringTheCopy) {
     std::filesystem::remove(backing("Public") + "/big.bin");
 }
 
+// A gate that says no ends a copy between two pieces, with ECANCELED and the file short; one
+// that says yes, or none, lets it be copied whole.
+TEST_F(SmbFilesTest, ACopyEndsBetweenTwoPiecesWhenItsGateSaysSo) {
+    const std::string m = mount("Public", true);
+    ASSERT_FALSE(m.empty());
+    const std::size_t size = 40u << 20;
+    writeAll(local("big.bin"), std::string(size, 'b'));
+    int asked = 0;
+    {
+        const platform::CopyGate gate([&] { return ++asked < 2; });
+        EXPECT_EQ(files().copyItem(local("big.bin"), m + "/stopped.bin"), ECANCELED);
+    }
+    EXPECT_EQ(asked, 2);
+    const auto written = files().size(m + "/stopped.bin");
+    ASSERT_TRUE(written);
+    EXPECT_GT(*written, 0u);
+    EXPECT_LT(*written, size);
+    {
+        const platform::CopyGate gate([] { return true; });
+        EXPECT_EQ(files().copyItem(local("big.bin"), m + "/whole.bin"), 0);
+    }
+    EXPECT_EQ(files().size(m + "/whole.bin"), size);
+    std::filesystem::remove(backing("Public") + "/stopped.bin");
+    std::filesystem::remove(backing("Public") + "/whole.bin");
+}
+
 // The copy's buffer is sized to the file; every size around its limits arrives whole, both ways.
 TEST_F(SmbFilesTest, FilesAroundTheBufferLimitsArriveWhole) {
     const std::string m = mount("Private");
