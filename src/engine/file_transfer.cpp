@@ -147,7 +147,9 @@ int checkWhole(const std::string& source, const std::string& copy) {
 int placeFile(QVTransferPrivate& c, const std::string& source, const std::string& destination,
               bool move, std::string& target) {
     auto& files = fs::files();
-    if (move) {
+    // A link is moved as what it leads to: its target's bytes are copied and the link goes.
+    // Renamed, the link itself would land at the destination, pointing back here.
+    if (move && !files.isAlias(source)) {
         const int rc = renameToFreeName(c, source, destination, target);
         if (rc != EXDEV) return rc;
     }
@@ -385,9 +387,12 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
             break;
         }
 
-        const Step step = isFolder
-                              ? transferFolder(*this, sourcePath, destination, destDir, excludeFile)
-                              : transferOneFile(*this, sourcePath, destination, excludeFile);
+        // What a folder link leads to was not chosen itself: with the move option it is copied,
+        // and stays where it is.
+        const Step step =
+            isFolder ? transferFolder(*this, sourcePath, destination, destDir,
+                                      excludeFile || folderLink)
+                     : transferOneFile(*this, sourcePath, destination, excludeFile);
         if (step == Step::Done) break;
         if (!isFolder) retriedFile = true;
     }

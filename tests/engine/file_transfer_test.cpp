@@ -278,6 +278,22 @@ TEST(TransferFile, TheMoveOptionMovesUnlessTheSourceIsExcluded) {
     EXPECT_EQ(test::readFile(s.at("kept.txt")), "k");
 }
 
+// Moved on the same volume, a link would be renamed itself and point back at the sources; it is
+// moved as what it leads to: the target's bytes arrive, the link goes and the target stays.
+TEST(TransferFile, TheMoveOptionMovesALinkAsWhatItLeadsTo) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    s.c->removeFilesAfterUpload = true;
+    test::writeFile(s.from("target.txt"), "t");
+    fs::create_symlink(s.from("target.txt"), s.from("link.txt"));
+    s.c->transferFile(s.from("link.txt"), s.at("link.txt"), s.dst);
+    EXPECT_FALSE(fs::is_symlink(fs::symlink_status(s.at("link.txt"))));
+    EXPECT_EQ(test::readFile(s.at("link.txt")), "t");
+    EXPECT_FALSE(fs::exists(fs::symlink_status(s.from("link.txt"))));
+    EXPECT_EQ(test::readFile(s.from("target.txt")), "t");
+}
+
 TEST(TransferFile, AnUnreadableFileIsListedAsFailedAndTheCopyGoesOn) {
     Session s;
     ASSERT_TRUE(s.c);

@@ -281,6 +281,10 @@ TEST_F(DasUpload, MoveOptionMovesSourcesAndLeavesProtectedOnesInPlace) {
     fs::remove(tree + "/link to plain");
     test::writeFile(home + "/outside.txt", "outside the tree\n");
     fs::create_symlink(home + "/outside.txt", tree + "/link to outside");
+    // A link to a folder outside the tree: what is reached through it was not chosen, and is
+    // copied, never moved.
+    test::writeFile(home + "/outside folder/kept.txt", "not chosen\n");
+    fs::create_directory_symlink(home + "/outside folder", tree + "/link to outside folder");
     const std::string loose = home + "/loose file.txt";
     test::writeFile(loose, "loose\n");
     const std::string keptFolder = home + "/.config/keep me";
@@ -307,9 +311,13 @@ TEST_F(DasUpload, MoveOptionMovesSourcesAndLeavesProtectedOnesInPlace) {
     EXPECT_FALSE(fs::exists(fs::symlink_status(tree)));
     EXPECT_FALSE(fs::exists(fs::symlink_status(loose)));
     EXPECT_TRUE(fs::exists(data.path() + "/Trash/files/Mixed Tree"));
-    EXPECT_TRUE(filesOf(snapshot(data.path() + "/Trash/files/Mixed Tree", true)).empty());
+    EXPECT_TRUE(filesOf(snapshot(data.path() + "/Trash/files/Mixed Tree", false)).empty());
     // The link's target outside the tree stays; the link itself was moved.
     EXPECT_EQ(test::readFile(home + "/outside.txt"), "outside the tree\n");
+    // What the folder link led to stays where it is, and its copy arrived.
+    EXPECT_EQ(test::readFile(home + "/outside folder/kept.txt"), "not chosen\n");
+    EXPECT_EQ(test::readFile(volume.path() + "/Mixed Tree/link to outside folder/kept.txt"),
+              "not chosen\n");
     // Protected: copied, still in place.
     EXPECT_EQ(test::readFile(keptFolder + "/settings.ini"), "[kept]\n");
     EXPECT_EQ(test::readFile(keptFile), "notes\n");
