@@ -198,6 +198,8 @@ QMessageBox* startWizard(const std::shared_ptr<QVTransfer>& wizard,
                                                "take it up where it stopped?")
                                     .arg(QString::fromStdString(productName)));
     box->setObjectName(QStringLiteral("resumeOffer"));
+    // The device's name is shown as it is, never read as markup.
+    box->setTextFormat(Qt::PlainText);
     QPushButton* resume = box->addButton(QStringLiteral("Resume Upload"), QMessageBox::AcceptRole);
     box->addButton(QStringLiteral("Start a New Upload"), QMessageBox::RejectRole);
     box->setDefaultButton(resume);
@@ -291,6 +293,7 @@ int main(int argc, char** argv) {
         auto* box = new QMessageBox(QMessageBox::Warning, QStringLiteral("Tessaly"),
                                     QString::fromStdString(sentence), QMessageBox::Close);
         box->setObjectName(QStringLiteral("volumeMissing"));
+        box->setTextFormat(Qt::PlainText);
         box->setAttribute(Qt::WA_DeleteOnClose);
         QObject::connect(box, &QMessageBox::finished, &app, [&app] { app.exit(1); });
         box->open();

@@ -389,10 +389,9 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
 
         // What a folder link leads to was not chosen itself: with the move option it is copied,
         // and stays where it is.
-        const Step step =
-            isFolder ? transferFolder(*this, sourcePath, destination, destDir,
-                                      excludeFile || folderLink)
-                     : transferOneFile(*this, sourcePath, destination, excludeFile);
+        const Step step = isFolder ? transferFolder(*this, sourcePath, destination, destDir,
+                                                    excludeFile || folderLink)
+                                   : transferOneFile(*this, sourcePath, destination, excludeFile);
         if (step == Step::Done) break;
         if (!isFolder) retriedFile = true;
     }

@@ -78,7 +78,8 @@ fi
 for p in "${pids[@]:1}"; do kill "$p" 2>/dev/null; done
 
 # 2. The status screen of an upload stopped by a full disk.
-mkdir -p "$work/Small Disk" "$work/home2/.local/share/QVTransfer" "$work/src"
+mkdir -p "$work/Small Disk" "$work/home2/.local/share/QVTransfer" \
+    "$work/home3/.local/share/QVTransfer" "$work/src"
 mount -t tmpfs -o size=2M tmpfs "$work/Small Disk" ||
     { echo "atspi_test: cannot mount a tmpfs (run as root)"; exit 1; }
 # Less room left than the file needs, though the disk as a whole could hold it.
@@ -96,10 +97,25 @@ cat >"$work/home2/.local/share/QVTransfer/qvtransfer.plist" <<EOF
 <key>fileSize</key><integer>1048576</integer></dict></array>
 </dict></dict></plist>
 EOF
+# The same record for the third case, copied before the second case's host rewrites its own.
+cp "$work/home2/.local/share/QVTransfer/qvtransfer.plist" "$work/home3/.local/share/QVTransfer/"
 start_host home2 --das "$work/Small Disk" --name "Small Disk" --resume
 if ! /usr/bin/python3 "$probe" qvtransfer-host 30 "Resume upload:push button:focusable:showing" \
     "Stop Upload:push button:focusable:showing"; then
     echo "FAIL: the status screen's buttons"; cat "$work/home2.out"
+    failures=$((failures + 1))
+fi
+
+# The probe finds a program by its name: the second case's host goes first.
+kill "${pids[-1]}" 2>/dev/null
+wait "${pids[-1]}" 2>/dev/null
+
+# 3. The host's offer to take up that upload, for a disk whose name looks like markup: the name
+# is shown as it is written, not as a heading and a link.
+start_host home3 --das "$work/Small Disk" --name '<h1>Small</h1><a href="x">Disk</a>'
+if ! /usr/bin/python3 "$probe" qvtransfer-host 30 \
+    'An upload to <h1>Small</h1><a href="x">Disk</a> was interrupted. Do you want to take it up where it stopped?:label:showing'; then
+    echo "FAIL: the offer to take up the upload"; cat "$work/home3.out"
     failures=$((failures + 1))
 fi
 
