@@ -167,7 +167,7 @@ void ConsoleSession::showPauseChange() {
         clearProgressLine();
         if (options_.json)
             emitJsonEvent("continuing",
-                          {{"after", waitingFor_ == Waiting::Device ? "device" : "space"}});
+                          {{"for", waitingFor_ == Waiting::Device ? "device" : "space"}});
         if (!options_.quiet)
             std::printf(
                 "%s\n",

@@ -132,3 +132,24 @@ TEST_F(CliTest, JsonKeepsTheMoveWarningOffStdout) {
     EXPECT_EQ(test::readFile(volume.path() + "/notes.txt"), "notes\n");
     EXPECT_FALSE(fs::exists(work / "src/notes.txt"));
 }
+
+// A wait for room and its end are two events that say what was waited for, in the same key.
+TEST_F(CliTest, JsonTellsTheWaitForRoomAndItsEnd) {
+    TmpfsVolume volume(work / "Drive", 4 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(volume.path() + "/filler.bin", std::string(3 << 20, 'f'));
+    test::writeFile(work / "src/photo.bin", std::string(2 << 20, 'p'));
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", "--json",
+                              work / "src/photo.bin"}));
+    ASSERT_TRUE(child.waitForOutput("{\"event\":\"waiting\",\"for\":\"space\"}", kDeadline))
+        << child.output() << child.errors();
+    fs::remove(volume.path() + "/filler.bin");
+    child.write("r");  // look at the free space now
+    ASSERT_TRUE(child.waitForOutput("{\"event\":\"continuing\",\"for\":\"space\"}", kDeadline))
+        << child.output() << child.errors();
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_EQ(test::readFile(volume.path() + "/photo.bin"), std::string(2 << 20, 'p'));
+    eventsIn(child.output());  // every line an event
+}
