@@ -117,6 +117,12 @@ void QVTransferPrivate::resumeTransfer() {
 
     statusControls.with([](StatusControls& s) { s.pauseButtonTag = kTagPause; });
     statusTextColor.set(qvt::engine::kNormalStatusColour);
+    // The paused line goes at once rather than at the estimator's next round; the estimate
+    // itself comes with that round.
+    progressStatus.set(fmt::format(
+        "%@\n%@", qvt::engine::filesProgressLine(*this),
+        fmt::format("%@%@", localeESTIMATED_TIME_REMAINING_txt, localeCALCULATING_txt)));
+    showProgressStatus();
     reloadStatus();
 
     // The paused time is not upload time: the state moves the start forward by the pause's

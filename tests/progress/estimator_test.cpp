@@ -215,6 +215,20 @@ TEST(Estimator, PauseBlocksThePassAndResumeGoesOnWithoutCountingThePause) {
     EXPECT_EQ(s.c->progressStatusMsg2.get(), s.estimateLine("59 seconds"));
 }
 
+// The resume takes the paused line away at once; the estimate follows with the next pass.
+TEST(Estimator, ResumeReplacesThePausedLineAtOnce) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 5;
+    s.c->job().progressValue = 2;
+    s.c->job().begin();
+    s.c->pauseTransfer();
+    ASSERT_EQ(s.c->progressStatusMsg2.get(), "Upload paused");
+    s.c->resumeTransfer();
+    EXPECT_EQ(s.c->progressStatusMsg1.get(), "Uploading file 2 of 5");
+    EXPECT_EQ(s.c->progressStatusMsg2.get(), "Estimated time remaining: calculating");
+}
+
 TEST(Estimator, CompletedWithoutFailuresEndsWithTheAllFilesTextAndFullBars) {
     ManualSession s;
     ASSERT_TRUE(s.c);
