@@ -58,7 +58,47 @@ bool removable(const std::string& relative) {
            qvt::engine::isTemporaryName(qvt::engine::lastPathComponent(relative));
 }
 
+// A replaced upload's folder: the root itself, or a folder strictly inside it.
+bool sweepable(const std::string& relative) {
+    return relative.empty() || (relative.front() != '/' && !fs::hasDotComponent(relative));
+}
+
+bool usable(const LeftoverCopy& copy) {
+    return copy.pendingSources.empty() ? removable(copy.path) : sweepable(copy.path);
+}
+
+// Removes what the note `copy` names below `root`; false when it must be kept for later.
+bool removeNoted(QVTransferPrivate& c, const LeftoverCopy& copy, const std::string& root) {
+    const std::string path = copy.path.empty() ? root : root + "/" + copy.path;
+    if (!copy.pendingSources.empty()) {
+        qvt::List sources;
+        for (const std::string& s : copy.pendingSources)
+            sources.emplace_back(qvt::Record{{"fullFilePath", s}});
+        if (fs::files().isFolder(path)) qvt::engine::removeLeftoverCopiesOf(sources, path);
+        c.log().write(
+            fs::format("QVTransfer: removeCopiesLeftByStops: replaced upload's %@\n", path));
+        return true;
+    }
+    const int rc = fs::files().removeItem(path);
+    c.log().write(fs::format("QVTransfer: removeCopiesLeftByStops: %@ %d\n", path, rc));
+    return rc == 0 || rc == ENOENT;
+}
+
 }  // namespace
+
+void QVTransferPrivate::noteReplacedUploadFolder(const std::string& device,
+                                                 const std::string& share,
+                                                 const std::string& folder,
+                                                 const qvt::List& pendingSources) {
+    LeftoverCopy note{device, share, folder, {}};
+    for (const qvt::Value& row : pendingSources)
+        if (const qvt::Record* r = row.asRecord())
+            if (const std::string source = r->string("fullFilePath"); !source.empty())
+                note.pendingSources.push_back(source);
+    if (device.empty() || note.pendingSources.empty() || !sweepable(folder)) return;
+    if (!qvt::session::noteLeftoverCopy(leftoverFile(*this), note))
+        log().write("QVTransfer: noteReplacedUploadFolder: the note could not be written\n");
+}
 
 void QVTransferPrivate::noteCopyLeftByStop(const std::string& partial) {
     const auto place = placeOf(*this, partial);
@@ -69,7 +109,7 @@ void QVTransferPrivate::noteCopyLeftByStop(const std::string& partial) {
     const std::string relative = partial.substr(place->root.size() + 1);
     if (!removable(relative)) return;
     if (!qvt::session::noteLeftoverCopy(leftoverFile(*this),
-                                        {place->device, place->share, relative}))
+                                        {place->device, place->share, relative, {}}))
         log().write("QVTransfer: noteCopyLeftByStop: the note could not be written\n");
 }
 
@@ -82,14 +122,11 @@ void QVTransferPrivate::removeCopiesLeftByStops(const std::string& destination) 
     if (!place || fs::files().volumeFacts(place->root).remountURL.empty()) return;
     std::vector<LeftoverCopy> kept;
     for (const LeftoverCopy& copy : copies) {
-        if (copy.device != place->device || copy.share != place->share || !removable(copy.path)) {
-            if (removable(copy.path)) kept.push_back(copy);
-            continue;
-        }
-        const std::string path = place->root + "/" + copy.path;
-        const int rc = fs::files().removeItem(path);
-        log().write(fs::format("QVTransfer: removeCopiesLeftByStops: %@ %d\n", path, rc));
-        if (rc != 0 && rc != ENOENT) kept.push_back(copy);
+        // A note that could lead anywhere else is dropped unread.
+        if (!usable(copy)) continue;
+        if (copy.device != place->device || copy.share != place->share ||
+            !removeNoted(*this, copy, place->root))
+            kept.push_back(copy);
     }
     if (kept.size() != copies.size()) qvt::session::writeLeftoverCopies(file, kept);
 }

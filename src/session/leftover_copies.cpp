@@ -30,8 +30,12 @@ std::vector<LeftoverCopy> readUnlocked(const std::string& file) {
     for (const qvt::Value& value : *list) {
         const qvt::Record* r = value.asRecord();
         if (!r) continue;
-        LeftoverCopy copy{r->string("device"), r->string("share"), r->string("path")};
-        if (copy.device.empty() || copy.path.empty()) continue;
+        LeftoverCopy copy{r->string("device"), r->string("share"), r->string("path"), {}};
+        if (const qvt::List* pending = r->list("pendingSources"))
+            for (const qvt::Value& v : *pending)
+                if (const std::string* s = v.asString(); s && !s->empty())
+                    copy.pendingSources.push_back(*s);
+        if (copy.device.empty() || (copy.path.empty() && copy.pendingSources.empty())) continue;
         copies.push_back(std::move(copy));
     }
     return copies;
@@ -40,8 +44,15 @@ std::vector<LeftoverCopy> readUnlocked(const std::string& file) {
 bool writeUnlocked(const std::string& file, const std::vector<LeftoverCopy>& copies) {
     if (copies.empty()) return ::unlink(file.c_str()) == 0 || errno == ENOENT;
     qvt::List list;
-    for (const LeftoverCopy& c : copies)
-        list.emplace_back(qvt::Record{{"device", c.device}, {"share", c.share}, {"path", c.path}});
+    for (const LeftoverCopy& c : copies) {
+        qvt::Record r{{"device", c.device}, {"share", c.share}, {"path", c.path}};
+        if (!c.pendingSources.empty()) {
+            qvt::List pending;
+            for (const std::string& s : c.pendingSources) pending.emplace_back(s);
+            r.set("pendingSources", std::move(pending));
+        }
+        list.emplace_back(std::move(r));
+    }
     return fs::writePropertyList(file, qvt::Value(std::move(list)));
 }
 

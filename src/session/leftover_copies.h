@@ -18,6 +18,10 @@ struct LeftoverCopy {
     std::string share;
     // Where the copy lies, relative to the root of the share or the volume.
     std::string path;
+    // With sources here, `path` is instead the folder an upload that was replaced before it
+    // could be taken up was copying these sources to ("" for the root): the hidden copies it
+    // left there and in the copies of its source folders go.
+    std::vector<std::string> pendingSources = {};
     bool operator==(const LeftoverCopy&) const = default;
 };
 

@@ -304,6 +304,11 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // Notes the hidden copy at `partial`, which could not be removed (its device was away),
     // for removal when an upload next reaches its share or volume.
     void noteCopyLeftByStop(const std::string& partial);
+    // Notes the folder `folder` (relative to the share's root) of the network device `device`'s
+    // share `share` that a replaced upload was copying `pendingSources` to: it cannot be reached
+    // now, and its hidden copies go when an upload next reaches that share.
+    void noteReplacedUploadFolder(const std::string& device, const std::string& share,
+                                  const std::string& folder, const qvt::List& pendingSources);
     // Removes the noted hidden copies on the share or volume `destination` lies on.
     void removeCopiesLeftByStops(const std::string& destination);
     // The clash-free name (no folder, no extension) for a path given without its extension.

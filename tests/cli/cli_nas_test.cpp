@@ -459,6 +459,35 @@ TEST_F(CliNas, ANewUploadInPlaceOfTheRecordedOneRemovesTheHiddenCopiesItLeftOnTh
     EXPECT_TRUE(fs::exists(share("Family") + "/" + hidden));
 }
 
+// A new upload to another share takes the place of the recorded one: that upload's hidden
+// copies cannot be reached from there, and go with the next upload that reaches their share.
+TEST_F(CliNas, TheHiddenCopiesOfAnUploadReplacedFromAnotherShareGoWithTheNextUploadThere) {
+    fs::create_directories(share("Family") + "/Trips");
+    recordPendingMemo("Family/Trips");
+    const std::string hidden = ".qvtransfer-00000000feedbeef.part";
+    test::writeFile(share("Family") + "/Trips/" + hidden, "half a memo");
+    test::writeFile(work / "src/new.txt", "new\n");
+    auto args = deviceArgs();
+    for (const std::string a :
+         {"--user", kUser, "--password-stdin", "--replace-interrupted", "--destination", "Public"})
+        args.push_back(a);
+    args.push_back(work / "src/new.txt");
+    {
+        ChildProcess child;
+        ASSERT_TRUE(start(child, args));
+        child.write(std::string(kPassword) + "\n");
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+        EXPECT_EQ(test::readFile(share("Public") + "/new.txt"), "new\n");
+        EXPECT_TRUE(fs::exists(share("Family") + "/Trips/" + hidden));
+    }
+    ChildProcess next;
+    ASSERT_TRUE(startToTrips(next, {work / "src/new.txt"}));
+    EXPECT_EQ(next.waitForExit(kDeadline), 0) << next.output() << next.errors();
+    EXPECT_EQ(test::readFile(share("Family") + "/Trips/new.txt"), "new\n");
+    EXPECT_FALSE(fs::exists(share("Family") + "/Trips/" + hidden));
+}
+
 // The account given with --user and --password-stdin takes up an upload to a private share
 // whatever the keychain holds (here a wrong password; a machine may run no keychain at all).
 TEST_F(CliNas, ResumeUsesTheAccountGivenOnTheCommandLine) {

@@ -18,10 +18,13 @@ TEST(LeftoverCopies, NotesAddUpOnceEachAndAnEmptyListRemovesTheFile) {
     EXPECT_TRUE(session::readLeftoverCopies(file).empty());
     const LeftoverCopy a{"SN1", "Public", "Photos/.qvtransfer-0011223344556677.part"};
     const LeftoverCopy b{"0A1B-UUID", "", ".qvtransfer-8899aabbccddeeff.part"};
+    // A replaced upload's folder, with the sources it was copying there.
+    const LeftoverCopy c{"SN2", "Family", "Trips", {"/home/u/Holiday", "/home/u/notes.txt"}};
     ASSERT_TRUE(session::noteLeftoverCopy(file, a));
     ASSERT_TRUE(session::noteLeftoverCopy(file, b));
     ASSERT_TRUE(session::noteLeftoverCopy(file, a));
-    EXPECT_EQ(session::readLeftoverCopies(file), (std::vector<LeftoverCopy>{a, b}));
+    ASSERT_TRUE(session::noteLeftoverCopy(file, c));
+    EXPECT_EQ(session::readLeftoverCopies(file), (std::vector<LeftoverCopy>{a, b, c}));
     ASSERT_TRUE(session::writeLeftoverCopies(file, {}));
     EXPECT_FALSE(std::filesystem::exists(file));
 }
