@@ -1,5 +1,6 @@
-// Hidden copies a stop could not remove because the device was away: noted when the stop
-// fails to remove one, removed when an upload next reaches the share or volume it lies on.
+// Hidden copies nothing else would find again: one a stop could not remove because the device
+// was away, and the folder of an unfinished upload that a new one replaced from another share.
+// Noted when that happens, removed when an upload next reaches the share or volume they lie on.
 #include <cerrno>
 #include <optional>
 #include <string>
