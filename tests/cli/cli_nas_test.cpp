@@ -307,7 +307,7 @@ TEST_F(CliNas, TheHiddenCopyAStopLeavesWhileTheDeviceIsAwayGoesWithTheNextUpload
     fs::create_directories(trips);
     // Large enough that the device is taken away while the copy runs; holes cost no disk.
     test::writeFile(work / "src/big.bin", "");
-    fs::resize_file(work / "src/big.bin", 2ull << 30);
+    fs::resize_file(work / "src/big.bin", 4ull << 30);
     ChildProcess child;
     ASSERT_TRUE(startToTrips(child, {work / "src/big.bin"}));
     const auto hiddenCopies = [&] {
