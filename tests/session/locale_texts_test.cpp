@@ -11,12 +11,6 @@ using namespace qvt::test;
 
 namespace {
 
-struct LocaleGuard {
-    explicit LocaleGuard(const QLocale& l) : saved(QLocale()) { QLocale::setDefault(l); }
-    ~LocaleGuard() { QLocale::setDefault(saved); }
-    QLocale saved;
-};
-
 std::shared_ptr<QVTransferPrivate> make(Harness& h, const std::string& product = "Cloud Box") {
     auto c =
         QVTransferPrivate::initWithDevice(nasDevice("127.0.0.1:1", "SN1", product), h.services);

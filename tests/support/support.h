@@ -1,6 +1,7 @@
 // Helpers shared by the test programs.
 #pragma once
 
+#include <QLocale>
 #include <atomic>
 #include <functional>
 #include <map>
@@ -195,6 +196,13 @@ class RecordingFullDelegate : public QVTransferFullDelegate {
     std::atomic<int> statusCount{0};
     std::atomic<int> backCount{0};
     std::atomic<int> cancelCount{0};
+};
+
+// The process's default locale, set for the life of the object: the controller's texts follow it.
+struct LocaleGuard {
+    explicit LocaleGuard(const QLocale& l) : saved(QLocale()) { QLocale::setDefault(l); }
+    ~LocaleGuard() { QLocale::setDefault(saved); }
+    QLocale saved;
 };
 
 }  // namespace qvt::test

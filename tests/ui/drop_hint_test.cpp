@@ -12,12 +12,6 @@ using namespace qvt::test;
 
 namespace {
 
-struct LocaleGuard {
-    explicit LocaleGuard(const QLocale& l) : saved(QLocale()) { QLocale::setDefault(l); }
-    ~LocaleGuard() { QLocale::setDefault(saved); }
-    QLocale saved;
-};
-
 // A widget's rectangle in the window's coordinates.
 QRect inWindow(const QWidget* w) {
     return QRect(w->mapTo(w->window(), QPoint(0, 0)), w->size());
