@@ -20,15 +20,30 @@ namespace {
 // How often the session looks at the controller: often enough for a live progress line.
 constexpr int kTickMilliseconds = 50;
 
-// A destination folder as a user names it: on a share, the share's name and the folders below
-// it ("Backup/Photos", read from the folder's network address) rather than the private folder
-// the share is mounted at; elsewhere the folder itself.
-std::string destinationAsNamed(const std::string& folder) {
+// A destination folder as a user names it with --destination: on a share, the share's name and
+// the folders below it ("Backup/Photos", read from the folder's network address) rather than
+// the private folder the share is mounted at; on one of the disk's volumes, the volume's name
+// and the folders below it; elsewhere the folder itself.
+std::string destinationAsNamed(const std::string& folder, const Record& device) {
     const std::string url = platform::files().networkURLForPath(folder);
     const auto scheme = url.find("://");
     const auto path = scheme == std::string::npos ? url.npos : url.find('/', scheme + 3);
-    if (path == std::string::npos || path + 1 >= url.size()) return folder;
-    return platform::removePercentEscapes(url.substr(path + 1));
+    if (path != std::string::npos && path + 1 < url.size())
+        return platform::removePercentEscapes(url.substr(path + 1));
+    const Record* info = device.record("deviceInfo");
+    const List* volumes = info ? info->list("volumeArray") : nullptr;
+    if (!volumes) return folder;
+    for (const Value& v : *volumes) {
+        const Record* volume = v.asRecord();
+        if (!volume || volume->string("volumeName").empty()) continue;
+        std::string root = volume->string("volumePath");
+        while (root.size() > 1 && root.back() == '/') root.pop_back();
+        if (root.empty() || root == "/") continue;
+        if (folder == root) return volume->string("volumeName");
+        if (folder.starts_with(root + "/"))
+            return volume->string("volumeName") + folder.substr(root.size());
+    }
+    return folder;
 }
 }  // namespace
 
@@ -212,7 +227,7 @@ void ConsoleSession::tick() {
                 if (shown && *shown == Screen::Status) {
                     const StatusSnapshot status = view_.status();
                     const auto files = static_cast<std::uint64_t>(status.filesTotal);
-                    destinationShown_ = destinationAsNamed(status.destination);
+                    destinationShown_ = destinationAsNamed(status.destination, device_);
                     if (options_.json)
                         emitJsonEvent("started", {{"resumed", true},
                                                   {"files", std::int64_t{status.filesTotal}},

@@ -447,6 +447,43 @@ TEST_F(CliTest, TheEndOfTheSessionOnAVolumeThatCannotBeRecordedSaysSo) {
     EXPECT_EQ(child.output().find("take it up with --resume"), std::string::npos) << child.output();
 }
 
+// A disk's upload taken up again names its destination as the user named it (the volume's name
+// and the folders below it), not by the folder the volume happens to be mounted at.
+TEST_F(CliTest, AResumedUploadToADiskNamesItsDestinationByTheVolume) {
+    mounttest::LoopVolume volume(work.path(), 16);
+    ASSERT_TRUE(volume.ok()) << "no loop device for the ext4 image";
+    const std::string drive = work / "Drive";
+    fs::create_directories(drive);
+    ASSERT_EQ(mount(volume.device().c_str(), drive.c_str(), "ext4", 0, nullptr), 0);
+    fs::create_directories(drive + "/Family/Trips");
+    test::writeFile(work / "held.bin", "the held file\n");
+    test::writeFile(work / "later.txt", "after the held file\n");
+    {
+        test::LeaseHold hold(work / "held.bin");
+        ASSERT_TRUE(hold.held());
+        ChildProcess child;
+        ASSERT_TRUE(start(child, {"--das", drive, "--destination", "Drive/Family/Trips",
+                                  work / "held.bin", work / "later.txt"}));
+        ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
+        child.signal(SIGTERM);
+        EXPECT_TRUE(child.waitForOutput("--resume", kDeadline)) << child.output();
+        hold.release();
+        ASSERT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+    }
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", drive, "--resume"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_NE(child.output().find(" to Drive/Family/Trips on Local Drive\n"), std::string::npos)
+        << child.output();
+    EXPECT_NE(child.output().find("Destination: Drive/Family/Trips on Local Drive (" + drive +
+                                  "/Family/Trips)"),
+              std::string::npos)
+        << child.output();
+    EXPECT_EQ(test::readFile(drive + "/Family/Trips/later.txt"), "after the held file\n");
+    EXPECT_EQ(test::readFile(drive + "/Family/Trips/held.bin"), "the held file\n");
+}
+
 TEST_F(CliTest, NoToTheStopQuestionKeepsUploading) {
     TmpfsVolume volume(work / "Drive", 8 << 20);
     ASSERT_TRUE(volume.ok());
