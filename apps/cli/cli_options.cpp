@@ -8,6 +8,7 @@
 #include <climits>
 #include <filesystem>
 
+#include "console_texts.h"
 #include "platform/plist_io.h"
 
 namespace qvt::cli {
@@ -235,9 +236,10 @@ std::optional<Record> deviceRecordFor(const Options& o, std::string& error) {
                                      {"mounted", true},
                                      {"uuid", ""}});
         }
-        Record info{{"productName", o.productName.empty() ? "Local Drive" : o.productName},
-                    {"serialNumber", o.serialNumber.empty() ? "LOCAL-DRIVE" : o.serialNumber},
-                    {"volumeArray", volumes}};
+        Record info{
+            {"productName", o.productName.empty() ? consoleText("LOCAL_DRIVE") : o.productName},
+            {"serialNumber", o.serialNumber.empty() ? "LOCAL-DRIVE" : o.serialNumber},
+            {"volumeArray", volumes}};
         return Record{{"deviceType", "DAS"}, {"isZeroState", false}, {"deviceInfo", info}};
     }
     const std::string name = o.productName.empty() ? o.nasAddress : o.productName;

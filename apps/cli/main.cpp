@@ -80,10 +80,10 @@ int main(int argc, char** argv) {
         const qvt::Record* info = device->record("deviceInfo");
         const qvt::List* volumes = info ? info->list("volumeArray") : nullptr;
         if (!missing.empty() && volumes && missing.size() == volumes->size()) {
-            std::string folders;
-            for (const std::string& m : missing) folders += (folders.empty() ? "" : ", ") + m;
-            std::fprintf(stderr, "qvtransfer-cli: %s\n",
-                         consoleText("VOLUMES_NOT_THERE", {folders}).c_str());
+            std::fprintf(
+                stderr, "qvtransfer-cli: %s\n",
+                consoleText("VOLUMES_NOT_THERE", {qvt::device::missingVolumesList(missing)})
+                    .c_str());
             return kExitSomeFailed;
         }
     }

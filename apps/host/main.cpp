@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "device/volume_presence.h"
+#include "host_texts.h"
 #include "platform/files.h"
 #include "platform/plist_io.h"
 #include "qvtransfer/QVTransfer.h"
@@ -147,7 +148,9 @@ std::optional<qvt::Record> deviceRecord(const HostOptions& o, std::string& error
                                           {"mounted", true},
                                           {"uuid", ""}});
         }
-        qvt::Record info{{"productName", o.name.empty() ? std::string("Local Drive") : o.name},
+        const std::string name =
+            o.name.empty() ? qvt::host::hostText("HOST_LOCAL_DRIVE").toStdString() : o.name;
+        qvt::Record info{{"productName", name},
                          {"serialNumber", o.serial.empty() ? std::string("LOCAL-DRIVE") : o.serial},
                          {"volumeArray", volumes}};
         return qvt::Record{
@@ -193,15 +196,15 @@ QMessageBox* startWizard(const std::shared_ptr<QVTransfer>& wizard,
     }
     std::printf("an interrupted upload to %s can be resumed\n", productName.c_str());
     std::fflush(stdout);
-    auto* box = new QMessageBox(QMessageBox::Question, QStringLiteral("Resume Upload"),
-                                QStringLiteral("An upload to %1 was interrupted. Do you want to "
-                                               "take it up where it stopped?")
-                                    .arg(QString::fromStdString(productName)));
+    auto* box = new QMessageBox(
+        QMessageBox::Question, qvt::host::hostText("HOST_RESUME_TITLE"),
+        qvt::host::hostText("HOST_RESUME_QUESTION", QString::fromStdString(productName)));
     box->setObjectName(QStringLiteral("resumeOffer"));
     // The device's name is shown as it is, never read as markup.
     box->setTextFormat(Qt::PlainText);
-    QPushButton* resume = box->addButton(QStringLiteral("Resume Upload"), QMessageBox::AcceptRole);
-    box->addButton(QStringLiteral("Start a New Upload"), QMessageBox::RejectRole);
+    QPushButton* resume =
+        box->addButton(qvt::host::hostText("HOST_RESUME_btn"), QMessageBox::AcceptRole);
+    box->addButton(qvt::host::hostText("HOST_NEW_UPLOAD_btn"), QMessageBox::RejectRole);
     box->setDefaultButton(resume);
     box->setAttribute(Qt::WA_DeleteOnClose);
     // The question holds the wizard weakly: the program owns it.
@@ -288,10 +291,12 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     // A disk none of whose volumes is there is told at once: the wizard would wait for them.
     if (const auto missing = missingVolumes(*device); !missing.empty()) {
-        const std::string sentence = qvt::device::missingVolumesSentence(missing);
-        std::fprintf(stderr, "qvtransfer-host: %s\n", sentence.c_str());
-        auto* box = new QMessageBox(QMessageBox::Warning, QStringLiteral("Tessaly"),
-                                    QString::fromStdString(sentence), QMessageBox::Close);
+        const QString sentence =
+            qvt::host::hostText("HOST_VOLUMES_NOT_THERE",
+                                QString::fromStdString(qvt::device::missingVolumesList(missing)));
+        std::fprintf(stderr, "qvtransfer-host: %s\n", sentence.toUtf8().constData());
+        auto* box = new QMessageBox(QMessageBox::Warning, QStringLiteral("Tessaly"), sentence);
+        box->addButton(qvt::host::hostText("HOST_CLOSE_btn"), QMessageBox::RejectRole);
         box->setObjectName(QStringLiteral("volumeMissing"));
         box->setTextFormat(Qt::PlainText);
         box->setAttribute(Qt::WA_DeleteOnClose);

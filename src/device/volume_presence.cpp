@@ -28,11 +28,10 @@ std::vector<std::string> unreachableVolumes(const Record& device,
     return missing;
 }
 
-std::string missingVolumesSentence(const std::vector<std::string>& missing) {
+std::string missingVolumesList(const std::vector<std::string>& missing) {
     std::string names;
     for (const auto& m : missing) names += (names.empty() ? "" : ", ") + m;
-    return "The disk's volume is not there: " + names +
-           ". Attach the disk, or mount the volume at that folder, and try again.";
+    return names;
 }
 
 }  // namespace qvt::device

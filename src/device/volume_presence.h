@@ -14,7 +14,7 @@ namespace qvt::device {
 std::vector<std::string> unreachableVolumes(const Record& device,
                                             const std::vector<std::string>& mountPoints);
 
-// The sentence that tells the user: which volumes are missing, and what to do.
-std::string missingVolumesSentence(const std::vector<std::string>& missing);
+// The missing volumes as one list for a sentence in the user's language: "A (PATH), B (PATH)".
+std::string missingVolumesList(const std::vector<std::string>& missing);
 
 }  // namespace qvt::device

@@ -288,6 +288,23 @@ TEST_F(CliTest, TheConsoleSpeaksTheLanguageOfTheLocale) {
     EXPECT_NE(out.find("\u00a0; 1 élément en échec\n"), std::string::npos) << out;
 }
 
+// A disk given without --name is called what the user's language calls a local drive.
+TEST_F(CliTest, ADiskWithoutANameIsTheLocalDriveOfTheUsersLanguage) {
+    TmpfsVolume volume(work / "Drive", 1 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "a.txt", "a\n");
+    for (const auto& [locale, name] :
+         {std::pair{"de_DE.UTF-8", " auf Lokales Laufwerk"},
+          std::pair{"fr_FR.UTF-8", " sur Disque local"}, std::pair{"C.UTF-8", " on Local Drive"}}) {
+        ChildProcess child;
+        ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "a.txt"},
+                          locale));
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+        EXPECT_NE(child.output().find(name), std::string::npos) << locale << child.output();
+    }
+}
+
 class CliRetry : public CliTest {
   protected:
     // Uploads the sources' Holiday folder, holding a link `name` to the missing `target`, to

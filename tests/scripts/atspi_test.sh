@@ -112,9 +112,12 @@ wait "${pids[-1]}" 2>/dev/null
 
 # 3. The host's offer to take up that upload, for a disk whose name looks like markup: the name
 # is shown as it is written, not as a heading and a link.
-start_host home3 --das "$work/Small Disk" --name '<h1>Small</h1><a href="x">Disk</a>'
+# In German, the question and its buttons are in the user's language too.
+LC_ALL=de_DE.UTF-8 LANGUAGE= start_host home3 --das "$work/Small Disk" --name '<h1>Small</h1><a href="x">Disk</a>'
 if ! /usr/bin/python3 "$probe" qvtransfer-host 30 \
-    'An upload to <h1>Small</h1><a href="x">Disk</a> was interrupted. Do you want to take it up where it stopped?:label:showing'; then
+    'Ein Upload auf <h1>Small</h1><a href="x">Disk</a> wurde unterbrochen. Möchten Sie ihn dort fortsetzen, wo er angehalten hat?:label:showing' \
+    "Upload fortsetzen:push button:focusable:showing" \
+    "Neuen Upload beginnen:push button:focusable:showing"; then
     echo "FAIL: the offer to take up the upload"; cat "$work/home3.out"
     failures=$((failures + 1))
 fi

@@ -51,6 +51,17 @@ else
     echo "FAIL: the missing volume was not told"; cat "$work/err"; failures=$((failures + 1))
 fi
 
+# In the user's language, as the wizard itself speaks it.
+expect_status 1 "das folder that is not mounted, in German" env LC_ALL=de_DE.UTF-8 LANGUAGE= "$host" \
+    --das "$work/Volume" --name "Demo Drive" --screenshot "$work/missing-de.png"
+if grep -q "Das Volume der Festplatte ist nicht da: Volume ($work/Volume). Schließen Sie" \
+    "$work/err"; then
+    passed=$((passed + 1))
+else
+    echo "FAIL: the missing volume was not told in German"; cat "$work/err"
+    failures=$((failures + 1))
+fi
+
 # The volume of a directly attached device is a mounted file system: the folder mounted onto
 # itself is one.
 mount --bind "$work/Volume" "$work/Volume"

@@ -400,5 +400,10 @@
         <extracomment>For --resume of a network device when the one upload recorded is an attached disk's; %1 is this device.</extracomment>
         <translation>Es gibt keine unterbrochene Übertragung zu %1 fortzusetzen: Die gespeicherte ging an eine angeschlossene Festplatte. Setzen Sie sie mit --das, den Volume-Ordnern dieser Festplatte und --resume fort.</translation>
     </message>
+    <message id="LOCAL_DRIVE">
+        <source>Local Drive</source>
+        <extracomment>The name of an attached disk given without --name.</extracomment>
+        <translation>Lokales Laufwerk</translation>
+    </message>
 </context>
 </TS>

@@ -400,5 +400,10 @@
         <extracomment>For --resume of a network device when the one upload recorded is an attached disk's; %1 is this device.</extracomment>
         <translation>There is no interrupted upload to %1 to take up: the one recorded went to an attached disk. Take it up with --das, that disk's volume folders and --resume.</translation>
     </message>
+    <message id="LOCAL_DRIVE">
+        <source>Local Drive</source>
+        <extracomment>The name of an attached disk given without --name.</extracomment>
+        <translation>Local Drive</translation>
+    </message>
 </context>
 </TS>

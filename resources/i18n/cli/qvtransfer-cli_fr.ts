@@ -400,5 +400,10 @@
         <extracomment>For --resume of a network device when the one upload recorded is an attached disk's; %1 is this device.</extracomment>
         <translation>Il n’y a pas d’envoi interrompu vers %1 à reprendre : celui qui est enregistré allait vers un disque connecté. Reprenez-le avec --das, les dossiers des volumes de ce disque et --resume.</translation>
     </message>
+    <message id="LOCAL_DRIVE">
+        <source>Local Drive</source>
+        <extracomment>The name of an attached disk given without --name.</extracomment>
+        <translation>Disque local</translation>
+    </message>
 </context>
 </TS>
