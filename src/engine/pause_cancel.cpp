@@ -14,6 +14,7 @@
 #include "platform/format.h"
 #include "platform/log.h"
 #include "session/qvtransfer_private.h"
+#include "session/transfer_record.h"
 #include "session/view.h"
 
 namespace fmt = qvt::platform;
@@ -91,7 +92,19 @@ void QVTransferPrivate::suspendForShutdown() {
     // Written here rather than on the background queue: the process may end as soon as this
     // returns.
     saveQVTransferDataToFileForExit();
-    log().write("QVTransfer: suspendForShutdown: the upload's state is saved");
+    if (qvt::session::buildTransferDataRoot(deviceType(), deviceInfo().string("serialNumber"),
+                                            selectedDASUUID.get(), qvt::Record{})
+            .empty()) {
+        // A volume with no identity (a RAM disk) gives no key to record the upload under, so
+        // nothing can take it up: the file in hand's hidden copy would stay for good. The
+        // upload ends here instead, and its copy stops between two pieces rather than go on
+        // writing a file that is being removed.
+        upload.cancel();
+        discardPartialCopy();
+        log().write("QVTransfer: suspendForShutdown: the upload cannot be recorded; it ends");
+    } else {
+        log().write("QVTransfer: suspendForShutdown: the upload's state is saved");
+    }
     if (mountObject) mountObject->removeMountPointFoldersAtExit();
 }
 

@@ -464,6 +464,35 @@ TEST_F(CliTest, TheEndOfTheSessionOnAVolumeThatCannotBeRecordedSaysSo) {
     EXPECT_EQ(child.output().find("take it up with --resume"), std::string::npos) << child.output();
 }
 
+// The same end of the session while the upload waits for room: nothing could take the upload
+// up, so the hidden copy of the file it was writing goes before the process ends.
+TEST_F(CliTest, TheEndOfTheSessionOnAVolumeThatCannotBeRecordedLeavesNoHiddenCopy) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    // Less room than the file needs, though the empty volume would hold it.
+    test::writeFile(volume.path() + "/filler.bin", std::string(5 << 20, 'f'));
+    test::writeFile(work / "photo.raw", std::string(4 << 20, 'p'));
+    ChildProcess child;
+    ASSERT_TRUE(
+        start(child, {"--das", volume.path(), "--destination", "Drive", work / "photo.raw"}));
+    ASSERT_TRUE(child.waitForOutput("waiting for free space", kDeadline)) << child.output();
+    auto hiddenCopies = [&] {
+        int n = 0;
+        for (const auto& e : fs::directory_iterator(volume.path()))
+            n += e.path().filename().string().starts_with(".qvtransfer-");
+        return n;
+    };
+    EXPECT_EQ(hiddenCopies(), 1);  // the file in hand, kept while the upload waits
+    child.signal(SIGTERM);
+    EXPECT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+    EXPECT_NE(child.output().find("gives no identity to record the upload under"),
+              std::string::npos)
+        << child.output();
+    EXPECT_EQ(hiddenCopies(), 0);
+    EXPECT_FALSE(fs::exists(volume.path() + "/photo.raw"));
+    EXPECT_EQ(fs::file_size(volume.path() + "/filler.bin"), 5u << 20);
+}
+
 // A disk's upload taken up again names its destination as the user named it (the volume's name
 // and the folders below it), not by the folder the volume happens to be mounted at.
 TEST_F(CliTest, AResumedUploadToADiskNamesItsDestinationByTheVolume) {
