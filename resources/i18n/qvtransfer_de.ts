@@ -324,6 +324,11 @@
         <extracomment>The first %@ is replaced by the destination folder, the second by the name of the device.</extracomment>
         <translation>Der Ordner %@ führt über eine Verknüpfung aus %@ hinaus. Wählen Sie einen Ordner auf dem Gerät selbst.</translation>
     </message>
+    <message id="SOURCE_IN_DESTINATION_txt">
+        <source>%@ is already in the destination folder, so it cannot be uploaded there: it would be copied onto itself. Choose another destination.</source>
+        <extracomment>%@ is replaced by the source item.</extracomment>
+        <translation>%@ liegt bereits im Zielordner und kann daher nicht dorthin hochgeladen werden: Es würde auf sich selbst kopiert. Wählen Sie ein anderes Ziel.</translation>
+    </message>
     <message id="DESTINATION_IN_SOURCE_txt">
         <source>The destination folder is inside %@, which is being uploaded: a folder cannot be uploaded into itself. Choose a destination outside it.</source>
         <extracomment>%@ is replaced by the source folder.</extracomment>

@@ -324,6 +324,11 @@
         <extracomment>The first %@ is replaced by the destination folder, the second by the name of the device.</extracomment>
         <translation>The folder %@ leads off %@ through a link. Choose a folder on the device itself.</translation>
     </message>
+    <message id="SOURCE_IN_DESTINATION_txt">
+        <source>%@ is already in the destination folder, so it cannot be uploaded there: it would be copied onto itself. Choose another destination.</source>
+        <extracomment>%@ is replaced by the source item.</extracomment>
+        <translation>%@ is already in the destination folder, so it cannot be uploaded there: it would be copied onto itself. Choose another destination.</translation>
+    </message>
     <message id="DESTINATION_IN_SOURCE_txt">
         <source>The destination folder is inside %@, which is being uploaded: a folder cannot be uploaded into itself. Choose a destination outside it.</source>
         <extracomment>%@ is replaced by the source folder.</extracomment>

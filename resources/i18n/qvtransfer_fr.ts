@@ -324,6 +324,11 @@
         <extracomment>The first %@ is replaced by the destination folder, the second by the name of the device.</extracomment>
         <translation>Le dossier %@ mène hors de %@ par un lien. Choisissez un dossier sur l’appareil lui-même.</translation>
     </message>
+    <message id="SOURCE_IN_DESTINATION_txt">
+        <source>%@ is already in the destination folder, so it cannot be uploaded there: it would be copied onto itself. Choose another destination.</source>
+        <extracomment>%@ is replaced by the source item.</extracomment>
+        <translation>%@ se trouve déjà dans le dossier de destination et ne peut donc pas y être envoyé : il serait copié sur lui-même. Choisissez une autre destination.</translation>
+    </message>
     <message id="DESTINATION_IN_SOURCE_txt">
         <source>The destination folder is inside %@, which is being uploaded: a folder cannot be uploaded into itself. Choose a destination outside it.</source>
         <extracomment>%@ is replaced by the source folder.</extracomment>

@@ -1,6 +1,10 @@
-// The checks of a destination folder before anything is copied to it.
+// The checks of a destination folder before anything is copied to it: it lies on the device's
+// volume, inside no source folder, and holds no source itself (each item would be copied onto
+// itself, and with the move option its copies would leave with it).
+#include <map>
 #include <string>
 
+#include "engine/path_names.h"
 #include "engine/volume_lookup.h"
 #include "platform/files.h"
 #include "platform/format.h"
@@ -51,12 +55,21 @@ std::string QVTransferPrivate::destinationRefusal(const std::string& destination
                            device.string("productName"));
 
     const qvt::List sources = sourceFilesArray.get();
+    // Thousands of sources given one by one mostly share a few folders: each folder is
+    // resolved once.
+    std::map<std::string, bool> holdsItsSources;
     for (const qvt::Value& row : sources) {
         const qvt::Record* entry = row.asRecord();
         const std::string source = entry ? entry->string("fullFilePath") : std::string();
-        // A file: no need to ask the disk (the window waits).
+        if (source.empty()) continue;
+        const std::string parent = qvt::engine::deletingLastPathComponent(source);
+        auto found = holdsItsSources.find(parent);
+        if (found == holdsItsSources.end())
+            found = holdsItsSources.emplace(parent, fmt::files().realPath(parent) == real).first;
+        if (found->second) return fmt::format(localizedString("SOURCE_IN_DESTINATION_txt"), source);
+        // A file: no need to ask the disk again (the window waits).
         if (entry && qvt::source::countedWithoutFolders(*entry)) continue;
-        if (!source.empty() && sourceHoldsDestination(source, real))
+        if (sourceHoldsDestination(source, real))
             return fmt::format(localizedString("DESTINATION_IN_SOURCE_txt"), source);
     }
     return "";

@@ -200,6 +200,17 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
                     ELOOP, fmt::format(localizedString("DESTINATION_IN_SOURCE_txt"), source)});
             continue;
         }
+        // So may a source added then lie in the destination folder: copied onto itself, it
+        // would get a twin of each of its files (a folder's own listing growing as they
+        // arrive), and with the move option it would leave with those copies.
+        if (deviceType() == "DAS" && fmt::files().realPath(qvt::engine::deletingLastPathComponent(
+                                         source)) == fmt::files().realPath(share)) {
+            processFileTransferStatus(
+                source, share,
+                qvt::TransferError{
+                    EEXIST, fmt::format(localizedString("SOURCE_IN_DESTINATION_txt"), source)});
+            continue;
+        }
         if (!afterRestart)
             log().write(fmt::format("QVTransfer: Uploading file/folder %@ to %@ Time: %@\n", source,
                                     qvt::engine::lastPathComponent(share), logTime(*this)));

@@ -403,6 +403,25 @@ TEST_F(CliTest, ADestinationInsideASourceOrOffTheVolumeIsABadArgument) {
     EXPECT_TRUE(filesBelow(work / "outside").empty());
 }
 
+// A folder moved to the folder that already holds it would leave with its own copies.
+TEST_F(CliTest, MovingAFolderToTheFolderThatHoldsItIsABadArgumentAndNothingMoves) {
+    TmpfsVolume volume(work / "Drive", 1 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(volume.path() + "/d/a.txt", "AAA\n");
+    test::writeFile(volume.path() + "/d/b.txt", "BBB\n");
+    ChildProcess child;
+    ASSERT_TRUE(start(
+        child, {"--das", volume.path(), "--move", "--destination", "Drive", volume.path() + "/d"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 2) << child.output() << child.errors();
+    EXPECT_NE(child.errors().find(volume.path() + "/d is already in the destination folder"),
+              std::string::npos)
+        << child.errors();
+    EXPECT_EQ(filesBelow(volume.path()).size(), 2u);
+    EXPECT_EQ(test::readFile(volume.path() + "/d/a.txt"), "AAA\n");
+    EXPECT_EQ(test::readFile(volume.path() + "/d/b.txt"), "BBB\n");
+}
+
 // The question names the language's own letter for yes, and that letter stops.
 TEST_F(CliTest, StopKeyAsksAndYesStopsWithOneThirty) {
     struct Language {

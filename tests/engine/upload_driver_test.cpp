@@ -294,6 +294,30 @@ TEST(CopyLoop, FilesAddedSinceTheCountDoNotEndTheUploadBeforeItsLastSource) {
     EXPECT_EQ(s.c->progressStatusMsg1.get(), "All files uploaded");
 }
 
+// A source that lies in the destination folder, which the check before the start could not see
+// (added to the list since, or a resume's record): a failed item, never copied onto itself.
+TEST(CopyLoop, ASourceInTheDestinationFolderIsAFailedItemAndTheRestArrives) {
+    Session s(test::dasDevice());
+    ASSERT_TRUE(s.c);
+    test::writeFile(s.at("Here/h.txt"), "h");
+    test::writeFile(s.from("a.txt"), "a");
+    s.setSources({s.at("Here"), s.from("a.txt")});
+    s.c->job().numberOfFilesCountForTransfer = 2;
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+    ASSERT_TRUE(s.settle());
+    const List failed = s.c->failedTransferArray.get();
+    ASSERT_EQ(failed.size(), 1u);
+    EXPECT_EQ(failed[0].asRecord()->string("localizedError"),
+              s.at("Here") +
+                  " is already in the destination folder, so it cannot be uploaded there: it "
+                  "would be copied onto itself. Choose another destination.");
+    EXPECT_EQ(test::readFile(s.at("a.txt")), "a");
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(s.at("Here"))) names.push_back(e.path().filename());
+    EXPECT_EQ(names, std::vector<std::string>{"h.txt"});
+}
+
 TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
     Session s;
     ASSERT_TRUE(s.c);

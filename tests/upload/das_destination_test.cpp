@@ -101,6 +101,48 @@ TEST_F(DasDestination, AFolderIsNeverUploadedIntoItselfOrAFolderInsideIt) {
     EXPECT_EQ(test::readFile(volume.path() + "/Backup/memo.txt"), "memo");
 }
 
+// A source that lies in the destination folder itself would be copied onto itself: a folder
+// would get a twin of each of its files, and with the move option it would leave with them.
+TEST_F(DasDestination, ASourceAlreadyInTheDestinationFolderIsRefused) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    const std::string photos = volume.path() + "/Photos";
+    test::writeFile(photos + "/a.jpg", "a");
+    test::writeFile(photos + "/Trips/b.jpg", "b");
+    test::writeFile(volume.path() + "/memo.txt", "memo");
+    fs::create_directory_symlink(volume.path(), box.root() + "/Link to the disk");
+    const auto before = snapshot(volume.path(), true);
+    // The folder, and a file beside it, each moved; the destination named straight and through
+    // a link.
+    for (const std::string& source : {photos, volume.path() + "/memo.txt"}) {
+        for (const std::string& into : {volume.path(), box.root() + "/Link to the disk"}) {
+            UploadSession s(dasDeviceFor(volume));
+            ASSERT_TRUE(s.addSources({source}));
+            ASSERT_TRUE(s.toDestination(true));
+            s.upload(into);
+            ASSERT_TRUE(s.settle());
+            const auto said = notices(s);
+            ASSERT_EQ(said.size(), 1u) << source << " into " << into;
+            EXPECT_EQ(said.back(), source +
+                                       " is already in the destination folder, so it cannot be "
+                                       "uploaded there: it would be copied onto itself. Choose "
+                                       "another destination.");
+            EXPECT_EQ(s.c().job().state(), engine::UploadState::Idle);
+        }
+    }
+    EXPECT_EQ(difference(before, snapshot(volume.path(), true)), "");
+
+    // Into a folder beside it, the folder is moved.
+    fs::create_directories(volume.path() + "/Backup");
+    UploadSession s(dasDeviceFor(volume));
+    ASSERT_TRUE(s.addSources({photos}));
+    ASSERT_TRUE(s.toDestination(true));
+    s.upload(volume.path() + "/Backup");
+    ASSERT_TRUE(s.waitCompleted());
+    EXPECT_TRUE(notices(s).empty());
+    EXPECT_EQ(test::readFile(volume.path() + "/Backup/Photos/Trips/b.jpg"), "b");
+}
+
 // The folder of an interrupted upload replaced by a link off the volume before it is taken up.
 TEST_F(DasDestination, AResumeToAFolderThatNowLeadsOffTheVolumeIsRefused) {
     Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
