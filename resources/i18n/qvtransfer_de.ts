@@ -508,9 +508,9 @@
         <translation>Einige der ausgewählten Objekte befinden sich in System- oder Bibliotheksordnern. Sie werden auf das Gerät kopiert, die Originale bleiben aber auf diesem Computer erhalten.</translation>
     </message>
     <message id="SYSTEM_FILE_WARNING2_txt_MAC">
-        <source>All other items will be moved to the Trash after they have been uploaded. Do you want to continue?</source>
+        <source>All other items will be moved: each file is removed from this computer once it has arrived whole on the device, and the emptied folders go to the Trash. Do you want to continue?</source>
         <extracomment>Second paragraph of the move confirmation when system items are selected.</extracomment>
-        <translation>Alle anderen Objekte werden nach dem Hochladen in den Papierkorb verschoben. Möchten Sie fortfahren?</translation>
+        <translation>Alle anderen Objekte werden verschoben: Jede Datei wird von diesem Computer entfernt, sobald sie vollständig auf dem Gerät angekommen ist, und die geleerten Ordner kommen in den Papierkorb. Möchten Sie fortfahren?</translation>
     </message>
     <message id="SYSTEM_FILE_WARNING1_txt_WIN">
         <source>Some of the selected items are in protected system or program folders. They will be copied to the device, but the originals will not be removed.</source>
@@ -535,8 +535,8 @@
         <translation>Geben Sie Speicherplatz auf dem Gerät frei, um fortzufahren.</translation>
     </message>
     <message id="MOVE_FILE_WARNING_txt">
-        <source>The selected items will be moved: after each one has been uploaded, the original is moved to the Trash on this computer. Do you want to continue?</source>
-        <translation>Die ausgewählten Objekte werden verschoben: Nach dem Hochladen wird jedes Original auf diesem Computer in den Papierkorb verschoben. Möchten Sie fortfahren?</translation>
+        <source>The selected items will be moved: each file is removed from this computer once it has arrived whole on the device, and the emptied folders go to the Trash. Do you want to continue?</source>
+        <translation>Die ausgewählten Objekte werden verschoben: Jede Datei wird von diesem Computer entfernt, sobald sie vollständig auf dem Gerät angekommen ist, und die geleerten Ordner kommen in den Papierkorb. Möchten Sie fortfahren?</translation>
     </message>
     <message id="DRAG_FOLDERS_FILES_HERE_OR_txt">
         <source>Drag folders and files here, or</source>

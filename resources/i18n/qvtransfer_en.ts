@@ -508,9 +508,9 @@
         <translation>Some of the selected items are in system or library folders. They will be copied to the device, but the originals will be kept on this computer.</translation>
     </message>
     <message id="SYSTEM_FILE_WARNING2_txt_MAC">
-        <source>All other items will be moved to the Trash after they have been uploaded. Do you want to continue?</source>
+        <source>All other items will be moved: each file is removed from this computer once it has arrived whole on the device, and the emptied folders go to the Trash. Do you want to continue?</source>
         <extracomment>Second paragraph of the move confirmation when system items are selected.</extracomment>
-        <translation>All other items will be moved to the Trash after they have been uploaded. Do you want to continue?</translation>
+        <translation>All other items will be moved: each file is removed from this computer once it has arrived whole on the device, and the emptied folders go to the Trash. Do you want to continue?</translation>
     </message>
     <message id="SYSTEM_FILE_WARNING1_txt_WIN">
         <source>Some of the selected items are in protected system or program folders. They will be copied to the device, but the originals will not be removed.</source>
@@ -535,8 +535,8 @@
         <translation>Free up space on the device to continue.</translation>
     </message>
     <message id="MOVE_FILE_WARNING_txt">
-        <source>The selected items will be moved: after each one has been uploaded, the original is moved to the Trash on this computer. Do you want to continue?</source>
-        <translation>The selected items will be moved: after each one has been uploaded, the original is moved to the Trash on this computer. Do you want to continue?</translation>
+        <source>The selected items will be moved: each file is removed from this computer once it has arrived whole on the device, and the emptied folders go to the Trash. Do you want to continue?</source>
+        <translation>The selected items will be moved: each file is removed from this computer once it has arrived whole on the device, and the emptied folders go to the Trash. Do you want to continue?</translation>
     </message>
     <message id="DRAG_FOLDERS_FILES_HERE_OR_txt">
         <source>Drag folders and files here, or</source>

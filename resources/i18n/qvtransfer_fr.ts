@@ -508,9 +508,9 @@
         <translation>Certains des éléments sélectionnés se trouvent dans des dossiers système ou de bibliothèque. Ils seront copiés sur l’appareil, mais les originaux resteront sur cet ordinateur.</translation>
     </message>
     <message id="SYSTEM_FILE_WARNING2_txt_MAC">
-        <source>All other items will be moved to the Trash after they have been uploaded. Do you want to continue?</source>
+        <source>All other items will be moved: each file is removed from this computer once it has arrived whole on the device, and the emptied folders go to the Trash. Do you want to continue?</source>
         <extracomment>Second paragraph of the move confirmation when system items are selected.</extracomment>
-        <translation>Tous les autres éléments seront placés dans la corbeille après leur envoi. Voulez-vous continuer ?</translation>
+        <translation>Tous les autres éléments seront déplacés : chaque fichier est supprimé de cet ordinateur dès qu’il est arrivé entier sur l’appareil, et les dossiers vidés vont dans la corbeille. Voulez-vous continuer ?</translation>
     </message>
     <message id="SYSTEM_FILE_WARNING1_txt_WIN">
         <source>Some of the selected items are in protected system or program folders. They will be copied to the device, but the originals will not be removed.</source>
@@ -535,8 +535,8 @@
         <translation>Libérez de l’espace sur l’appareil pour continuer.</translation>
     </message>
     <message id="MOVE_FILE_WARNING_txt">
-        <source>The selected items will be moved: after each one has been uploaded, the original is moved to the Trash on this computer. Do you want to continue?</source>
-        <translation>Les éléments sélectionnés seront déplacés : une fois envoyé, chaque original est placé dans la corbeille de cet ordinateur. Voulez-vous continuer ?</translation>
+        <source>The selected items will be moved: each file is removed from this computer once it has arrived whole on the device, and the emptied folders go to the Trash. Do you want to continue?</source>
+        <translation>Les éléments sélectionnés seront déplacés : chaque fichier est supprimé de cet ordinateur dès qu’il est arrivé entier sur l’appareil, et les dossiers vidés vont dans la corbeille. Voulez-vous continuer ?</translation>
     </message>
     <message id="DRAG_FOLDERS_FILES_HERE_OR_txt">
         <source>Drag folders and files here, or</source>

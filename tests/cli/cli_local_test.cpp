@@ -727,6 +727,15 @@ TEST_F(CliTest, MoveConfirmsOnTheCommandLineAndTheSourcesGo) {
     EXPECT_EQ(test::readFile(volume.path() + "/notes.txt"), "Meeting notes\n");
     EXPECT_TRUE(filesBelow(work / "src").empty());
     EXPECT_FALSE(fs::exists(work / "src/notes.txt"));
+    // As the warning says: the files are gone for good once they arrived, and the folder they
+    // left empty is in the Trash.
+    EXPECT_NE(warning.find("each file is removed from this computer once it has arrived whole "
+                           "on the device, and the emptied folders go to the Trash"),
+              std::string::npos)
+        << warning;
+    const std::string trash = home.path() + "/.local/share/Trash/files";
+    EXPECT_TRUE(fs::is_directory(trash + "/Holiday"));
+    EXPECT_TRUE(filesBelow(trash).empty());
 }
 
 TEST_F(CliTest, StopKeysTypedAheadStopTheUploadInOnePieceOrOneByOne) {
