@@ -161,9 +161,17 @@ void ConsoleSession::showPauseChange() {
         pausedShown_ = status.paused;
         return;
     }
+    // A device full again after its one wait in this upload has no question: its copy tries
+    // again by itself. Told once, as a wait for room.
+    if (status.stillFull && waitingFor_ == Waiting::Nothing) {
+        clearProgressLine();
+        if (options_.json) emitJsonEvent("waiting", {{"for", "space"}});
+        if (!options_.quiet) std::printf("%s\n", consoleText("FULL_AGAIN").c_str());
+        waitingFor_ = Waiting::Space;
+    }
     // The end of a wait for the device or for room, told once.
     if ((waitingFor_ == Waiting::Device && !status.deviceMissing) ||
-        (waitingFor_ == Waiting::Space && !status.deviceFull)) {
+        (waitingFor_ == Waiting::Space && !status.deviceFull && !status.stillFull)) {
         clearProgressLine();
         if (options_.json)
             emitJsonEvent("continuing",

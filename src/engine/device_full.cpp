@@ -46,6 +46,7 @@ void QVTransferPrivate::displayDeviceFullDialog() {
     // starts no watcher: the copy tries again, no sooner than a second later, until it goes
     // through or fails another way.
     if (!job().noteDeviceFullShown()) {
+        job().stillFull = true;
         job().waitUnlessEnded(kFullRetryInterval);
         return;
     }

@@ -242,6 +242,7 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
         // A lost or full device: the partial copy stays the file in hand until the retry (or
         // a cancel) removes it, and the retry starts the file again under its own name.
         if (destinationVolumeLost(c) || code == fs::kUnknownWriteError) {
+            upload.stillFull = false;  // what it waits for now is the device
             reportLostDevice(c);
             return Step::Retry;
         }
@@ -256,6 +257,7 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
                          : failureOf(c, rc);
     }
 
+    upload.stillFull = false;
     ++upload.filesMet;
     if (!error) ++upload.filesArrived;
     c.inProcessSourceFilesArray.append(target);

@@ -56,7 +56,12 @@ void updateEstimateText(QVTransferPrivate& c, std::uint64_t total, std::uint64_t
     const qvt::engine::TimeUnitTexts units{c.localeSECOND_txt, c.localeSECONDS_txt,
                                            c.localeMINUTE_txt, c.localeMINUTES_txt,
                                            c.localeHOUR_txt,   c.localeHOURS_txt};
-    if (total != 0 && total != done) {
+    // A device that stays full is tried again without a dialog: in place of an estimate that
+    // only grows, the status says what the upload waits for.
+    const std::string outOfSpace = c.localizedString("OUT_OF_SPACE_MSG_2_txt");
+    if (c.job().stillFull) {
+        c.progressStatus.set(fmt::format("%@\n%@", qvt::engine::filesProgressLine(c), outOfSpace));
+    } else if (total != 0 && total != done) {
         const std::uint64_t remaining = qvt::engine::estimateRemainingSeconds(total, done, elapsed);
         if (!c.job().cancelled() && qvt::engine::remainingTimeRefreshesText(remaining)) {
             const std::string timeText = qvt::engine::remainingTimeText(remaining, units);
@@ -65,6 +70,12 @@ void updateEstimateText(QVTransferPrivate& c, std::uint64_t total, std::uint64_t
             c.progressStatus.set(
                 fmt::format("%@\n%@", qvt::engine::filesProgressLine(c),
                             fmt::format("%@%@", c.localeESTIMATED_TIME_REMAINING_txt, about)));
+        } else if (c.progressStatus.get().ends_with("\n" + outOfSpace)) {
+            // Room again, and no new estimate to show yet.
+            c.progressStatus.set(
+                fmt::format("%@\n%@", qvt::engine::filesProgressLine(c),
+                            fmt::format("%@%@", c.localeESTIMATED_TIME_REMAINING_txt,
+                                        c.localeCALCULATING_txt)));
         }
     }
     if (c.job().paused()) c.progressStatus.set(qvt::engine::pausedStatusText(c));

@@ -58,6 +58,7 @@ void UploadJob::reset() {
 void UploadJob::begin() {
     takenNames.clear();
     stopLeftPartialCopy = false;
+    stillFull = false;
     {
         std::lock_guard lock(mutex_);
         state_ = UploadState::Copying;

@@ -141,6 +141,10 @@ class UploadJob {
     std::atomic<bool> stopLeftPartialCopy{false};
     // True while an upload taken up after a restart runs its copy loop.
     std::atomic<bool> resumedAfterRestart{false};
+    // True while the device stays full after its one dialog of the window: the copy tries the
+    // file again each second without a dialog, and the status says what it waits for. The file
+    // handled (or a lost device) ends it.
+    std::atomic<bool> stillFull{false};
     // The names in use in the destination folders where a name clashed; begin() forgets them.
     TakenNames takenNames;
 

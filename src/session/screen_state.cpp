@@ -90,6 +90,7 @@ qvt::StatusSnapshot QVTransferPrivate::statusSnapshot() const {
     s.paused = upload.paused();
     s.deviceMissing = upload.pausedFor(qvt::engine::PauseReason::DeviceMissing);
     s.deviceFull = upload.pausedFor(qvt::engine::PauseReason::DeviceFull);
+    s.stillFull = upload.stillFull;
     s.failed = upload.failed();
     s.filesDone = upload.progressValue;
     s.filesTotal = upload.numberOfFilesCountForTransfer;

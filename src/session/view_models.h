@@ -85,6 +85,8 @@ struct StatusSnapshot {
     bool paused = false;
     bool deviceMissing = false;
     bool deviceFull = false;
+    // The device stayed full after its one dialog: the copy tries again each second.
+    bool stillFull = false;
     bool failed = false;
     // Files handled (starting at 1, as the counter does) and files in all.
     std::int64_t filesDone = 1;

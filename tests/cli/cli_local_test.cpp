@@ -512,6 +512,36 @@ TEST_F(CliTest, TheEndOfTheSessionOnAVolumeThatCannotBeRecordedLeavesNoHiddenCop
     EXPECT_EQ(fs::file_size(volume.path() + "/filler.bin"), 5u << 20);
 }
 
+// The device full a second time in one upload: no question this time, the copy tries again by
+// itself, and the console says so once and then that there is room again.
+TEST_F(CliTest, ADeviceFullAgainIsToldOnceAndTheUploadEndsWhenThereIsRoom) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(volume.path() + "/filler.bin", std::string(6 << 20, 'f'));
+    test::writeFile(work / "a.bin", std::string(3 << 20, 'a'));
+    test::writeFile(work / "b.bin", std::string(4 << 20, 'b'));
+    ChildProcess child;
+    ASSERT_TRUE(start(
+        child, {"--das", volume.path(), "--destination", "Drive", work / "a.bin", work / "b.bin"}));
+    ASSERT_TRUE(child.waitForOutput("waiting for free space", kDeadline)) << child.output();
+    // Room for a.bin, not for b.bin after it.
+    fs::remove(volume.path() + "/filler.bin");
+    test::writeFile(volume.path() + "/small filler.bin", std::string(2 << 20, 's'));
+    child.write("r");
+    ASSERT_TRUE(child.waitForOutput("The device is full again", kDeadline))
+        << child.output() << child.errors();
+    EXPECT_EQ(test::readFile(volume.path() + "/a.bin"), std::string(3 << 20, 'a'));
+    fs::remove(volume.path() + "/small filler.bin");
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    const std::string out = child.output();
+    const auto again = out.find("The device is full again");
+    EXPECT_EQ(out.find("The device is full again", again + 1), std::string::npos) << out;
+    EXPECT_NE(out.find("There is room again; the upload continues.", again), std::string::npos)
+        << out;
+    EXPECT_EQ(test::readFile(volume.path() + "/b.bin"), std::string(4 << 20, 'b'));
+}
+
 // A disk's upload taken up again names its destination as the user named it (the volume's name
 // and the folders below it), not by the folder the volume happens to be mounted at.
 TEST_F(CliTest, AResumedUploadToADiskNamesItsDestinationByTheVolume) {

@@ -477,7 +477,15 @@ TEST(Retry, ASecondFullDeviceTriesAgainNoSoonerThanASecondLater) {
     FaultyFiles layer;
     ScopedFiles scoped(s, &layer);
     auto attempts = std::make_shared<std::atomic<int>>(0);
-    layer.setHook(failCopies(attempts, 2, ENOSPC));
+    const auto fail = failCopies(attempts, 2, ENOSPC);
+    // Whether the upload says it waits for room, at each try.
+    auto waitingAtTries = std::make_shared<std::vector<bool>>();
+    auto c = s.c;
+    layer.setHook([fail, waitingAtTries, c](const std::string& op, const std::string& from,
+                                            const std::string& to) {
+        if (op == "copy") waitingAtTries->push_back(c->job().stillFull);
+        return fail(op, from, to);
+    });
     test::writeFile(s.from("f.bin"), "f");
     const auto start = std::chrono::steady_clock::now();
     s.c->transferFile(s.from("f.bin"), s.at("f.bin"), s.dst);
@@ -485,6 +493,10 @@ TEST(Retry, ASecondFullDeviceTriesAgainNoSoonerThanASecondLater) {
     EXPECT_EQ(attempts->load(), 3);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1900));
     EXPECT_EQ(test::readFile(s.at("f.bin")), "f");
+    // The wait for room is told from the first refusal until the file has gone through.
+    EXPECT_EQ(*waitingAtTries, (std::vector<bool>{false, true, true}));
+    EXPECT_FALSE(s.c->job().stillFull);
+    EXPECT_FALSE(s.c->statusSnapshot().stillFull);
 }
 
 TEST(Retry, ACancelAtTheMomentOfAClashLeavesTheFileThatWasThere) {

@@ -216,6 +216,34 @@ TEST(Estimator, PauseBlocksThePassAndResumeGoesOnWithoutCountingThePause) {
 }
 
 // The resume takes the paused line away at once; the estimate follows with the next pass.
+// A device full again after its one dialog is tried again without a dialog: the status says
+// what the upload waits for rather than an estimate that only grows, and the estimate comes
+// back once the file has gone through.
+TEST(Estimator, ADeviceFullAgainShowsTheWaitForRoomInPlaceOfTheEstimate) {
+    ManualSession s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 4;
+    arrangeEstimate(s, 59, false);
+    const std::string room = s.c->localizedString("OUT_OF_SPACE_MSG_2_txt");
+    ASSERT_FALSE(room.empty());
+    EstimatorDriver d(s);
+    d.start();
+    ASSERT_TRUE(d.waitPasses(1));
+    ASSERT_EQ(s.c->progressStatus.get(), filesLine(s) + "\n" + s.estimateLine("59 seconds"));
+    s.c->job().stillFull = true;
+    d.next();
+    ASSERT_TRUE(d.waitPasses(2));
+    EXPECT_EQ(s.c->progressStatus.get(), filesLine(s) + "\n" + room);
+    EXPECT_EQ(s.c->progressStatusMsg2.get(), room);
+    // Room again: an estimate that would not refresh the text (60 seconds have a seconds part
+    // of 0) still replaces the wait.
+    s.c->job().stillFull = false;
+    arrangeEstimate(s, 60, true);
+    d.next();
+    ASSERT_TRUE(d.waitPasses(3));
+    EXPECT_EQ(s.c->progressStatus.get(), filesLine(s) + "\nEstimated time remaining: calculating");
+}
+
 TEST(Estimator, ResumeReplacesThePausedLineAtOnce) {
     ManualSession s;
     ASSERT_TRUE(s.c);

@@ -405,5 +405,10 @@
         <extracomment>The name of an attached disk given without --name.</extracomment>
         <translation>Lokales Laufwerk</translation>
     </message>
+    <message id="FULL_AGAIN">
+        <source>The device is full again — the file is tried again each second until there is room (s stops).</source>
+        <extracomment>A second full device in one upload: no wait with a question, the copy tries again by itself.</extracomment>
+        <translation>Das Gerät ist wieder voll – die Datei wird jede Sekunde erneut versucht, bis Platz frei ist (s stoppt).</translation>
+    </message>
 </context>
 </TS>

@@ -405,5 +405,10 @@
         <extracomment>The name of an attached disk given without --name.</extracomment>
         <translation>Disque local</translation>
     </message>
+    <message id="FULL_AGAIN">
+        <source>The device is full again — the file is tried again each second until there is room (s stops).</source>
+        <extracomment>A second full device in one upload: no wait with a question, the copy tries again by itself.</extracomment>
+        <translation>L’appareil est de nouveau plein — le fichier est réessayé chaque seconde jusqu’à ce qu’il y ait de la place (s arrête).</translation>
+    </message>
 </context>
 </TS>
