@@ -149,7 +149,7 @@ void ConsoleSession::finish(int code, const std::string& message) {
     const bool toStdout = code == kExitAllArrived || code == kExitStopped;
     if (!message.empty() && !(options_.json && toStdout)) {
         std::FILE* out = toStdout ? stdout : stderr;
-        std::fprintf(out, "%s\n", message.c_str());
+        std::fprintf(out, "%s\n", printableText(message, true).c_str());
         std::fflush(out);
     }
     if (options_.json)
@@ -237,10 +237,11 @@ void ConsoleSession::tick() {
                     if (!options_.quiet) {
                         std::printf(
                             "%s\n",
-                            consoleText("TAKING_UP", {consoleCountText("ITEMS_n", status.sources),
-                                                      consoleCountText("FILES_n", files),
-                                                      progressBytesText(status.bytesTotal),
-                                                      destinationShown_, status.productName})
+                            printableText(consoleText("TAKING_UP",
+                                                      {consoleCountText("ITEMS_n", status.sources),
+                                                       consoleCountText("FILES_n", files),
+                                                       progressBytesText(status.bytesTotal),
+                                                       destinationShown_, status.productName}))
                                 .c_str());
                         std::fflush(stdout);
                     }

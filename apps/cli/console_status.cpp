@@ -431,17 +431,19 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
     }
     if (!options_.quiet) {
         std::printf("%s\n", status.line1.c_str());
-        std::printf("%s\n",
-                    consoleText("DESTINATION_LINE", {shown, status.productName, place}).c_str());
+        std::printf("%s\n", printableText(
+                                consoleText("DESTINATION_LINE", {shown, status.productName, place}))
+                                .c_str());
     }
     if (!status.failures.empty()) {
         std::printf(
             "%s\n",
             consoleText("FAILED_HEADING", {std::to_string(status.failures.size())}).c_str());
         for (const FailedItem& item : status.failures)
-            std::printf("  %s: %s\n", item.sourceFilePath.c_str(), item.localizedError.c_str());
+            std::printf("  %s: %s\n", printableText(item.sourceFilePath).c_str(),
+                        printableText(item.localizedError).c_str());
     }
-    std::printf("%s\n", summary_.c_str());
+    std::printf("%s\n", printableText(summary_).c_str());
     std::fflush(stdout);
 }
 

@@ -275,9 +275,10 @@ void ConsoleSession::startUpload() {
         return finish(kExitBadArguments, "");
     // Said once the upload has begun: the main thread prints its progress only after this.
     if (!options_.quiet)
-        std::printf("%s\n", consoleCountText("UPLOADING_n", files,
-                                             {destinationShown_, deviceInfo("productName")})
-                                .c_str());
+        std::printf("%s\n",
+                    printableText(consoleCountText("UPLOADING_n", files,
+                                                   {destinationShown_, deviceInfo("productName")}))
+                        .c_str());
     if (options_.json)
         emitJsonEvent("started", {{"resumed", false},
                                   {"files", files},

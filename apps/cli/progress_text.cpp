@@ -55,4 +55,34 @@ std::string durationText(double seconds) {
                        {std::to_string(whole / 3600), std::to_string(whole % 3600 / 60)});
 }
 
+std::string printableText(const std::string& text, bool keepLineBreaks) {
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto ch = static_cast<unsigned char>(text[i]);
+        char escape[8];
+        if (ch == '\n' && keepLineBreaks) {
+            out += '\n';
+        } else if (ch == '\n') {
+            out += "\\n";
+        } else if (ch == '\t') {
+            out += "\\t";
+        } else if (ch < 0x20 || ch == 0x7f) {
+            std::snprintf(escape, sizeof escape, "\\x%02x", ch);
+            out += escape;
+        } else if (ch == 0xc2 && i + 1 < text.size() &&
+                   static_cast<unsigned char>(text[i + 1]) >= 0x80 &&
+                   static_cast<unsigned char>(text[i + 1]) <= 0x9f) {
+            // The C1 controls, U+0080 to U+009F, which some terminals obey too.
+            std::snprintf(escape, sizeof escape, "\\u%04x",
+                          static_cast<unsigned char>(text[i + 1]));
+            out += escape;
+            ++i;
+        } else {
+            out += static_cast<char>(ch);
+        }
+    }
+    return out;
+}
+
 }  // namespace qvt::cli

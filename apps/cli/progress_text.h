@@ -22,4 +22,10 @@ std::string progressBar(std::uint64_t done, std::uint64_t total);
 // A duration as people write it: "0.6 s", "12 s", "3 min 5 s", "2 h 4 min".
 std::string durationText(double seconds);
 
+// `text` (a file name, or a sentence that holds one) as it can be printed on a terminal: its
+// control characters written as escapes ("\n", "\t", "\x1b", "\u009b"), so that a name cannot
+// move the cursor, clear the screen or start a line of its own. `keepLineBreaks` leaves "\n"
+// as it is, for a message whose own lines are meant.
+std::string printableText(const std::string& text, bool keepLineBreaks = false);
+
 }  // namespace qvt::cli

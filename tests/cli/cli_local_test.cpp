@@ -905,3 +905,24 @@ TEST_F(CliTest, AFifoASocketAndADeviceNodeAreFailedItemsAndTheUploadEnds) {
     EXPECT_EQ(test::readFile(volume.path() + "/Odd/zz after.txt"), "after\n");
     EXPECT_EQ(filesBelow(volume.path() + "/Odd").size(), 2u);
 }
+
+// A name that holds control characters is printed with them escaped: it cannot clear the
+// screen or start a line of its own that looks like the program's.
+TEST_F(CliTest, ANameWithControlCharactersCannotWriteLinesOfItsOwn) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "src/Esc/ok.txt", "ok\n");
+    const std::string name = "bad\nFailed (0):\x1b[2Jx";
+    ASSERT_EQ(mkfifo((work / "src/Esc" + "/" + name).c_str(), 0644), 0);
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "src/Esc"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    const std::string out = child.output();
+    EXPECT_NE(out.find(work / "src/Esc" + "/bad\\nFailed (0):\\x1b[2Jx: Not a regular file."),
+              std::string::npos)
+        << out;
+    EXPECT_EQ(out.find('\x1b'), std::string::npos) << out;
+    EXPECT_EQ(out.find("\nFailed (0):"), std::string::npos) << out;
+    EXPECT_EQ(test::readFile(volume.path() + "/Esc/ok.txt"), "ok\n");
+}

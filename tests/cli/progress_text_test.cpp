@@ -10,6 +10,7 @@
 
 using qvt::cli::consoleCountText;
 using qvt::cli::durationText;
+using qvt::cli::printableText;
 using qvt::cli::progressBar;
 using qvt::cli::progressBytesText;
 using qvt::cli::sourcesText;
@@ -86,4 +87,17 @@ TEST(ProgressBar, CellsAndPercentFollowTheShareDone) {
     EXPECT_EQ(progressBar(0, 0), "[####################] 100%");
     EXPECT_EQ(progressBar(18'446'744'073'709'551'615ull, 18'446'744'073'709'551'615ull),
               "[####################] 100%");
+}
+
+TEST(PrintableText, ControlCharactersAreWrittenAsEscapes) {
+    EXPECT_EQ(printableText("Photos/été 2026.jpg"), "Photos/été 2026.jpg");
+    EXPECT_EQ(printableText("bad\nFailed (0):\x1b[2Jx"), "bad\\nFailed (0):\\x1b[2Jx");
+    EXPECT_EQ(printableText("a\tb\rc\x7f"), "a\\tb\\x0dc\\x7f");
+    // U+009B, the one-character "control sequence introducer", and U+00A0, which is text.
+    EXPECT_EQ(printableText("x\xc2\x9b"
+                            "2Jy\xc2\xa0z"),
+              "x\\u009b2Jy\xc2\xa0z");
+    // A message's own lines stay; its other control characters do not.
+    EXPECT_EQ(printableText("one\ntwo\x1b", true), "one\ntwo\\x1b");
+    EXPECT_EQ(printableText(""), "");
 }
