@@ -139,8 +139,8 @@
         <translation>Réessayer</translation>
     </message>
     <message id="UPLOADING_FILES_TO_txt">
-        <source>Upload files to %@</source>
-        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <source>Upload Files to %@</source>
+        <extracomment>%@ is replaced by the name of the device. The window's heading, as UPLOADING_FILES_TO_title is on the first screen of a device not used yet: both in title case.</extracomment>
         <translation>Envoyer des fichiers vers %@</translation>
     </message>
     <message id="NEW_FOLDER_txt">

@@ -49,6 +49,20 @@ TEST(LocaleTexts, EveryPropertyIsFilledFromTheTable) {
     EXPECT_EQ(c->localeCANCEL_btn, "Cancel");
 }
 
+// The window's heading has two keys (a device used before, and one not used yet): a user who
+// sees both sees the same heading, not one in title case and one in sentence case.
+TEST(LocaleTexts, BothUploadHeadingsReadTheSameInEveryLanguage) {
+    for (const QLocale& locale :
+         {QLocale(QLocale::English), QLocale(QLocale::German), QLocale(QLocale::French)}) {
+        LocaleGuard guard(locale);
+        Harness h;
+        auto c = make(h);
+        EXPECT_EQ(c->localizedString("UPLOADING_FILES_TO_txt"),
+                  c->localizedString("UPLOADING_FILES_TO_title"))
+            << locale.name().toStdString();
+    }
+}
+
 TEST(LocaleTexts, KeysLookedUpAtTheMomentOfUseExist) {
     Harness h;
     auto c = make(h);
