@@ -329,6 +329,11 @@
         <extracomment>%@ is replaced by the source item.</extracomment>
         <translation>%@ liegt bereits im Zielordner und kann daher nicht dorthin hochgeladen werden: Es würde auf sich selbst kopiert. Wählen Sie ein anderes Ziel.</translation>
     </message>
+    <message id="SOURCE_CHANGING_txt">
+        <source>The file changed while it was being uploaded, again and again. Upload it once nothing writes to it any more.</source>
+        <extracomment>A failed file's reason: its source was written to while it was copied, copy after copy.</extracomment>
+        <translation>Die Datei hat sich während des Hochladens immer wieder geändert. Laden Sie sie hoch, sobald nichts mehr in sie schreibt.</translation>
+    </message>
     <message id="DESTINATION_IN_SOURCE_txt">
         <source>The destination folder is inside %@, which is being uploaded: a folder cannot be uploaded into itself. Choose a destination outside it.</source>
         <extracomment>%@ is replaced by the source folder.</extracomment>

@@ -329,6 +329,11 @@
         <extracomment>%@ is replaced by the source item.</extracomment>
         <translation>%@ se trouve déjà dans le dossier de destination et ne peut donc pas y être envoyé : il serait copié sur lui-même. Choisissez une autre destination.</translation>
     </message>
+    <message id="SOURCE_CHANGING_txt">
+        <source>The file changed while it was being uploaded, again and again. Upload it once nothing writes to it any more.</source>
+        <extracomment>A failed file's reason: its source was written to while it was copied, copy after copy.</extracomment>
+        <translation>Le fichier a changé encore et encore pendant son envoi. Envoyez-le quand plus rien n’y écrit.</translation>
+    </message>
     <message id="DESTINATION_IN_SOURCE_txt">
         <source>The destination folder is inside %@, which is being uploaded: a folder cannot be uploaded into itself. Choose a destination outside it.</source>
         <extracomment>%@ is replaced by the source folder.</extracomment>

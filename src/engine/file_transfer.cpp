@@ -133,6 +133,12 @@ bool largerThanTheDevice(const std::string& source, const std::string& destinati
 
 // Whether the copy at `copy` holds all of `source`: a share reports some write errors only as
 // a short file.
+// The source changed while it was read (written to, cut short or replaced), copy after copy:
+// not an errno value, so that no device fault is taken for it.
+constexpr int kSourceKeptChanging = -1;
+// Copies of one file tried while its source changes under them, before it counts as failed.
+constexpr int kCopiesOfAChangingSource = 3;
+
 int checkWhole(const std::string& source, const std::string& copy) {
     const auto expected = fs::files().totalSize(source);
     const auto written = fs::files().totalSize(copy);
@@ -159,11 +165,21 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
     // A stop ends the copy between two pieces of the file, so that a large file is not written
     // on (and its hidden copy kept) long after it; a pause lets the file finish.
     const fs::CopyGate gate([&upload = c.job()] { return !upload.cancelled(); });
-    int rc = files.copyItem(source, partial);
-    // An unknown write error on a link is what writing through the link reports after the data
-    // went through: the copy counts as done.
-    if (fs::platformErrorCode(rc) == fs::kUnknownWriteError && files.isAlias(partial)) rc = 0;
-    if (rc == 0) rc = checkWhole(source, partial);
+    int rc = 0;
+    for (int copies = 1;; ++copies) {
+        rc = files.copyItem(source, partial);
+        // An unknown write error on a link is what writing through the link reports after the
+        // data went through: the copy counts as done.
+        if (fs::platformErrorCode(rc) == fs::kUnknownWriteError && files.isAlias(partial)) rc = 0;
+        // The copy holds every byte it read (the copy checks that itself): a source whose size
+        // is not that any more changed while it was read, and the copy is of no moment of it.
+        if (rc != 0 || checkWhole(source, partial) == 0) break;
+        if (copies == kCopiesOfAChangingSource || c.job().cancelled()) {
+            rc = kSourceKeptChanging;
+            break;
+        }
+        files.removeItem(partial);
+    }
     if (rc == 0 && move) rc = files.flushItem(partial);
     // A stop that could not remove the file while it was written ends it here: its hidden copy
     // never gets the final name.
@@ -237,7 +253,10 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     }
 
     std::optional<qvt::TransferError> error;
-    if (rc != 0) {
+    if (rc == kSourceKeptChanging) {
+        c.discardPartialCopy();
+        error = qvt::TransferError{EBUSY, c.localizedString("SOURCE_CHANGING_txt")};
+    } else if (rc != 0) {
         const int code = fs::platformErrorCode(rc);
         // A lost or full device: the partial copy stays the file in hand until the retry (or
         // a cancel) removes it, and the retry starts the file again under its own name.

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 
 #include "engine/partial_copy.h"
 #include "engine_fixture.h"
@@ -417,6 +418,54 @@ bool finishesWithin(CopyThread& copy, double seconds) {
 }
 
 }  // namespace
+
+// A source written to while it is copied: its copy is of no moment of it. It is copied again at
+// once (no wait for a device that never went away), and a file that goes on changing copy after
+// copy is a failed item with its reason; nothing of it is left at the destination.
+TEST(Retry, ASourceThatChangesWhileItIsCopiedIsCopiedAgainOrFailsWithItsReason) {
+    for (const int changes : {1, 100}) {
+        SCOPED_TRACE(changes);
+        Session s;
+        ASSERT_TRUE(s.c);
+        s.c->job().numberOfFilesCountForTransfer = 100;
+        FaultyFiles layer;
+        ScopedFiles scoped(s, &layer);
+        auto copies = std::make_shared<std::atomic<int>>(0);
+        // Each copy is made whole, and then the source grows under it.
+        layer.setHook([copies, changes](const std::string& op, const std::string& from,
+                                        const std::string& to) -> std::optional<int> {
+            if (op != "copy") return std::nullopt;
+            std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing);
+            if ((*copies)++ < changes) {
+                std::ofstream grow(from, std::ios::app);
+                grow << "+";
+            }
+            return 0;
+        });
+        test::writeFile(s.from("log.txt"), "log");
+        CopyThread copy(s, s.from("log.txt"), s.at("log.txt"));
+        ASSERT_TRUE(copy.waitFinished());
+        EXPECT_FALSE(s.c->reconnectingDevice());
+        EXPECT_FALSE(s.h.view->called("runModal deviceMissingDialog"));
+        if (changes == 1) {
+            EXPECT_EQ(copies->load(), 2);
+            EXPECT_EQ(test::readFile(s.at("log.txt")), "log+");
+            EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+        } else {
+            EXPECT_EQ(copies->load(), 3);
+            EXPECT_FALSE(fs::exists(s.at("log.txt")));
+            const List failed = s.c->failedTransferArray.get();
+            ASSERT_EQ(failed.size(), 1u);
+            EXPECT_EQ(failed[0].asRecord()->string("localizedError"),
+                      "The file changed while it was being uploaded, again and again. Upload it "
+                      "once nothing writes to it any more.");
+        }
+        for (const auto& entry : fs::directory_iterator(s.dst))
+            EXPECT_FALSE(engine::isTemporaryName(entry.path().filename().string())) << entry.path();
+        EXPECT_EQ(test::readFile(s.from("log.txt")),
+                  "log" + std::string(changes == 1 ? 1 : 3, '+'));
+    }
+}
 
 TEST(Retry, ADeviceWithOneByteFreeResumesTheUpload) {
     Session s;
