@@ -334,6 +334,11 @@
         <extracomment>A failed file's reason: its source was written to while it was copied, copy after copy.</extracomment>
         <translation>The file changed while it was being uploaded, again and again. Upload it once nothing writes to it any more.</translation>
     </message>
+    <message id="NAME_TOO_LONG_txt">
+        <source>The name “%@” is too long for the device, which holds names of up to 255 bytes.</source>
+        <extracomment>A failed item's reason. %@ is replaced by the name it was to have at the destination (with the clash rule's “copy” when the name was taken).</extracomment>
+        <translation>The name “%@” is too long for the device, which holds names of up to 255 bytes.</translation>
+    </message>
     <message id="DESTINATION_IN_SOURCE_txt">
         <source>The destination folder is inside %@, which is being uploaded: a folder cannot be uploaded into itself. Choose a destination outside it.</source>
         <extracomment>%@ is replaced by the source folder.</extracomment>

@@ -14,6 +14,7 @@
 #include "platform/files.h"
 #include "platform/format.h"
 #include "platform/log.h"
+#include "platform/smb_names.h"
 #include "session/qvtransfer_private.h"
 #include "session/view.h"
 #include "source/tree_count.h"
@@ -62,6 +63,22 @@ qvt::TransferError failureOf(QVTransferPrivate& c, int rc) {
     // A name a share cannot hold in any form.
     if (rc == fs::kNameNotUtf8) return {rc, c.localizedString("NAME_NOT_UTF8_txt")};
     return transferError(rc);
+}
+
+// The longest name, in bytes, that the file systems of devices (and shares) hold.
+constexpr std::size_t kLongestName = 255;
+
+// The reason for a copy or a folder that could not be given the name `path` ends in. A name
+// longer than a device holds (as a share holds it, its refused characters mapped to longer
+// ones; or with the clash rule's "copy" added) is said to be so: the system's own words for it
+// on a share are "Invalid argument".
+qvt::TransferError failureOfNamed(QVTransferPrivate& c, int rc, const std::string& path) {
+    const std::string name = lastPathComponent(path);
+    const std::string stored =
+        c.deviceType() == "NAS" ? qvt::platform::smb::toShareName(name) : name;
+    if (stored.size() > kLongestName)
+        return {ENAMETOOLONG, fs::format(c.localizedString("NAME_TOO_LONG_txt"), name)};
+    return failureOf(c, rc);
 }
 
 // Tells the clash rule's record of the destination folder that `path` is in use.
@@ -273,7 +290,7 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
         }
         c.discardPartialCopy();
         error = tooLarge ? qvt::TransferError{code, c.localizedString("LARGER_THAN_DEVICE_txt")}
-                         : failureOf(c, rc);
+                         : failureOfNamed(c, rc, target);
     }
 
     upload.stillFull = false;
@@ -323,7 +340,7 @@ Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::
             }
             // The files below it were counted, and are met here: they are not gone.
             c.job().filesMet += qvt::source::countItem(source).files;
-            c.processFileTransferStatus(source, destination, failureOf(c, rc));
+            c.processFileTransferStatus(source, destination, failureOfNamed(c, rc, destination));
             return Step::Done;
         }
         noteTaken(c, destination);

@@ -133,6 +133,28 @@ TEST(TransferFile, AClashingFileGetsTheNextCopyName) {
     EXPECT_EQ(test::readFile(s.at("README copy")), "r");
 }
 
+// A name as long as a device holds gets no "copy" name when it clashes: the failure says the
+// name is too long, and names it, rather than giving the system's bare words.
+TEST(TransferFile, AClashNameTooLongForTheDeviceIsAFailedItemThatSaysSo) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 10;
+    const std::string name = std::string(251, 'n') + ".txt";
+    test::writeFile(s.from(name), "new");
+    test::writeFile(s.at(name), "old");
+    s.c->transferFile(s.from(name), s.at(name), s.dst);
+    EXPECT_EQ(test::readFile(s.at(name)), "old");
+    const List failed = s.c->failedTransferArray.get();
+    ASSERT_EQ(failed.size(), 1u);
+    EXPECT_EQ(failed[0].asRecord()->string("localizedError"),
+              "The name \u201c" + std::string(251, 'n') +
+                  " copy.txt\u201d is too long for the device, which holds names of up to 255 "
+                  "bytes.");
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(s.dst)) names.push_back(e.path().filename());
+    EXPECT_EQ(names, std::vector<std::string>{name});
+}
+
 // An upload under way whose file layer counts the listings of each folder.
 struct CountedUpload {
     CountedUpload() : scoped(s, &layer) {

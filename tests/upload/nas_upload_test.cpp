@@ -273,10 +273,38 @@ TEST_F(NasUpload, CopyNameTooLongForTheShareFailsThatFileOnly) {
         }
         ASSERT_EQ(failed.size(), 1u);
         EXPECT_EQ(failed[0].string("sourceFilePath"), folder + "/" + longAsciiName());
-        EXPECT_FALSE(failed[0].string("localizedError").empty());
+        EXPECT_EQ(failed[0].string("localizedError"),
+                  "The name \u201c" + std::string(251, 'L') + " " + s.c().localeCOPY_txt +
+                      ".txt\u201d is too long for the device, which holds names of up to 255 "
+                      "bytes.");
         EXPECT_EQ(test::readFile(backing() + "/Long/short " + s.c().localeCOPY_txt + ".txt"),
                   "short\n");
     }
+}
+
+// A name that fits the local disk but not the share once its refused characters are mapped
+// (each to three bytes): a failed item that says the name is too long.
+TEST_F(NasUpload, ANameTooLongOnceMappedForTheShareFailsAndSaysSo) {
+    test::TempDir sources;
+    const std::string folder = sources.path() + "/Mapped";
+    const std::string name = std::string(246, 'm') + ":::.txt";  // 253 bytes, 259 mapped
+    test::writeFile(folder + "/" + name, "mapped\n");
+    test::writeFile(folder + "/short.txt", "short\n");
+    UploadSession s(test::nasDevice("127.0.0.1:1", "SN-UPLOAD"));
+    s.c().userName.set(mounttest::kUser);
+    s.c().userPassword.set(mounttest::kPassword);
+    ASSERT_TRUE(s.addSources({folder}));
+    ASSERT_TRUE(s.toDestination(false));
+    const std::string share = s.mountShare("Private");
+    ASSERT_FALSE(share.empty());
+    s.upload(share);
+    ASSERT_TRUE(s.waitCompleted(60)) << s.logText();
+    const auto failed = s.failures();
+    ASSERT_EQ(failed.size(), 1u);
+    EXPECT_EQ(failed[0].string("localizedError"),
+              "The name \u201c" + name +
+                  "\u201d is too long for the device, which holds names of up to 255 bytes.");
+    EXPECT_EQ(test::readFile(backing() + "/Mapped/short.txt"), "short\n");
 }
 
 // Names a desktop user gives freely and SMB refuses.
