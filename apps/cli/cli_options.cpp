@@ -162,7 +162,10 @@ ParseResult parseArguments(const std::vector<std::string>& arguments) {
     if (kinds > 1) return fail("give only one of --device, --das and --nas");
     if (!o.nasAddress.empty() && o.serialNumber.empty()) return fail("--nas needs --serial");
     if (o.resume && !o.sources.empty()) return fail("--resume takes no sources");
-    if (o.resume && o.move) return fail("--move cannot be combined with --resume");
+    if (o.resume && o.move)
+        return fail(
+            "--move cannot be combined with --resume (an upload started with --move goes on "
+            "moving)");
     if (o.resume && o.replaceInterrupted)
         return fail("--replace-interrupted cannot be combined with --resume");
 

@@ -233,7 +233,8 @@ void ConsoleSession::tick() {
                                                   {"files", std::int64_t{status.filesTotal}},
                                                   {"bytes", status.bytesTotal},
                                                   {"destination", destinationShown_},
-                                                  {"device", status.productName}});
+                                                  {"device", status.productName},
+                                                  {"move", status.moving}});
                     if (!options_.quiet) {
                         std::printf(
                             "%s\n",
@@ -243,6 +244,9 @@ void ConsoleSession::tick() {
                                                        progressBytesText(status.bytesTotal),
                                                        destinationShown_, status.productName}))
                                 .c_str());
+                        // The move chosen at the start holds: the user hears it again here.
+                        if (status.moving)
+                            std::printf("%s\n", consoleText("TAKING_UP_MOVING").c_str());
                         std::fflush(stdout);
                     }
                     stage_ = Stage::Uploading;

@@ -284,7 +284,8 @@ void ConsoleSession::startUpload() {
                                   {"files", files},
                                   {"bytes", actions_.statusSnapshot().bytesTotal},
                                   {"destination", destinationShown_},
-                                  {"device", deviceInfo("productName")}});
+                                  {"device", deviceInfo("productName")},
+                                  {"move", options_.move}});
     showProgress(true);
 }
 

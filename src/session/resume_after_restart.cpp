@@ -27,6 +27,7 @@
 #include "session/qvtransfer_private.h"
 #include "session/recorded_upload.h"
 #include "session/saved_upload.h"
+#include "session/transfer_record.h"
 #include "session/view.h"
 
 namespace fs = qvt::platform;
@@ -181,6 +182,13 @@ void QVTransferPrivate::prepareResumeAfterRestart() {
     const std::string savedDestination = record.string("selectedDestinationShare");
     selectedDestinationShare.set(savedDestination);
     addResumedTotals();
+    // An upload that moved its sources goes on moving them, with the protected ones copied
+    // as they were at its start (the same rule over the same sources).
+    const qvt::Value* move = record.find(qvt::session::kMoveKey);
+    if (move && move->isBool() && move->toBool()) {
+        removeFilesAfterUpload = true;
+        buildExcludeSourceFilesArray();
+    }
 
     std::string destination;
     bool accountRefused = false;

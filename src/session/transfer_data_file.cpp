@@ -94,6 +94,7 @@ void QVTransferPrivate::writeTransferData(bool last) {
         handled = inProcessSourceFilesArray.snapshot();
         state.inProcessSourceFilesArray = {handledPathsMarker()};
         state.failedTransferArray = failedTransferArray.get();
+        state.removeFilesAfterUpload = removeFilesAfterUpload;
         record = qvt::session::buildTransferRecord(std::move(state));
     }
     qvt::Record root =

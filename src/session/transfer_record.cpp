@@ -53,6 +53,9 @@ Record buildTransferRecord(TransferState s) {
                    : pendingSourceEntries(s.sourceFilesArray, s.transferredSourceFilesArray));
     record.set("inProcessSourceFilesArray", std::move(inProcess));
     record.set("failedTransferArray", std::move(s.failedTransferArray));
+    // A key of this program's own, written only for a move: what the user chose at the start
+    // holds for the rest of the upload after a restart too.
+    if (s.removeFilesAfterUpload) record.set(kMoveKey, true);
     return record;
 }
 

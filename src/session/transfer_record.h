@@ -24,7 +24,12 @@ struct TransferState {
     List transferredSourceFilesArray;
     std::vector<std::string> inProcessSourceFilesArray;
     List failedTransferArray;
+    // The upload moves its sources: recorded (only then) so that taking it up moves them too.
+    bool removeFilesAfterUpload = false;
 };
+
+// The record's key that says the upload moves its sources (absent: it copies them).
+inline constexpr const char* kMoveKey = "removeFilesAfterUpload";
 
 // The keys of a pending source entry, in the order they are written.
 inline constexpr const char* kPendingEntryKeys[] = {"filesSelectCheckbox", "fileName",

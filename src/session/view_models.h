@@ -87,6 +87,8 @@ struct StatusSnapshot {
     bool deviceFull = false;
     // The device stayed full after its one dialog: the copy tries again each second.
     bool stillFull = false;
+    // The upload moves its sources (each file leaves its place once it has arrived whole).
+    bool moving = false;
     bool failed = false;
     // Files handled (starting at 1, as the counter does) and files in all.
     std::int64_t filesDone = 1;

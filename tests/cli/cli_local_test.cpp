@@ -579,6 +579,47 @@ TEST_F(CliTest, AResumedUploadToADiskNamesItsDestinationByTheVolume) {
     EXPECT_EQ(test::readFile(drive + "/Family/Trips/held.bin"), "the held file\n");
 }
 
+// An upload started with --move and taken up after the end of the session goes on moving, as
+// the user chose: its sources leave once they have arrived, and a protected one stays.
+TEST_F(CliTest, AMoveTakenUpAfterTheEndOfTheSessionGoesOnMoving) {
+    mounttest::LoopVolume volume(work.path(), 16);
+    ASSERT_TRUE(volume.ok()) << "no loop device for the ext4 image";
+    const std::string drive = work / "Drive";
+    fs::create_directories(drive);
+    ASSERT_EQ(mount(volume.device().c_str(), drive.c_str(), "ext4", 0, nullptr), 0);
+    test::writeFile(work / "held.bin", "the held file\n");
+    test::writeFile(work / "later.txt", "after the held file\n");
+    // Under the home's Library: copied, never moved.
+    const std::string prefs = home.path() + "/Library/prefs.txt";
+    test::writeFile(prefs, "prefs\n");
+    {
+        test::LeaseHold hold(work / "held.bin");
+        ASSERT_TRUE(hold.held());
+        ChildProcess child;
+        ASSERT_TRUE(start(child, {"--das", drive, "--destination", "Drive", "--move",
+                                  work / "held.bin", work / "later.txt", prefs}));
+        ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
+        child.signal(SIGTERM);
+        EXPECT_TRUE(child.waitForOutput("--resume", kDeadline)) << child.output();
+        hold.release();
+        ASSERT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+    }
+    EXPECT_TRUE(fs::exists(work / "held.bin"));
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", drive, "--resume"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_NE(child.output().find("It was started with --move and goes on moving"),
+              std::string::npos)
+        << child.output();
+    EXPECT_EQ(test::readFile(drive + "/held.bin"), "the held file\n");
+    EXPECT_EQ(test::readFile(drive + "/later.txt"), "after the held file\n");
+    EXPECT_EQ(test::readFile(drive + "/prefs.txt"), "prefs\n");
+    EXPECT_FALSE(fs::exists(work / "held.bin"));
+    EXPECT_FALSE(fs::exists(work / "later.txt"));
+    EXPECT_EQ(test::readFile(prefs), "prefs\n");
+}
+
 TEST_F(CliTest, NoToTheStopQuestionKeepsUploading) {
     TmpfsVolume volume(work / "Drive", 8 << 20);
     ASSERT_TRUE(volume.ok());

@@ -107,6 +107,19 @@ TEST(TransferRecord, ACompletedUploadHasNothingPending) {
     EXPECT_TRUE(done.boolean("isFileTransferCompleted"));
 }
 
+// The move option is this program's own key: written as true for a move, and not at all for a
+// copy, whose record stays as it always was.
+TEST(TransferRecord, AMoveIsRecordedAndACopyHasNoMoveKey) {
+    TransferState s;
+    s.sourceFilesArray = List{fullEntry("/home/u/a.txt")};
+    EXPECT_EQ(buildTransferRecord(s).find("removeFilesAfterUpload"), nullptr);
+    s.removeFilesAfterUpload = true;
+    const Record moving = buildTransferRecord(s);
+    ASSERT_NE(moving.find("removeFilesAfterUpload"), nullptr);
+    EXPECT_TRUE(moving.find("removeFilesAfterUpload")->isBool());
+    EXPECT_TRUE(moving.boolean("removeFilesAfterUpload"));
+}
+
 TEST(PendingEntries, TransferredEntriesAreLeftOutAndTheOrderKept) {
     const Record a = fullEntry("/home/u/a"), b = fullEntry("/home/u/b"), c = fullEntry("/home/u/c");
     Record unticked = fullEntry("/home/u/d");

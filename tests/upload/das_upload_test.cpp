@@ -35,30 +35,6 @@ std::uint64_t bytesOf(const Snapshot& s) {
     return n;
 }
 
-// Sets an environment variable for the life of the object.
-class EnvironmentOverride {
-  public:
-    EnvironmentOverride(const char* name, const std::string& value) : name_(name) {
-        const char* old = std::getenv(name);
-        had_ = old != nullptr;
-        if (had_) old_ = old;
-        setenv(name, value.c_str(), 1);
-    }
-    ~EnvironmentOverride() {
-        if (had_)
-            setenv(name_, old_.c_str(), 1);
-        else
-            unsetenv(name_);
-    }
-    EnvironmentOverride(const EnvironmentOverride&) = delete;
-    EnvironmentOverride& operator=(const EnvironmentOverride&) = delete;
-
-  private:
-    const char* name_;
-    bool had_ = false;
-    std::string old_;
-};
-
 class DasUpload : public ::testing::Test {
   protected:
     void TearDown() override { box.releaseMounts(); }

@@ -252,6 +252,45 @@ TEST_F(ResumeUpload, FilesThatArrivedBeforeTheRestartAndLeftTheSourceAreNotToldA
     EXPECT_EQ(difference(expected, snapshot(volume.path() + "/Trip", false)), "");
 }
 
+// A record of an upload that moves its sources is taken up as a move: the files leave the
+// source once they have arrived, the emptied folder goes to the Trash, and a protected source is
+// copied and stays. A move key of another kind than a boolean is no move.
+TEST_F(ResumeUpload, AMoveIsTakenUpAsAMoveAndAKeyOfAnotherKindAsACopy) {
+    for (const bool asMove : {true, false}) {
+        SCOPED_TRACE(asMove ? "move" : "key of another kind");
+        Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+        ASSERT_TRUE(volume.ok());
+        test::TempDir data;
+        const EnvironmentOverride trashHome("XDG_DATA_HOME", data.path());
+        UploadSession s(dasDeviceFor(volume));
+        const std::string trip = makeFolder(sources.path(), "Trip", 4);
+        const Snapshot whole = snapshot(trip, true);
+        std::uint64_t bytes = 0;
+        for (const auto& [path, item] : whole) bytes += item.size;
+        const std::string notes = s.home() + "/Library/Notes.txt";
+        test::writeFile(notes, "notes\n");
+        Record saved = savedUpload(
+            List{pendingEntry(trip, 4, 2, bytes), pendingEntry(notes, 1, 0, 6)}, volume.path());
+        saved.set("removeFilesAfterUpload", asMove ? Value(true) : Value("true"));
+        writeState(s, volume.uuid(), saved);
+        resume(s);
+        ASSERT_TRUE(s.waitCompleted()) << s.logText() << resumeProblem(s);
+        EXPECT_TRUE(s.failures().empty()) << s.logText();
+        EXPECT_EQ(difference(whole, snapshot(volume.path() + "/Trip", false)), "");
+        EXPECT_EQ(test::readFile(volume.path() + "/Notes.txt"), "notes\n");
+        EXPECT_EQ(test::readFile(notes), "notes\n");
+        EXPECT_EQ(fs::exists(trip), !asMove);
+        EXPECT_EQ(fs::exists(data.path() + "/Trash/files/Trip"), asMove);
+        if (asMove) {
+            // The folder that went to the Trash is empty of files: they are on the volume.
+            for (const auto& e :
+                 fs::recursive_directory_iterator(data.path() + "/Trash/files/Trip"))
+                EXPECT_FALSE(e.is_regular_file()) << e.path();
+        }
+        fs::remove_all(trip);
+    }
+}
+
 // A new upload that takes the place of an unfinished one (which nothing can take up after it)
 // removes the hidden copies that one left where its sources were going, and nothing else.
 TEST_F(ResumeUpload, ANewUploadInPlaceOfAnUnfinishedOneRemovesTheHiddenCopiesItLeft) {

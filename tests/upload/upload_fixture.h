@@ -9,6 +9,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -108,6 +109,30 @@ class FilesOverride {
     ~FilesOverride() { platform::setFilesForTesting(nullptr); }
     FilesOverride(const FilesOverride&) = delete;
     FilesOverride& operator=(const FilesOverride&) = delete;
+};
+
+// Sets an environment variable for the life of the object.
+class EnvironmentOverride {
+  public:
+    EnvironmentOverride(const char* name, const std::string& value) : name_(name) {
+        const char* old = std::getenv(name);
+        had_ = old != nullptr;
+        if (had_) old_ = old;
+        setenv(name, value.c_str(), 1);
+    }
+    ~EnvironmentOverride() {
+        if (had_)
+            setenv(name_, old_.c_str(), 1);
+        else
+            unsetenv(name_);
+    }
+    EnvironmentOverride(const EnvironmentOverride&) = delete;
+    EnvironmentOverride& operator=(const EnvironmentOverride&) = delete;
+
+  private:
+    const char* name_;
+    bool had_ = false;
+    std::string old_;
 };
 
 // ---- Destinations ----

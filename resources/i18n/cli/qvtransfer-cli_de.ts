@@ -410,5 +410,10 @@
         <extracomment>A second full device in one upload: no wait with a question, the copy tries again by itself.</extracomment>
         <translation>Das Gerät ist wieder voll – die Datei wird jede Sekunde erneut versucht, bis Platz frei ist (s stoppt).</translation>
     </message>
+    <message id="TAKING_UP_MOVING">
+        <source>It was started with --move and goes on moving: each file is removed from this computer once it has arrived whole, and the emptied folders go to the Trash.</source>
+        <extracomment>Follows the line that says what --resume takes up, when that upload moves its sources.</extracomment>
+        <translation>Er wurde mit --move begonnen und verschiebt weiter: Jede Datei wird von diesem Computer entfernt, sobald sie vollständig angekommen ist, und die geleerten Ordner kommen in den Papierkorb.</translation>
+    </message>
 </context>
 </TS>

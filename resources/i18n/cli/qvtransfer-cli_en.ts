@@ -410,5 +410,10 @@
         <extracomment>A second full device in one upload: no wait with a question, the copy tries again by itself.</extracomment>
         <translation>The device is full again — the file is tried again each second until there is room (s stops).</translation>
     </message>
+    <message id="TAKING_UP_MOVING">
+        <source>It was started with --move and goes on moving: each file is removed from this computer once it has arrived whole, and the emptied folders go to the Trash.</source>
+        <extracomment>Follows the line that says what --resume takes up, when that upload moves its sources.</extracomment>
+        <translation>It was started with --move and goes on moving: each file is removed from this computer once it has arrived whole, and the emptied folders go to the Trash.</translation>
+    </message>
 </context>
 </TS>

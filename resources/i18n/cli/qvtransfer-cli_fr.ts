@@ -410,5 +410,10 @@
         <extracomment>A second full device in one upload: no wait with a question, the copy tries again by itself.</extracomment>
         <translation>L’appareil est de nouveau plein — le fichier est réessayé chaque seconde jusqu’à ce qu’il y ait de la place (s arrête).</translation>
     </message>
+    <message id="TAKING_UP_MOVING">
+        <source>It was started with --move and goes on moving: each file is removed from this computer once it has arrived whole, and the emptied folders go to the Trash.</source>
+        <extracomment>Follows the line that says what --resume takes up, when that upload moves its sources.</extracomment>
+        <translation>Il a été commencé avec --move et continue de déplacer : chaque fichier est supprimé de cet ordinateur dès qu’il est arrivé entier, et les dossiers vidés vont dans la corbeille.</translation>
+    </message>
 </context>
 </TS>
