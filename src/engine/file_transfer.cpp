@@ -1,7 +1,10 @@
 // Copying one source to the destination: clash-free names, folders merged, retries after a lost
 // or full device.
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -148,14 +151,26 @@ bool largerThanTheDevice(const std::string& source, const std::string& destinati
     return size && whole && *size > *whole;
 }
 
-// Whether the copy at `copy` holds all of `source`: a share reports some write errors only as
-// a short file.
 // The source changed while it was read (written to, cut short or replaced), copy after copy:
 // not an errno value, so that no device fault is taken for it.
 constexpr int kSourceKeptChanging = -1;
 // Copies of one file tried while its source changes under them, before it counts as failed.
 constexpr int kCopiesOfAChangingSource = 3;
 
+// Whether the source was written to since `since`: its modification time, asked only once a
+// copy of it came out another size than it has now.
+bool changedSince(const std::string& source, std::chrono::system_clock::time_point since) {
+    struct stat st {};
+    if (::stat(source.c_str(), &st) != 0) return true;  // gone or replaced
+    const auto modified = std::chrono::system_clock::time_point(
+        std::chrono::duration_cast<std::chrono::system_clock::duration>(
+            std::chrono::seconds(st.st_mtim.tv_sec) +
+            std::chrono::nanoseconds(st.st_mtim.tv_nsec)));
+    return modified >= since;
+}
+
+// Whether the copy at `copy` holds all of `source`: a share reports some write errors only as
+// a short file.
 int checkWhole(const std::string& source, const std::string& copy) {
     const auto expected = fs::files().totalSize(source);
     const auto written = fs::files().totalSize(copy);
@@ -184,13 +199,17 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
     const fs::CopyGate gate([&upload = c.job()] { return !upload.cancelled(); });
     int rc = 0;
     for (int copies = 1;; ++copies) {
+        // A second early: file systems keep modification times more coarsely than this clock.
+        const auto started = std::chrono::system_clock::now() - std::chrono::seconds(1);
         rc = files.copyItem(source, partial);
         // An unknown write error on a link is what writing through the link reports after the
         // data went through: the copy counts as done.
         if (fs::platformErrorCode(rc) == fs::kUnknownWriteError && files.isAlias(partial)) rc = 0;
-        // The copy holds every byte it read (the copy checks that itself): a source whose size
-        // is not that any more changed while it was read, and the copy is of no moment of it.
-        if (rc != 0 || checkWhole(source, partial) == 0) break;
+        if (rc != 0 || (rc = checkWhole(source, partial)) == 0) break;
+        // A copy of another size than its source, which nobody wrote to meanwhile, is the
+        // device's fault. One written to while it was read is of no moment of it, and is
+        // made again.
+        if (!changedSince(source, started)) break;
         if (copies == kCopiesOfAChangingSource || c.job().cancelled()) {
             rc = kSourceKeptChanging;
             break;
