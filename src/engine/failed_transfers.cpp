@@ -117,7 +117,7 @@ void QVTransferPrivate::retryFailedTransfers(const qvt::List& retryList) {
             continue;
         }
         transferFile(source, record->string("destFilePath"), share, sourceIsExcluded(source));
-        trashAfterItem(source);
+        trashAfterItem(source, record->string("destFilePath"));
     }
     // No more files are reported from this walk: the last report goes out now.
     perFileStatusUpdate->finish();

@@ -230,7 +230,7 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
         if (upload.cancelled()) break;
         transferredSourceFilesArray.with([&](qvt::List& done) { done.push_back(*entry); });
 
-        trashAfterItem(source);
+        trashAfterItem(source, destination);
     }
 
     // No more files are reported from this walk: the last report goes out now rather than
@@ -310,7 +310,7 @@ bool QVTransferPrivate::sourceIsExcluded(const std::string& source) const {
     });
 }
 
-void QVTransferPrivate::trashAfterItem(const std::string& source) {
+void QVTransferPrivate::trashAfterItem(const std::string& source, const std::string& destination) {
     // One failure anywhere in the upload keeps every later source where it is. Only an exact
     // listing among the protected paths keeps a source out of the Trash here, unlike the
     // fragment test before the copy: a source matched only by a fragment was copied, and still
@@ -319,8 +319,54 @@ void QVTransferPrivate::trashAfterItem(const std::string& source) {
         !failedTransferArray.with([](const qvt::List& l) { return l.empty(); }))
         return;
     const auto excluded = excludeSourceFilesArray.get();
-    if (std::find(excluded.begin(), excluded.end(), source) == excluded.end())
-        moveSourceToTrash(source);
+    if (std::find(excluded.begin(), excluded.end(), source) != excluded.end()) return;
+    // Only what arrived leaves: a folder that still holds a file the upload did not handle (one
+    // put there after the walk had passed, say) stays where it is, with all it holds.
+    if (const std::string kept = fileNotUploadedBelow(source, destination); !kept.empty()) {
+        log().write(
+            fmt::format("QVTransfer: removeError: %@ kept: it holds %@, which was not uploaded \n",
+                        source, kept));
+        return;
+    }
+    moveSourceToTrash(source);
+}
+
+std::string QVTransferPrivate::fileNotUploadedBelow(const std::string& source,
+                                                    const std::string& destination) {
+    auto& files = fmt::files();
+    bool isFolder = false;
+    if (!files.exists(source, &isFolder) || !isFolder || files.isAlias(source)) return "";
+    // Depth first, without following links: a link holds no data of its own (what it leads
+    // to was copied, or was not chosen). A moved tree holds only folders by now.
+    std::vector<std::string> remaining;
+    std::vector<std::string> folders{""};
+    while (!folders.empty()) {
+        const std::string relative = folders.back();
+        folders.pop_back();
+        const std::string folder = relative.empty() ? source : source + "/" + relative;
+        for (const std::string& name : files.listFolder(folder)) {
+            const std::string below = relative.empty() ? name : relative + "/" + name;
+            const std::string path = source + "/" + below;
+            bool entryIsFolder = false;
+            if (files.isAlias(path) || !files.exists(path, &entryIsFolder)) continue;
+            if (entryIsFolder)
+                folders.push_back(below);
+            else
+                remaining.push_back(below);
+        }
+    }
+    if (remaining.empty()) return "";
+    // Files still there were copied rather than moved (a protected one), or never handled.
+    // The handled list is read once for the destinations below this item.
+    const std::string prefix = destination + "/";
+    std::unordered_set<std::string> handled;
+    inProcessSourceFilesArray.snapshot().forEach([&](std::string_view path) {
+        if (path.starts_with(prefix)) handled.emplace(path.substr(prefix.size()));
+        return true;
+    });
+    for (const std::string& below : remaining)
+        if (!handled.count(below)) return source + "/" + below;
+    return "";
 }
 
 void QVTransferPrivate::moveSourceToTrash(const std::string& sourcePath) {

@@ -488,6 +488,37 @@ TEST(CopyLoop, AFragmentMatchIsCopiedButOnlyAnExactMatchStaysOutOfTheTrash) {
     EXPECT_TRUE(fs::exists(gTrashHome + "/Trash/files/Archive2/old.txt"));
 }
 
+// A file put into a moved folder after the walk had passed where it lies was never uploaded:
+// the folder stays where it is, with it, rather than take it to the Trash.
+TEST(CopyLoop, AMovedFolderThatGotAFileDuringTheUploadStaysWithIt) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    test::writeFile(s.from("Letters/a/letter.txt"), "l");
+    test::writeFile(s.from("Letters/b/more.txt"), "m");
+    s.setSources({s.from("Letters")});
+    s.c->removeFilesAfterUpload = true;
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    // The new file comes at the last file's move, into the top folder, whose listing the walk
+    // took before it went into the folders below.
+    const std::string added = s.from("Letters/new.txt");
+    auto moves = std::make_shared<std::atomic<int>>(0);
+    layer.setHook([added, moves](const std::string& op, const std::string&,
+                                 const std::string&) -> std::optional<int> {
+        if (op == "move" && ++*moves == 2) test::writeFile(added, "added later");
+        return std::nullopt;
+    });
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+    ASSERT_TRUE(s.settle());
+    EXPECT_EQ(test::readFile(s.at("Letters/a/letter.txt")), "l");
+    EXPECT_EQ(test::readFile(s.at("Letters/b/more.txt")), "m");
+    EXPECT_FALSE(inTrash("Letters"));
+    EXPECT_EQ(test::readFile(added), "added later");
+    EXPECT_TRUE(s.h.log->contains("QVTransfer: removeError: " + s.from("Letters") + " kept"));
+}
+
 TEST(CopyLoop, NothingIsTrashedAfterAFailure) {
     Session s;
     ASSERT_TRUE(s.c);
