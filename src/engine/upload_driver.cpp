@@ -356,8 +356,11 @@ std::string QVTransferPrivate::fileNotUploadedBelow(const std::string& source,
         }
     }
     if (remaining.empty()) return "";
-    // Files still there were copied rather than moved (a protected one), or never handled.
-    // The handled list is read once for the destinations below this item.
+    // A moved tree that still holds a file got it after the walk had passed, or from the upload
+    // itself (a source that is the destination seen through another path): it stays.
+    if (!sourceIsExcluded(source)) return source + "/" + remaining.front();
+    // A protected tree was copied rather than moved: it goes when every file it holds was
+    // handled. The handled list is read once for the destinations below this item.
     const std::string prefix = destination + "/";
     std::unordered_set<std::string> handled;
     inProcessSourceFilesArray.snapshot().forEach([&](std::string_view path) {

@@ -322,8 +322,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // After a top-level item of an upload, a resume or a retry: with the move option, the item
     // goes to the Trash unless anything failed, the upload stopped or the item is protected.
     void trashAfterItem(const std::string& source, const std::string& destination);
-    // A file below the folder `source` that the upload did not handle at its place below
-    // `destination`; empty when there is none (or `source` is no folder).
+    // A file below the folder `source` that keeps it from the Trash: any file of a moved tree,
+    // one the upload did not handle at its place below `destination` in a copied one. Empty
+    // when there is none (or `source` is no folder).
     std::string fileNotUploadedBelow(const std::string& source, const std::string& destination);
     // Entry points of the disconnect and device-full recovery (copy thread): each pauses the
     // upload, shows its dialog and waits for it, then starts its watcher.

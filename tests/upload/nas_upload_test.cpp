@@ -307,6 +307,32 @@ TEST_F(NasUpload, ANameTooLongOnceMappedForTheShareFailsAndSaysSo) {
     EXPECT_EQ(test::readFile(backing() + "/Mapped/short.txt"), "short\n");
 }
 
+// A source that is the share's own folder seen through another path (here the folder the
+// server keeps the share in): moved onto itself, its files come back under the clash rule's
+// names in the very folder. That folder is never sent to the Trash with them.
+TEST_F(NasUpload, AMovedSourceThatIsTheSharesOwnFolderKeepsItsFiles) {
+    test::TempDir data;
+    const EnvironmentOverride trashHome("XDG_DATA_HOME", data.path());
+    const std::string same = backing() + "/Same";
+    test::writeFile(same + "/a.txt", "a\n");
+    test::writeFile(same + "/b.txt", "b\n");
+    UploadSession s(test::nasDevice("127.0.0.1:1", "SN-UPLOAD"));
+    s.c().userName.set(mounttest::kUser);
+    s.c().userPassword.set(mounttest::kPassword);
+    ASSERT_TRUE(s.addSources({same}));
+    ASSERT_TRUE(s.toDestination(true));
+    const std::string share = s.mountShare("Private");
+    ASSERT_FALSE(share.empty());
+    s.upload(share);
+    ASSERT_TRUE(s.waitCompleted(60)) << s.logText();
+    EXPECT_FALSE(fs::exists(data.path() + "/Trash/files/Same"));
+    std::string held;
+    for (const auto& e : fs::directory_iterator(same)) held += test::readFile(e.path());
+    EXPECT_EQ(held.size(), 4u) << held;
+    EXPECT_NE(held.find("a\n"), std::string::npos);
+    EXPECT_NE(held.find("b\n"), std::string::npos);
+}
+
 // Names a desktop user gives freely and SMB refuses.
 const std::vector<std::string> kRefusedNames = {
     "Meeting: notes.txt", "colon:quote\".txt", "star*?.txt",        "a<b>c|d\\e.txt",
