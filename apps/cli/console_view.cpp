@@ -1,5 +1,7 @@
 #include "console_view.h"
 
+#include "progress_text.h"
+
 #include "platform/files.h"
 #include "platform/qt_main_thread.h"
 
@@ -257,7 +259,8 @@ void ConsoleView::showDeviceFull() {
 }
 
 void ConsoleView::showNotice(const Notice& notice) {
-    std::fprintf(stderr, "%s\n", notice.sentence.c_str());
+    // The sentence may name a folder, whose name may hold control characters.
+    std::fprintf(stderr, "%s\n", printableText(notice.sentence).c_str());
 }
 
 void ConsoleView::showResumeProblem(const ResumeProblem& problem) {

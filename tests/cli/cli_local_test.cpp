@@ -420,6 +420,19 @@ TEST_F(CliTest, MovingAFolderToTheFolderThatHoldsItIsABadArgumentAndNothingMoves
     EXPECT_EQ(filesBelow(volume.path()).size(), 2u);
     EXPECT_EQ(test::readFile(volume.path() + "/d/a.txt"), "AAA\n");
     EXPECT_EQ(test::readFile(volume.path() + "/d/b.txt"), "BBB\n");
+
+    // The refusal names the folder with its control characters escaped.
+    const std::string odd = volume.path() + "/evil\x1b[2J\ndir";
+    test::writeFile(odd + "/c.txt", "CCC\n");
+    ChildProcess again;
+    ASSERT_TRUE(start(again, {"--das", volume.path(), "--destination", "Drive", odd}));
+    again.closeInput();
+    EXPECT_EQ(again.waitForExit(kDeadline), 2) << again.output() << again.errors();
+    EXPECT_NE(again.errors().find(volume.path() +
+                                  "/evil\\x1b[2J\\ndir is already in the destination folder"),
+              std::string::npos)
+        << again.errors();
+    EXPECT_EQ(again.errors().find('\x1b'), std::string::npos) << again.errors();
 }
 
 // The question names the language's own letter for yes, and that letter stops.
