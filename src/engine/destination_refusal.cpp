@@ -66,7 +66,17 @@ std::string QVTransferPrivate::destinationRefusal(const std::string& destination
         auto found = holdsItsSources.find(parent);
         if (found == holdsItsSources.end())
             found = holdsItsSources.emplace(parent, fmt::files().realPath(parent) == real).first;
-        if (found->second) return fmt::format(localizedString("SOURCE_IN_DESTINATION_txt"), source);
+        // A source given as a link is what it leads to: a link to an item of the destination
+        // folder would be copied onto that item the same.
+        const auto linkToAnItemThere = [&] {
+            if (!fmt::files().isAlias(source)) return false;
+            const std::string target = fmt::files().realPath(source);
+            return !target.empty() &&
+                   target == fmt::files().realPath(qvt::engine::appendingPathComponent(
+                                 destination, qvt::engine::lastPathComponent(source)));
+        };
+        if (found->second || linkToAnItemThere())
+            return fmt::format(localizedString("SOURCE_IN_DESTINATION_txt"), source);
         // A file: no need to ask the disk again (the window waits).
         if (entry && qvt::source::countedWithoutFolders(*entry)) continue;
         if (sourceHoldsDestination(source, real))

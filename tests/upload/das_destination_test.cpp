@@ -111,10 +111,14 @@ TEST_F(DasDestination, ASourceAlreadyInTheDestinationFolderIsRefused) {
     test::writeFile(photos + "/Trips/b.jpg", "b");
     test::writeFile(volume.path() + "/memo.txt", "memo");
     fs::create_directory_symlink(volume.path(), box.root() + "/Link to the disk");
+    // A source given as a link to the folder, under the folder's own name.
+    fs::create_directories(box.root() + "/links");
+    fs::create_directory_symlink(photos, box.root() + "/links/Photos");
     const auto before = snapshot(volume.path(), true);
-    // The folder, and a file beside it, each moved; the destination named straight and through
-    // a link.
-    for (const std::string& source : {photos, volume.path() + "/memo.txt"}) {
+    // The folder, a file beside it and the link to the folder, each moved; the destination
+    // named straight and through a link.
+    for (const std::string& source :
+         {photos, volume.path() + "/memo.txt", box.root() + "/links/Photos"}) {
         for (const std::string& into : {volume.path(), box.root() + "/Link to the disk"}) {
             UploadSession s(dasDeviceFor(volume));
             ASSERT_TRUE(s.addSources({source}));
