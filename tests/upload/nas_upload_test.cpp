@@ -26,6 +26,20 @@ class NasUpload : public PrivateShareTest {
         for (const auto& line : s.logLines())
             EXPECT_EQ(line.find(mounttest::kPassword), std::string::npos) << line;
     }
+
+    // Uploads `sources` (moved with `move`) to the root of the private share as the test
+    // account, and waits for the end.
+    static void uploadToPrivateShare(UploadSession& s, const std::vector<std::string>& sources,
+                                     bool move = false) {
+        s.c().userName.set(mounttest::kUser);
+        s.c().userPassword.set(mounttest::kPassword);
+        ASSERT_TRUE(s.addSources(sources));
+        ASSERT_TRUE(s.toDestination(move));
+        const std::string share = s.mountShare("Private");
+        ASSERT_FALSE(share.empty());
+        s.upload(share);
+        ASSERT_TRUE(s.waitCompleted(60)) << s.logText();
+    }
 };
 
 TEST_F(NasUpload, MixedTreeArrivesOnTheShareByteForByte) {
@@ -255,15 +269,8 @@ TEST_F(NasUpload, CopyNameTooLongForTheShareFailsThatFileOnly) {
     test::writeFile(folder + "/short.txt", "short\n");
     for (int round = 0; round < 2; ++round) {
         UploadSession s(test::nasDevice("127.0.0.1:1", "SN-UPLOAD"));
-        s.c().userName.set(mounttest::kUser);
-        s.c().userPassword.set(mounttest::kPassword);
-        ASSERT_TRUE(s.addSources({folder}));
-        ASSERT_TRUE(s.toDestination(false));
-        const std::string share = s.mountShare("Private");
-        ASSERT_FALSE(share.empty());
-        s.upload(share);
+        ASSERT_NO_FATAL_FAILURE(uploadToPrivateShare(s, {folder}));
         // The refused name is an error of that file, not a lost device: no dialog, no pause.
-        ASSERT_TRUE(s.waitCompleted(60)) << s.logText();
         EXPECT_FALSE(test::ScriptedView(s.harness().view).called("runModal deviceMissingDialog"));
         EXPECT_FALSE(s.c().uploadPaused());
         const auto failed = s.failures();
@@ -291,14 +298,7 @@ TEST_F(NasUpload, ANameTooLongOnceMappedForTheShareFailsAndSaysSo) {
     test::writeFile(folder + "/" + name, "mapped\n");
     test::writeFile(folder + "/short.txt", "short\n");
     UploadSession s(test::nasDevice("127.0.0.1:1", "SN-UPLOAD"));
-    s.c().userName.set(mounttest::kUser);
-    s.c().userPassword.set(mounttest::kPassword);
-    ASSERT_TRUE(s.addSources({folder}));
-    ASSERT_TRUE(s.toDestination(false));
-    const std::string share = s.mountShare("Private");
-    ASSERT_FALSE(share.empty());
-    s.upload(share);
-    ASSERT_TRUE(s.waitCompleted(60)) << s.logText();
+    ASSERT_NO_FATAL_FAILURE(uploadToPrivateShare(s, {folder}));
     const auto failed = s.failures();
     ASSERT_EQ(failed.size(), 1u);
     EXPECT_EQ(failed[0].string("localizedError"),
@@ -317,14 +317,7 @@ TEST_F(NasUpload, AMovedSourceThatIsTheSharesOwnFolderKeepsItsFiles) {
     test::writeFile(same + "/a.txt", "a\n");
     test::writeFile(same + "/b.txt", "b\n");
     UploadSession s(test::nasDevice("127.0.0.1:1", "SN-UPLOAD"));
-    s.c().userName.set(mounttest::kUser);
-    s.c().userPassword.set(mounttest::kPassword);
-    ASSERT_TRUE(s.addSources({same}));
-    ASSERT_TRUE(s.toDestination(true));
-    const std::string share = s.mountShare("Private");
-    ASSERT_FALSE(share.empty());
-    s.upload(share);
-    ASSERT_TRUE(s.waitCompleted(60)) << s.logText();
+    ASSERT_NO_FATAL_FAILURE(uploadToPrivateShare(s, {same}, true));
     EXPECT_FALSE(fs::exists(data.path() + "/Trash/files/Same"));
     std::string held;
     for (const auto& e : fs::directory_iterator(same)) held += test::readFile(e.path());
