@@ -165,6 +165,7 @@ void QVTransferPrivate::copyPendingSourceFiles() {
 void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
     qvt::engine::UploadJob& upload = job();
     WalkPlace place;
+    std::string resolvedShare, realShare;
     while (true) {
         // A pause between two sources holds the walk here until the upload goes on, and the
         // walk then takes up the next source.
@@ -190,10 +191,16 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
             continue;
         }
         const std::string destination = qvt::engine::appendingPathComponent(share, name);
+        // The destination as the disk resolves it, asked again only when it changed (a volume
+        // back at another mount point).
+        if (deviceType() == "DAS" && share != resolvedShare) {
+            resolvedShare = share;
+            realShare = fmt::files().realPath(share);
+        }
         // A folder added while the upload runs may hold the destination, which the check
         // before the start could not see.
         if (deviceType() == "DAS" && fmt::files().isFolder(source) &&
-            sourceHoldsDestination(source, fmt::files().realPath(share))) {
+            sourceHoldsDestination(source, realShare)) {
             processFileTransferStatus(
                 source, share,
                 qvt::TransferError{
@@ -203,8 +210,8 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
         // So may a source added then lie in the destination folder: copied onto itself, it
         // would get a twin of each of its files (a folder's own listing growing as they
         // arrive), and with the move option it would leave with those copies.
-        if (deviceType() == "DAS" && fmt::files().realPath(qvt::engine::deletingLastPathComponent(
-                                         source)) == fmt::files().realPath(share)) {
+        if (deviceType() == "DAS" && !realShare.empty() &&
+            fmt::files().realPath(qvt::engine::deletingLastPathComponent(source)) == realShare) {
             processFileTransferStatus(
                 source, share,
                 qvt::TransferError{
