@@ -351,6 +351,19 @@ std::optional<Value> parsePropertyList(const std::string& bytes) {
     plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &raw);
     PlistPtr root(raw);
     if (!root) return std::nullopt;
+    // A key with a NUL in it stops the process inside libplist when it is read. In XML text the
+    // byte shows as it is; a binary list is looked at in XML first, where it shows too. Such a
+    // file is not read.
+    if (!plist_is_binary(bytes.data(), static_cast<std::uint32_t>(bytes.size()))) {
+        if (std::memchr(bytes.data(), '\0', bytes.size())) return std::nullopt;
+    } else {
+        char* xml = nullptr;
+        std::uint32_t length = 0;
+        plist_to_xml(root.get(), &xml, &length);
+        const bool holdsNul = !xml || std::memchr(xml, '\0', length) != nullptr;
+        if (xml) plist_to_xml_free(xml);
+        if (holdsNul) return std::nullopt;
+    }
     Value v;
     if (!toValue(root.get(), v, 0)) return std::nullopt;
     return v;

@@ -206,6 +206,36 @@ TEST(PropertyList, AStringHoldingANulMakesTheFileUnreadable) {
     EXPECT_EQ(clean->asRecord()->string("destination"), "/home/user/.QVTransfer/Public");
 }
 
+// Found by the property-list fuzzer: a key holding a NUL stopped the process inside libplist,
+// in a binary list and in XML text alike. Such a file is not read; the same lists without the
+// NUL read.
+TEST(PropertyList, AKeyHoldingANulMakesTheFileUnreadable) {
+    // The fuzzer's own input: a binary list whose one key holds NULs.
+    const std::string binary(
+        "\x62\x70\x6c\x69\x73\x74\x30\x30\xd1\x01\x02\x62\x70\x6c\x00\x00\x74\x30\x30\x65\x01\x02"
+        "\x51\x61\x51\x62\x08\x0b\x0d\x00\x00\x00\x00\x00\x00\x01\x01\x00\x00\x00\x00\x00\x00\x00"
+        "\x03\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x0f\x51\x61\x51\x62\x08"
+        "\x0b\x0d\x00\x00\x00\xae\x00\x00\x00\x01\x01\x00\x00\x00\x00\x00\x00\x00\x03\x00\x00\x00"
+        "\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\x41",
+        101);
+    EXPECT_FALSE(parsePropertyList(binary));
+    const std::string xml =
+        std::string("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>a") +
+        std::string(1, '\0') + "b</key><string>x</string></dict></plist>";
+    EXPECT_FALSE(parsePropertyList(xml));
+    // A binary list made by libplist still reads.
+    plist_t dict = plist_new_dict();
+    plist_dict_set_item(dict, "key", plist_new_string("value"));
+    char* bin = nullptr;
+    std::uint32_t length = 0;
+    plist_to_bin(dict, &bin, &length);
+    const auto clean = parsePropertyList(std::string(bin, length));
+    plist_to_bin_free(bin);
+    plist_free(dict);
+    ASSERT_TRUE(clean && clean->asRecord());
+    EXPECT_EQ(clean->asRecord()->string("key"), "value");
+}
+
 TEST(PropertyList, ReadsQtResources) {
     const auto v = readPropertyList(":/qvtransfer/system/SystemVersion.plist");
     ASSERT_TRUE(v && v->asRecord());
