@@ -537,14 +537,14 @@ TEST_F(CliTest, ADeviceFullAgainIsToldOnceAndTheUploadEndsWhenThereIsRoom) {
     ASSERT_TRUE(start(
         child, {"--das", volume.path(), "--destination", "Drive", work / "a.bin", work / "b.bin"}));
     ASSERT_TRUE(child.waitForOutput("waiting for free space", kDeadline)) << child.output();
-    // Room for a.bin, not for b.bin after it.
-    fs::remove(volume.path() + "/filler.bin");
-    test::writeFile(volume.path() + "/small filler.bin", std::string(2 << 20, 's'));
+    // Room for a.bin, not for b.bin after it, made in one step: the watcher may look at any
+    // moment.
+    fs::resize_file(volume.path() + "/filler.bin", 2 << 20);
     child.write("r");
     ASSERT_TRUE(child.waitForOutput("The device is full again", kDeadline))
         << child.output() << child.errors();
     EXPECT_EQ(test::readFile(volume.path() + "/a.bin"), std::string(3 << 20, 'a'));
-    fs::remove(volume.path() + "/small filler.bin");
+    fs::remove(volume.path() + "/filler.bin");
     child.closeInput();
     EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
     const std::string out = child.output();
