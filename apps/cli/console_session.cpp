@@ -250,7 +250,7 @@ void ConsoleSession::tick() {
                         std::fflush(stdout);
                     }
                     stage_ = Stage::Uploading;
-                    uploadStarted_ = Clock::now();
+                    startClocks();
                     terminal_.setRawInput(true);
                     terminal_.startKeys([this](char k) { onKey(k); }, [this] { handleKeys(); });
                 } else if (const std::string problem = view_.resumeProblem(); !problem.empty()) {

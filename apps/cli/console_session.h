@@ -13,12 +13,14 @@
 #include <string>
 
 #include "cli_options.h"
+#include "copying_time.h"
 #include "platform/upload_claim.h"
 #include "qvtransfer/QVTransfer.h"
 #include "session/recorded_upload.h"
 #include "session/view_actions.h"
 #include "session/view_models.h"
 #include "session/wizard_types.h"
+#include "wait_notices.h"
 
 namespace qvt::cli {
 
@@ -76,6 +78,8 @@ class ConsoleSession : public QObject {
 
     // The status screen (console_status.cpp).
     void showProgress(bool force);
+    // The copy begins (the upload, a resumed one, or the retry of its failed items).
+    void startClocks();
     // The end: the failed items are let go (when there are any) and the exit status follows.
     void endWithResult(bool failures);
     // The answer to the retry question: r tries the failed items again, anything else ends.
@@ -139,6 +143,8 @@ class ConsoleSession : public QObject {
     std::optional<Clock::time_point> completedSince_;
     // When the copy began (the upload's start, or the start of a resumed one).
     std::optional<Clock::time_point> uploadStarted_;
+    // How long of that it copied: the rate is taken over this.
+    CopyingTime copyingTime_;
     std::string destinationShown_;
     // The result's last line once the upload has ended: what --json's "ended" says when the
     // end brings no message of its own.
@@ -152,8 +158,7 @@ class ConsoleSession : public QObject {
     bool stopQuestionComing_ = false;
     std::deque<char> keys_;
     // What a paused upload waits for, told once when the wait begins and when it ends.
-    enum class Waiting { Nothing, Device, Space };
-    Waiting waitingFor_ = Waiting::Nothing;
+    WaitNotices waits_;
     bool stopWithoutAsking_ = false;
     bool progressLineOpen_ = false;
     std::size_t failuresEmitted_ = 0;

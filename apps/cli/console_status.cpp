@@ -124,8 +124,9 @@ void ConsoleSession::showProgress(bool force) {
     std::string line =
         consoleText("PROGRESS_COUNTS", {std::to_string(files), std::to_string(total),
                                         progressBytesText(bytes), progressBytesText(size)});
-    if (copying && uploadStarted_) {
-        const double seconds = std::chrono::duration<double>(now - *uploadStarted_).count();
+    // No rate while the copy waits for room: it would only fall.
+    if (copying && !status.stillFull) {
+        const double seconds = copyingTime_.seconds(now);
         if (seconds >= 1 && bytes > 0)
             line += " | " +
                     consoleText("RATE",
@@ -152,35 +153,37 @@ void ConsoleSession::showProgress(bool force) {
     std::fflush(stdout);
 }
 
+void ConsoleSession::startClocks() {
+    uploadStarted_ = Clock::now();
+    copyingTime_.restart();
+}
+
 void ConsoleSession::showPauseChange() {
     const StatusSnapshot status = view_.status();
+    copyingTime_.note(status.state == engine::UploadState::Copying && !status.paused &&
+                          !status.stillFull && !status.deviceMissing,
+                      Clock::now());
     // A stop ends the wait and the pause with the upload: the device is not back and nothing
     // goes on, so neither is said; "Stopped." follows.
     if (delegate_->cancelled || status.state == engine::UploadState::Cancelled) {
-        waitingFor_ = Waiting::Nothing;
+        waits_.forget();
         pausedShown_ = status.paused;
         return;
     }
-    // A device full again after its one wait in this upload has no question: its copy tries
-    // again by itself. Told once, as a wait for room.
-    if (status.stillFull && waitingFor_ == Waiting::Nothing) {
+    for (const WaitChange& change :
+         waits_.update({status.deviceMissing, status.deviceFull, status.stillFull})) {
         clearProgressLine();
-        if (options_.json) emitJsonEvent("waiting", {{"for", "space"}});
-        if (!options_.quiet) std::printf("%s\n", consoleText("FULL_AGAIN").c_str());
-        waitingFor_ = Waiting::Space;
-    }
-    // The end of a wait for the device or for room, told once.
-    if ((waitingFor_ == Waiting::Device && !status.deviceMissing) ||
-        (waitingFor_ == Waiting::Space && !status.deviceFull && !status.stillFull)) {
-        clearProgressLine();
-        if (options_.json)
-            emitJsonEvent("continuing",
-                          {{"for", waitingFor_ == Waiting::Device ? "device" : "space"}});
-        if (!options_.quiet)
-            std::printf(
-                "%s\n",
-                consoleText(waitingFor_ == Waiting::Device ? "DEVICE_BACK" : "ROOM_AGAIN").c_str());
-        waitingFor_ = Waiting::Nothing;
+        const bool device = change.wait == Wait::Device;
+        if (change.began) {
+            // The waits with a question are told when it is answered; a device full again
+            // after its one question in this upload has none: its copy tries again by itself.
+            if (options_.json) emitJsonEvent("waiting", {{"for", "space"}});
+            if (!options_.quiet) std::printf("%s\n", consoleText("FULL_AGAIN").c_str());
+        } else {
+            if (options_.json) emitJsonEvent("continuing", {{"for", device ? "device" : "space"}});
+            if (!options_.quiet)
+                std::printf("%s\n", consoleText(device ? "DEVICE_BACK" : "ROOM_AGAIN").c_str());
+        }
     }
     const bool paused = status.paused;
     if (paused == pausedShown_) return;
@@ -397,7 +400,7 @@ void ConsoleSession::answerRetry(char key) {
         std::printf("%s\n", consoleCountText("TRYING_AGAIN_n", status.failures.size()).c_str());
     std::fflush(stdout);
     completedSince_.reset();
-    uploadStarted_ = Clock::now();
+    startClocks();
     completionsBeforeRetry_ = view_.completions();
     actions_.retryOrDismissTransfer(kTagRetryAll);
 }

@@ -263,7 +263,7 @@ void ConsoleSession::chooseDestination() {
 void ConsoleSession::startUpload() {
     const auto files =
         static_cast<std::uint64_t>(std::max<std::int64_t>(0, view_.destinations().filesToUpload));
-    uploadStarted_ = Clock::now();
+    startClocks();
     std::fflush(stdout);
     stage_ = Stage::Uploading;
     terminal_.setRawInput(true);
@@ -336,13 +336,13 @@ void ConsoleSession::onModal(Dialog dialog) {
             if (!options_.quiet)
                 std::printf("%s\n",
                             consoleText("WAITING_FOR_DEVICE", {deviceInfo("productName")}).c_str());
-            waitingFor_ = Waiting::Device;
+            waits_.began(Wait::Device);
             view_.answer(dialog, ConsoleView::kAnswerFirst);
             break;
         case Dialog::DeviceFull:
             if (options_.json) emitJsonEvent("waiting", {{"for", "space"}});
             if (!options_.quiet) std::printf("%s\n", consoleText("WAITING_FOR_SPACE").c_str());
-            waitingFor_ = Waiting::Space;
+            waits_.began(Wait::Space);
             view_.answer(dialog, ConsoleView::kAnswerFirst);
             break;
         default:
