@@ -169,6 +169,25 @@ bool changedSince(const std::string& source, std::chrono::system_clock::time_poi
     return modified >= since;
 }
 
+// What a source's contents are known by without reading them again: a write moves its
+// modification time (and may change its size), a file put in its place has another identity.
+struct SourceStamp {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    timespec modified{};
+    bool operator==(const SourceStamp& o) const {
+        return device == o.device && inode == o.inode && size == o.size &&
+               modified.tv_sec == o.modified.tv_sec && modified.tv_nsec == o.modified.tv_nsec;
+    }
+};
+
+std::optional<SourceStamp> stampOf(const std::string& source) {
+    struct stat st {};
+    if (::stat(source.c_str(), &st) != 0) return std::nullopt;
+    return SourceStamp{st.st_dev, st.st_ino, st.st_size, st.st_mtim};
+}
+
 // Whether the copy at `copy` holds all of `source`: a share reports some write errors only as
 // a short file.
 int checkWhole(const std::string& source, const std::string& copy) {
@@ -201,15 +220,21 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
     for (int copies = 1;; ++copies) {
         // A second early: file systems keep modification times more coarsely than this clock.
         const auto started = std::chrono::system_clock::now() - std::chrono::seconds(1);
+        const std::optional<SourceStamp> before = stampOf(source);
         rc = files.copyItem(source, partial);
         // An unknown write error on a link is what writing through the link reports after the
         // data went through: the copy counts as done.
         if (fs::platformErrorCode(rc) == fs::kUnknownWriteError && files.isAlias(partial)) rc = 0;
-        if (rc != 0 || (rc = checkWhole(source, partial)) == 0) break;
-        // A copy of another size than its source, which nobody wrote to meanwhile, is the
-        // device's fault. One written to while it was read is of no moment of it, and is
-        // made again.
-        if (!changedSince(source, started)) break;
+        if (rc != 0) break;
+        rc = checkWhole(source, partial);
+        // A source written to while it was read gives a copy of no moment of it, though it may
+        // be of the size the source has now (the part read before the write is old, the rest
+        // new): such a copy is made again. A source removed once read was copied whole. A copy
+        // of another size than its source, which nobody wrote to meanwhile, is the device's
+        // fault.
+        const std::optional<SourceStamp> after = stampOf(source);
+        const bool rewritten = before && after && !(*before == *after);
+        if (!rewritten && (rc == 0 || !changedSince(source, started))) break;
         if (copies == kCopiesOfAChangingSource || c.job().cancelled()) {
             rc = kSourceKeptChanging;
             break;

@@ -467,6 +467,43 @@ TEST(Retry, ASourceThatChangesWhileItIsCopiedIsCopiedAgainOrFailsWithItsReason) 
     }
 }
 
+// A source rewritten while it is copied, to the same size: the copy comes out of the size the
+// source has, and yet its first part is old and the rest new. Such a copy is made again; none
+// of its mixture ever gets the final name.
+TEST(Retry, ASourceRewrittenToTheSameSizeWhileItIsCopiedIsCopiedAgain) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto copies = std::make_shared<std::atomic<int>>(0);
+    layer.setHook([copies](const std::string& op, const std::string& from,
+                           const std::string& to) -> std::optional<int> {
+        if (op != "copy") return std::nullopt;
+        if ((*copies)++ > 0) {
+            std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing);
+            return 0;
+        }
+        // The first half is read, then the whole file is written anew, then the rest is read.
+        const std::string old = test::readFile(from);
+        test::writeFile(from, "NEWNEWNE");
+        const std::string now = test::readFile(from);
+        test::writeFile(to, old.substr(0, 4) + now.substr(4));
+        return 0;
+    });
+    test::writeFile(s.from("photo.raw"), "oldoldol");
+    // Written long ago, as a photo is: the rewrite cannot fall in the same tick of the file
+    // system's clock.
+    std::filesystem::last_write_time(
+        s.from("photo.raw"), std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+    CopyThread copy(s, s.from("photo.raw"), s.at("photo.raw"));
+    ASSERT_TRUE(copy.waitFinished());
+    EXPECT_EQ(copies->load(), 2);
+    EXPECT_EQ(test::readFile(s.at("photo.raw")), "NEWNEWNE");
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+    EXPECT_FALSE(s.h.view->called("runModal deviceMissingDialog"));
+}
+
 TEST(Retry, ADeviceWithOneByteFreeResumesTheUpload) {
     Session s;
     ASSERT_TRUE(s.c);
