@@ -65,7 +65,9 @@ bool sweepable(const std::string& relative) {
 }
 
 bool usable(const LeftoverCopy& copy) {
-    return copy.pendingSources.empty() ? removable(copy.path) : sweepable(copy.path);
+    return copy.pendingSources.empty()
+               ? removable(copy.path)
+               : sweepable(copy.path) && qvt::engine::partialCopyTagFrom(copy.tag) != 0;
 }
 
 // Removes what the note `copy` names below `root`; false when it must be kept for later.
@@ -75,7 +77,9 @@ bool removeNoted(QVTransferPrivate& c, const LeftoverCopy& copy, const std::stri
         qvt::List sources;
         for (const std::string& s : copy.pendingSources)
             sources.emplace_back(qvt::Record{{"fullFilePath", s}});
-        if (fs::files().isFolder(path)) qvt::engine::removeLeftoverCopiesOf(sources, path);
+        if (fs::files().isFolder(path))
+            qvt::engine::removeLeftoverCopiesOf(sources, path,
+                                                qvt::engine::partialCopyTagFrom(copy.tag));
         c.log().write(
             fs::format("QVTransfer: removeCopiesLeftByStops: replaced upload's %@\n", path));
         return true;
@@ -90,13 +94,14 @@ bool removeNoted(QVTransferPrivate& c, const LeftoverCopy& copy, const std::stri
 void QVTransferPrivate::noteReplacedUploadFolder(const std::string& device,
                                                  const std::string& share,
                                                  const std::string& folder,
-                                                 const qvt::List& pendingSources) {
-    LeftoverCopy note{device, share, folder, {}};
+                                                 const qvt::List& pendingSources,
+                                                 std::uint32_t tag) {
+    LeftoverCopy note{device, share, folder, {}, qvt::engine::partialCopyTagText(tag)};
     for (const qvt::Value& row : pendingSources)
         if (const qvt::Record* r = row.asRecord())
             if (const std::string source = r->string("fullFilePath"); !source.empty())
                 note.pendingSources.push_back(source);
-    if (device.empty() || note.pendingSources.empty() || !sweepable(folder)) return;
+    if (device.empty() || note.pendingSources.empty() || tag == 0 || !sweepable(folder)) return;
     if (!qvt::session::noteLeftoverCopy(leftoverFile(*this), note))
         log().write("QVTransfer: noteReplacedUploadFolder: the note could not be written\n");
 }

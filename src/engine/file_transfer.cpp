@@ -211,7 +211,7 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
         if (rc != EXDEV) return rc;
     }
     target = destination;
-    const std::string partial = qvt::engine::temporaryPathFor(destination);
+    const std::string partial = qvt::engine::temporaryPathFor(destination, c.job().partialCopyTag);
     c.job().inProcessDestFilePath.set(partial);
     // A stop ends the copy between two pieces of the file, so that a large file is not written
     // on (and its hidden copy kept) long after it; a pause lets the file finish.

@@ -18,12 +18,39 @@ constexpr std::size_t kDigits = 16;
 
 }  // namespace
 
-std::string temporaryPathFor(const std::string& destination) {
-    thread_local std::mt19937_64 random{std::random_device{}()};
-    char digits[kDigits + 1];
-    std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(random()));
+std::uint32_t newPartialCopyTag() {
+    std::random_device random;
+    std::uint32_t tag = 0;
+    while (tag == 0) tag = random();
+    return tag;
+}
+
+std::string partialCopyTagText(std::uint32_t tag) {
+    char text[9];
+    std::snprintf(text, sizeof text, "%08x", static_cast<unsigned>(tag));
+    return text;
+}
+
+std::uint32_t partialCopyTagFrom(const std::string& text) {
+    if (text.size() != 8) return 0;
+    std::uint32_t tag = 0;
+    for (const char ch : text) {
+        if (ch >= '0' && ch <= '9')
+            tag = tag * 16 + static_cast<std::uint32_t>(ch - '0');
+        else if (ch >= 'a' && ch <= 'f')
+            tag = tag * 16 + static_cast<std::uint32_t>(ch - 'a' + 10);
+        else
+            return 0;
+    }
+    return tag;
+}
+
+std::string temporaryPathFor(const std::string& destination, std::uint32_t tag) {
+    thread_local std::mt19937 random{std::random_device{}()};
     return appendingPathComponent(deletingLastPathComponent(destination),
-                                  std::string(kPrefix) + digits + kSuffix);
+                                  std::string(kPrefix) + partialCopyTagText(tag) +
+                                      partialCopyTagText(static_cast<std::uint32_t>(random())) +
+                                      kSuffix);
 }
 
 bool isTemporaryName(const std::string& name) {
@@ -39,10 +66,15 @@ bool isTemporaryName(const std::string& name) {
     return true;
 }
 
+bool isTemporaryNameOf(const std::string& name, std::uint32_t tag) {
+    return tag != 0 && isTemporaryName(name) &&
+           name.compare(std::string(kPrefix).size(), 8, partialCopyTagText(tag)) == 0;
+}
+
 namespace {
 
 // Removes the hidden copies anywhere below the folder `item`.
-void removeLeftoverCopiesBelow(const std::string& item) {
+void removeLeftoverCopiesBelow(const std::string& item, std::uint32_t tag) {
     auto& files = platform::files();
     std::vector<std::string> folders{item};
     while (!folders.empty()) {
@@ -50,7 +82,7 @@ void removeLeftoverCopiesBelow(const std::string& item) {
         folders.pop_back();
         for (const std::string& name : files.listFolder(current)) {
             const std::string path = current + "/" + name;
-            if (isTemporaryName(name))
+            if (isTemporaryNameOf(name, tag))
                 files.removeItem(path);
             else if (!files.isAlias(path) && files.isFolder(path))
                 folders.push_back(path);
@@ -58,18 +90,20 @@ void removeLeftoverCopiesBelow(const std::string& item) {
     }
 }
 
-void removeLeftoverCopiesIn(const std::string& folder) {
+void removeLeftoverCopiesIn(const std::string& folder, std::uint32_t tag) {
     auto& files = platform::files();
     for (const std::string& name : files.listFolder(folder))
-        if (isTemporaryName(name)) files.removeItem(folder + "/" + name);
+        if (isTemporaryNameOf(name, tag)) files.removeItem(folder + "/" + name);
 }
 
 }  // namespace
 
-void removeLeftoverCopiesOf(const List& pendingSources, const std::string& destination) {
+void removeLeftoverCopiesOf(const List& pendingSources, const std::string& destination,
+                            std::uint32_t tag) {
+    if (tag == 0) return;
     // The destination folder is listed once, not once per source: thousands of files given
     // one by one would list a folder of thousands of names thousands of times.
-    removeLeftoverCopiesIn(destination);
+    removeLeftoverCopiesIn(destination, tag);
     for (const Value& row : pendingSources) {
         const Record* r = row.asRecord();
         if (!r) continue;
@@ -78,7 +112,7 @@ void removeLeftoverCopiesOf(const List& pendingSources, const std::string& desti
         // Only a folder source's copy can hold hidden copies below it.
         if (source::countedWithoutFolders(*r)) continue;
         const std::string item = destination + "/" + name;
-        if (platform::files().isFolder(item)) removeLeftoverCopiesBelow(item);
+        if (platform::files().isFolder(item)) removeLeftoverCopiesBelow(item, tag);
     }
 }
 

@@ -9,11 +9,12 @@
 #include "session/qvtransfer_private.h"
 #include "session/recorded_upload.h"
 #include "session/saved_upload.h"
+#include "session/transfer_record.h"
 
 namespace fs = qvt::platform;
 
 std::string QVTransferPrivate::replacedUploadDestination(const std::string& newDestination,
-                                                         qvt::List* pending) {
+                                                         qvt::List* pending, std::uint32_t* tag) {
     namespace session = qvt::session;
     session::SavedUpload saved = session::readSavedUpload(transferDataFilePath, deviceType(),
                                                           deviceInfo().string("serialNumber"));
@@ -29,6 +30,9 @@ std::string QVTransferPrivate::replacedUploadDestination(const std::string& newD
     }
     const std::string old = saved.record.string("selectedDestinationShare");
     const qvt::List* sources = saved.record.list("sourceFilesPendingArray");
+    const std::uint32_t recordedTag = session::partialCopyTagOf(saved.record);
+    // Copies of no known tag cannot be told from another upload's: nothing is swept.
+    if (recordedTag == 0) return "";
     std::string now = old;
     if (!thisDevices || deviceType() == "NAS") {
         // A share is reached through this session's mount of it, and the new destination's
@@ -43,7 +47,8 @@ std::string QVTransferPrivate::replacedUploadDestination(const std::string& newD
             const std::string onStandIn = qvt::engine::destinationOnNewMount(old, mountDir, "/-");
             if (sources && onStandIn.starts_with("/-"))
                 noteReplacedUploadFolder(saved.key, share,
-                                         onStandIn.size() > 3 ? onStandIn.substr(3) : "", *sources);
+                                         onStandIn.size() > 3 ? onStandIn.substr(3) : "", *sources,
+                                         recordedTag);
             return "";
         }
         now = qvt::engine::destinationOnNewMount(old, mountDir, mount);
@@ -51,5 +56,6 @@ std::string QVTransferPrivate::replacedUploadDestination(const std::string& newD
     // An attached volume's folder is where it was, if the volume is there.
     if (now.empty() || !fs::files().isFolder(now)) return "";
     if (sources) *pending = *sources;
+    *tag = recordedTag;
     return now;
 }

@@ -125,8 +125,10 @@ void QVTransferPrivate::uploadFiles() {
 
     // Read before this upload's record takes its place.
     qvt::List replacedPending;
+    std::uint32_t replacedTag = 0;
     const std::string replacedDestination =
-        replacedUploadDestination(destination, &replacedPending);
+        replacedUploadDestination(destination, &replacedPending, &replacedTag);
+    job().partialCopyTag = qvt::engine::newPartialCopyTag();
 
     // The upload is under way from here: the estimator and the state-file loop find it
     // copying, with its start time now.
@@ -137,7 +139,8 @@ void QVTransferPrivate::uploadFiles() {
     dispatcher().async(QueuePriority::High, [self] { self->calculateRemainingTime(); });
     dispatcher().async(QueuePriority::High,
                        [self] { self->saveQVTransferDataToFileForEachFile(); });
-    dispatcher().async(QueuePriority::High, [self, replacedDestination, replacedPending] {
+    dispatcher().async(QueuePriority::High, [self, replacedDestination, replacedPending,
+                                             replacedTag] {
         // The record is on disk before the first byte is copied: whatever a crash leaves at the
         // destination, the state file knows of the upload.
         self->saveQVTransferDataToFile();
@@ -146,7 +149,7 @@ void QVTransferPrivate::uploadFiles() {
             self->log().write(fmt::format(
                 "QVTransfer: uploadFiles: removing what the replaced upload left in %@\n",
                 replacedDestination));
-            qvt::engine::removeLeftoverCopiesOf(replacedPending, replacedDestination);
+            qvt::engine::removeLeftoverCopiesOf(replacedPending, replacedDestination, replacedTag);
         }
         self->removeCopiesLeftByStops(self->selectedDestinationShare.get());
         self->copySourceFiles();

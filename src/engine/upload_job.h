@@ -145,6 +145,9 @@ class UploadJob {
     // file again each second without a dialog, and the status says what it waits for. The file
     // handled (or a lost device) ends it.
     std::atomic<bool> stillFull{false};
+    // The tag of this upload's hidden copies (see partialCopyTag in the record): chosen when
+    // the upload starts, kept when it is taken up again.
+    std::atomic<std::uint32_t> partialCopyTag{0};
     // The names in use in the destination folders where a name clashed; begin() forgets them.
     TakenNames takenNames;
 

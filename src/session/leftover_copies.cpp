@@ -35,6 +35,7 @@ std::vector<LeftoverCopy> readUnlocked(const std::string& file) {
             for (const qvt::Value& v : *pending)
                 if (const std::string* s = v.asString(); s && !s->empty())
                     copy.pendingSources.push_back(*s);
+        copy.tag = r->string("tag");
         if (copy.device.empty() || (copy.path.empty() && copy.pendingSources.empty())) continue;
         copies.push_back(std::move(copy));
     }
@@ -50,6 +51,7 @@ bool writeUnlocked(const std::string& file, const std::vector<LeftoverCopy>& cop
             qvt::List pending;
             for (const std::string& s : c.pendingSources) pending.emplace_back(s);
             r.set("pendingSources", std::move(pending));
+            r.set("tag", c.tag);
         }
         list.emplace_back(std::move(r));
     }

@@ -22,6 +22,8 @@ struct LeftoverCopy {
     // could be taken up was copying these sources to ("" for the root): the hidden copies it
     // left there and in the copies of its source folders go.
     std::vector<std::string> pendingSources = {};
+    // With sources: the tag of that upload's hidden copies (only those go).
+    std::string tag = {};
     bool operator==(const LeftoverCopy&) const = default;
 };
 

@@ -263,7 +263,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // The destination folder, as reached now, of the unfinished upload whose record the upload
     // to `newDestination` replaces, and its pending sources in `pending`; "" when there is none
     // or its folder cannot be reached from here.
-    std::string replacedUploadDestination(const std::string& newDestination, qvt::List* pending);
+    std::string replacedUploadDestination(const std::string& newDestination, qvt::List* pending,
+                                          std::uint32_t* tag);
     // The source folder `source` that holds `destination` (its real path, "" when unknown), or
     // is it: copying it there would copy its own copy again, without end.
     bool sourceHoldsDestination(const std::string& source, const std::string& realDestination);
@@ -308,7 +309,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // share `share` that a replaced upload was copying `pendingSources` to: it cannot be reached
     // now, and its hidden copies go when an upload next reaches that share.
     void noteReplacedUploadFolder(const std::string& device, const std::string& share,
-                                  const std::string& folder, const qvt::List& pendingSources);
+                                  const std::string& folder, const qvt::List& pendingSources,
+                                  std::uint32_t tag);
     // Removes the noted hidden copies on the share or volume `destination` lies on.
     void removeCopiesLeftByStops(const std::string& destination);
     // The clash-free name (no folder, no extension) for a path given without its extension.
@@ -431,6 +433,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     std::atomic<bool> isZeroState{false};
     std::atomic<bool> filesAddedAtZeroState{true};
     std::atomic<bool> removeFilesAfterUpload{false};
+    // The tag of the hidden copies of the upload taken up from the record (0: it had none).
+    std::atomic<std::uint32_t> resumedPartialCopyTag{0};
     std::atomic<bool> finishedPopulatingDestinationFolders{false};
     std::atomic<bool> isStatusWindowHidden{false};
     std::atomic<bool> nasUsersViewDisplayed{false};

@@ -180,6 +180,11 @@ void QVTransferPrivate::prepareResumeAfterRestart() {
     failedTransferArray.set(record.list("failedTransferArray") ? *record.list("failedTransferArray")
                                                                : qvt::List{});
     const std::string savedDestination = record.string("selectedDestinationShare");
+    // The upload goes on under its own tag, so that what it leaves from here on is told from
+    // another upload's copies as what it left before. A record of no tag gets a new one.
+    const std::uint32_t recordedTag = qvt::session::partialCopyTagOf(record);
+    resumedPartialCopyTag = recordedTag;
+    job().partialCopyTag = recordedTag != 0 ? recordedTag : qvt::engine::newPartialCopyTag();
     selectedDestinationShare.set(savedDestination);
     addResumedTotals();
     // An upload that moved its sources goes on moving them, with the protected ones copied
@@ -360,5 +365,6 @@ void QVTransferPrivate::startResumedUpload() {
 }
 
 void QVTransferPrivate::removeLeftoverPartialCopies() {
-    qvt::engine::removeLeftoverCopiesOf(sourceFilesArray.get(), selectedDestinationShare.get());
+    qvt::engine::removeLeftoverCopiesOf(sourceFilesArray.get(), selectedDestinationShare.get(),
+                                        resumedPartialCopyTag);
 }

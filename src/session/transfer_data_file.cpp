@@ -95,6 +95,7 @@ void QVTransferPrivate::writeTransferData(bool last) {
         state.inProcessSourceFilesArray = {handledPathsMarker()};
         state.failedTransferArray = failedTransferArray.get();
         state.removeFilesAfterUpload = removeFilesAfterUpload;
+        state.partialCopyTag = job().partialCopyTag;
         record = qvt::session::buildTransferRecord(std::move(state));
     }
     qvt::Record root =

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "engine/partial_copy.h"
+
 namespace qvt::session {
 
 Record reducePendingEntry(const Value& sourceEntry) {
@@ -56,7 +58,15 @@ Record buildTransferRecord(TransferState s) {
     // A key of this program's own, written only for a move: what the user chose at the start
     // holds for the rest of the upload after a restart too.
     if (s.removeFilesAfterUpload) record.set(kMoveKey, true);
+    if (s.partialCopyTag != 0)
+        record.set(kPartialCopyTagKey, engine::partialCopyTagText(s.partialCopyTag));
     return record;
+}
+
+std::uint32_t partialCopyTagOf(const Record& record) {
+    const Value* tag = record.find(kPartialCopyTagKey);
+    return tag && tag->isString() ? engine::partialCopyTagFrom(record.string(kPartialCopyTagKey))
+                                  : 0;
 }
 
 Record buildTransferDataRoot(const std::string& deviceType, const std::string& serialNumber,

@@ -2,6 +2,7 @@
 // the record's rules can be checked on plain values.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -26,10 +27,17 @@ struct TransferState {
     List failedTransferArray;
     // The upload moves its sources: recorded (only then) so that taking it up moves them too.
     bool removeFilesAfterUpload = false;
+    // The tag of the upload's hidden copies; 0 (none) is not written.
+    std::uint32_t partialCopyTag = 0;
 };
 
 // The record's key that says the upload moves its sources (absent: it copies them).
 inline constexpr const char* kMoveKey = "removeFilesAfterUpload";
+// The record's key of the tag that marks the upload's hidden copies (8 hex digits): what a
+// crash left at the destination is told from another upload's copies by it.
+inline constexpr const char* kPartialCopyTagKey = "partialCopyTag";
+// The tag a record holds; 0 when it holds none, or none of the right form.
+std::uint32_t partialCopyTagOf(const Record& record);
 
 // The keys of a pending source entry, in the order they are written.
 inline constexpr const char* kPendingEntryKeys[] = {"filesSelectCheckbox", "fileName",

@@ -78,6 +78,7 @@ class CliNas : public CliTest {
             "<key>" +
             serial() +
             "</key><dict><key>isFileTransferCompleted</key><false/>"
+            "<key>partialCopyTag</key><string>0000abcd</string>"
             "<key>selectedDestinationShare</key><string>" +
             home.path() + "/.QVTransfer/" + folder +
             "</string><key>sourceFilesPendingArray</key><array><dict>"
@@ -440,9 +441,12 @@ TEST_F(CliNas, AResumeWithAPasswordTheDeviceRefusesNamesThePassword) {
 TEST_F(CliNas, ANewUploadInPlaceOfTheRecordedOneRemovesTheHiddenCopiesItLeftOnTheShare) {
     fs::create_directories(share("Family") + "/Trips");
     recordPendingMemo("Family/Trips");
-    const std::string hidden = ".qvtransfer-00000000deadbeef.part";
+    const std::string hidden = ".qvtransfer-0000abcddeadbeef.part";
     test::writeFile(share("Family") + "/Trips/" + hidden, "half a memo");
     test::writeFile(share("Family") + "/" + hidden, "not where the memo went");
+    // Another upload's, in the same folder: not the replaced upload's to remove.
+    const std::string anotherUploads = ".qvtransfer-1234abcddeadbeef.part";
+    test::writeFile(share("Family") + "/Trips/" + anotherUploads, "another upload's");
     test::writeFile(work / "src/new.txt", "new\n");
     auto args = deviceArgs();
     for (const std::string a : {"--user", kUser, "--password-stdin", "--replace-interrupted",
@@ -457,6 +461,7 @@ TEST_F(CliNas, ANewUploadInPlaceOfTheRecordedOneRemovesTheHiddenCopiesItLeftOnTh
     EXPECT_EQ(test::readFile(share("Family") + "/Trips/new.txt"), "new\n");
     EXPECT_FALSE(fs::exists(share("Family") + "/Trips/" + hidden));
     EXPECT_TRUE(fs::exists(share("Family") + "/" + hidden));
+    EXPECT_EQ(test::readFile(share("Family") + "/Trips/" + anotherUploads), "another upload's");
 }
 
 // A new upload to another share takes the place of the recorded one: that upload's hidden
@@ -464,7 +469,7 @@ TEST_F(CliNas, ANewUploadInPlaceOfTheRecordedOneRemovesTheHiddenCopiesItLeftOnTh
 TEST_F(CliNas, TheHiddenCopiesOfAnUploadReplacedFromAnotherShareGoWithTheNextUploadThere) {
     fs::create_directories(share("Family") + "/Trips");
     recordPendingMemo("Family/Trips");
-    const std::string hidden = ".qvtransfer-00000000feedbeef.part";
+    const std::string hidden = ".qvtransfer-0000abcdfeedbeef.part";
     test::writeFile(share("Family") + "/Trips/" + hidden, "half a memo");
     test::writeFile(work / "src/new.txt", "new\n");
     auto args = deviceArgs();

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/duplicate_name.h"
+#include "engine/partial_copy.h"
 #include "engine/path_names.h"
 #include "engine_fixture.h"
 
@@ -84,4 +85,44 @@ TEST(DuplicateName, TakenCandidatesAreSkippedIgnoringExtensions) {
     EXPECT_EQ(s.c->getDuplicateFileName(s.at("report")), "report copy 3");
     EXPECT_EQ(s.c->getDuplicateFileName(s.at("memo")), "memo copy 2");
     EXPECT_EQ(s.c->getDuplicateFileName(s.at("album")), "album copy 2");
+}
+
+// An upload's hidden copies carry its tag: the names of one upload are told from another's.
+TEST(PartialCopyNames, EachUploadsHiddenCopiesCarryItsTag) {
+    const std::string a = lastPathComponent(temporaryPathFor("/d/photo.raw", 0x1234abcd));
+    const std::string b = lastPathComponent(temporaryPathFor("/d/photo.raw", 0x1234abcd));
+    EXPECT_EQ(deletingLastPathComponent(temporaryPathFor("/d/photo.raw", 0x1234abcd)), "/d");
+    EXPECT_TRUE(a.starts_with(".qvtransfer-1234abcd")) << a;
+    EXPECT_TRUE(a.ends_with(".part")) << a;
+    EXPECT_NE(a, b);
+    EXPECT_TRUE(isTemporaryName(a));
+    EXPECT_TRUE(isTemporaryNameOf(a, 0x1234abcd));
+    EXPECT_FALSE(isTemporaryNameOf(a, 0x1234abce));
+    EXPECT_FALSE(isTemporaryNameOf(a, 0));
+    EXPECT_FALSE(isTemporaryNameOf(".qvtransfer-1234abcd.part", 0x1234abcd));
+    EXPECT_FALSE(isTemporaryNameOf("photo.raw", 0x1234abcd));
+    EXPECT_EQ(partialCopyTagFrom(partialCopyTagText(0x0000abcd)), 0x0000abcdu);
+    EXPECT_NE(newPartialCopyTag(), 0u);
+}
+
+// What a crash of one upload left is swept away when it is taken up; another upload's hidden
+// copies in the same folders, and a file of the user's named like one, stay.
+TEST(PartialCopyNames, OnlyTheUploadsOwnLeftoversAreSwept) {
+    test::TempDir dest;
+    std::filesystem::create_directories(dest / "Trip/Day 1");
+    const std::string own = ".qvtransfer-1234abcd00000001.part";
+    const std::string anothers = ".qvtransfer-9999999900000001.part";
+    const std::string users = ".qvtransfer-1111111111111111.part";
+    for (const std::string& folder : {dest.path(), dest / "Trip", dest / "Trip/Day 1"})
+        for (const std::string& name : {own, anothers, users})
+            test::writeFile(folder + "/" + name, "part");
+    const List pending{Record{{"fullFilePath", "/src/Trip"}, {"numberOfFolders", "1 folder"}}};
+    removeLeftoverCopiesOf(pending, dest.path(), 0);  // no tag known: nothing goes
+    EXPECT_TRUE(std::filesystem::exists(dest / own));
+    removeLeftoverCopiesOf(pending, dest.path(), 0x1234abcd);
+    for (const std::string& folder : {dest.path(), dest / "Trip", dest / "Trip/Day 1"}) {
+        EXPECT_FALSE(std::filesystem::exists(folder + "/" + own)) << folder;
+        EXPECT_TRUE(std::filesystem::exists(folder + "/" + anothers)) << folder;
+        EXPECT_TRUE(std::filesystem::exists(folder + "/" + users)) << folder;
+    }
 }

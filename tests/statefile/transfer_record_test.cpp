@@ -225,3 +225,21 @@ TEST(TransferDataRoot, KeyedByDeviceType) {
     EXPECT_TRUE(buildTransferDataRoot("USB", "SN1", "UUID-1", rec).empty());
     EXPECT_TRUE(buildTransferDataRoot("NAS", "", "UUID-1", rec).empty());
 }
+
+TEST(TransferRecord, TheTagOfTheUploadsHiddenCopiesIsRecordedAndReadBack) {
+    TransferState s;
+    s.sourceFilesArray = List{fullEntry("/home/u/a.txt")};
+    EXPECT_EQ(buildTransferRecord(s).find(kPartialCopyTagKey), nullptr);
+    s.partialCopyTag = 0x00c0ffee;
+    const Record record = buildTransferRecord(s);
+    EXPECT_EQ(record.string(kPartialCopyTagKey), "00c0ffee");
+    EXPECT_EQ(partialCopyTagOf(record), 0x00c0ffeeu);
+    // A tag of another form or type, or none, is no tag: nothing is swept under it.
+    for (const Value& bad : {Value("00C0FFEE"), Value("c0ffee"), Value("00c0ffee0"),
+                             Value("0000000g"), Value("00000000"), Value(std::int64_t{12})}) {
+        Record forged = record;
+        forged.set(kPartialCopyTagKey, bad);
+        EXPECT_EQ(partialCopyTagOf(forged), 0u);
+    }
+    EXPECT_EQ(partialCopyTagOf(Record{}), 0u);
+}

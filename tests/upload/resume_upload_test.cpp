@@ -51,10 +51,14 @@ void writeState(UploadSession& s, const std::string& key, const Record& record) 
         platform::writePropertyList(s.c().transferDataFilePath, Value(Record{{key, record}})));
 }
 
+// The tag of the recorded upload's hidden copies: theirs start ".qvtransfer-01234567".
+constexpr const char* kRecordedTag = "01234567";
+
 Record savedUpload(const List& pending, const std::string& destination, const List& failed = {}) {
     return Record{{"isFileTransferCompleted", false},        {"isFileTransferPaused", true},
                   {"selectedDestinationShare", destination}, {"sourceFilesPendingArray", pending},
-                  {"inProcessSourceFilesArray", List{}},     {"failedTransferArray", failed}};
+                  {"inProcessSourceFilesArray", List{}},     {"failedTransferArray", failed},
+                  {"partialCopyTag", kRecordedTag}};
 }
 
 void resume(UploadSession& s) {
@@ -299,9 +303,14 @@ TEST_F(ResumeUpload, ANewUploadInPlaceOfAnUnfinishedOneRemovesTheHiddenCopiesItL
     const std::string trip = makeFolder(sources.path(), "Trip", 4);
     const std::string backup = volume.path() + "/Backup";
     const std::string hidden = ".qvtransfer-0123456789abcdef.part";
+    // Another upload's, to the same folder (another computer's, another user's): not the
+    // replaced upload's to remove.
+    const std::string anotherUploads = ".qvtransfer-89abcdef01234567.part";
     for (const std::string& folder :
-         {backup, backup + "/Trip", backup + "/Trip/part 1", volume.path() + "/Other"})
+         {backup, backup + "/Trip", backup + "/Trip/part 1", volume.path() + "/Other"}) {
         test::writeFile(folder + "/" + hidden, "part of a file");
+        test::writeFile(folder + "/" + anotherUploads, "another upload's");
+    }
     test::writeFile(backup + "/Trip/part 1/item 1.txt", "arrived before");
 
     UploadSession s(dasDeviceFor(volume));
@@ -321,6 +330,9 @@ TEST_F(ResumeUpload, ANewUploadInPlaceOfAnUnfinishedOneRemovesTheHiddenCopiesItL
     EXPECT_EQ(test::readFile(backup + "/Trip/part 1/item 1.txt"), "arrived before");
     // A folder the replaced upload was not going to is left alone.
     EXPECT_TRUE(fs::exists(volume.path() + "/Other/" + hidden));
+    for (const std::string& folder :
+         {backup, backup + "/Trip", backup + "/Trip/part 1", volume.path() + "/Other"})
+        EXPECT_EQ(test::readFile(folder + "/" + anotherUploads), "another upload's") << folder;
 }
 
 TEST_F(ResumeUpload, TheFailuresFromBeforeTheRestartAreNotShown) {
@@ -481,8 +493,12 @@ TEST_F(ResumeUpload, AnUploadOpenInAnotherProcessIsNotTakenUpBesideIt) {
     const std::string file = sources.path() + "/memo.txt";
     test::writeFile(file, "memo");
     const std::string dest = volume.path() + "/Uploads";
-    const std::string partial = engine::temporaryPathFor(dest + "/memo.txt");
+    const std::string partial = engine::temporaryPathFor(dest + "/memo.txt", 0x01234567);
     test::writeFile(partial, "me");
+    // Another upload's hidden copy in the same folder (another computer writing to it): taking
+    // this upload up never removes it.
+    const std::string anotherUploads = engine::temporaryPathFor(dest + "/memo.txt", 0x89abcdef);
+    test::writeFile(anotherUploads, "another upload's");
     UploadSession s(dasDeviceFor(volume));
     writeState(s, volume.uuid(), savedUpload(List{pendingEntry(file, 1, 0, 4)}, dest));
     const std::string saved = test::readFile(s.c().transferDataFilePath);
@@ -510,6 +526,7 @@ TEST_F(ResumeUpload, AnUploadOpenInAnotherProcessIsNotTakenUpBesideIt) {
     ASSERT_TRUE(s.waitCompleted()) << s.logText() << resumeProblem(s);
     EXPECT_EQ(test::readFile(dest + "/memo.txt"), "memo");
     EXPECT_FALSE(fs::exists(partial));
+    EXPECT_EQ(test::readFile(anotherUploads), "another upload's");
     // This process holds the lock while its controller lives.
     EXPECT_FALSE(test::anotherProcessCouldLock(lock));
 }
