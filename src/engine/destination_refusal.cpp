@@ -37,7 +37,19 @@ bool QVTransferPrivate::sourceHoldsDestination(const std::string& source,
                                                const std::string& realDestination) {
     if (realDestination.empty() || !fmt::files().isFolder(source)) return false;
     const std::string realSource = fmt::files().realPath(source);
-    return !realSource.empty() && qvt::engine::isUnder(realDestination, realSource);
+    if (realSource.empty()) return false;
+    if (qvt::engine::isUnder(realDestination, realSource)) return true;
+    // The same folder can be reached by two paths that no link joins: a folder mounted again
+    // somewhere else (a bind mount) is the one folder under another name. Each folder the
+    // destination lies in is compared with the source by what it is, not by its name.
+    const auto identity = fmt::files().identity(realSource);
+    if (!identity) return false;
+    for (std::string folder = realDestination; folder.size() > 1;
+         folder = qvt::engine::deletingLastPathComponent(folder)) {
+        const auto other = fmt::files().identity(folder);
+        if (other && *other == *identity) return true;
+    }
+    return false;
 }
 
 std::string QVTransferPrivate::destinationRefusal(const std::string& destination) {

@@ -2,6 +2,7 @@
 // link may not lead the files off the device's volume, and a folder is never uploaded into
 // itself. A source folder whose name a file at the destination holds gets a free name.
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 
 #include "platform/plist_io.h"
 #include "upload_fixture.h"
@@ -99,6 +100,37 @@ TEST_F(DasDestination, AFolderIsNeverUploadedIntoItselfOrAFolderInsideIt) {
     EXPECT_EQ(notices(s).size(), 3u);
     EXPECT_EQ(difference(before, snapshot(volume.path() + "/Backup/Photos", true)), "");
     EXPECT_EQ(test::readFile(volume.path() + "/Backup/memo.txt"), "memo");
+}
+
+// A source folder mounted a second time somewhere else (a bind mount) is the same folder under
+// another name that no link joins: uploading it into a folder inside it is refused all the
+// same, where it would copy its own copies again and again.
+TEST_F(DasDestination, AFolderMountedAgainElsewhereIsNotUploadedIntoItself) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    UploadSession s(dasDeviceFor(volume));
+    const std::string photos = volume.path() + "/Photos";
+    test::writeFile(photos + "/a.jpg", "a");
+    fs::create_directories(photos + "/Trips");
+    const std::string bound = box.root() + "/Bound";
+    fs::create_directories(bound);
+    ASSERT_EQ(::mount(photos.c_str(), bound.c_str(), nullptr, MS_BIND, nullptr), 0);
+    struct Unmount {
+        std::string path;
+        ~Unmount() { ::umount2(path.c_str(), MNT_DETACH); }
+    } unmount{bound};
+    ASSERT_TRUE(s.addSources({bound}));
+    ASSERT_TRUE(s.toDestination(false));
+
+    s.upload(photos + "/Trips");
+    ASSERT_TRUE(s.settle());
+    const auto said = notices(s);
+    ASSERT_EQ(said.size(), 1u);
+    EXPECT_EQ(said.back(), "The destination folder is inside " + bound +
+                               ", which is being uploaded: a folder cannot be uploaded into "
+                               "itself. Choose a destination outside it.");
+    EXPECT_EQ(namesIn(photos + "/Trips"), std::set<std::string>{});
+    EXPECT_EQ(s.c().job().state(), engine::UploadState::Idle);
 }
 
 // A source that lies in the destination folder itself would be copied onto itself: a folder
