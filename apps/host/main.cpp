@@ -132,6 +132,13 @@ std::optional<qvt::Record> deviceRecord(const HostOptions& o, std::string& error
             error = "cannot read a device record from " + o.recordFile;
             return std::nullopt;
         }
+        // The wizard has no screen for a device of no known kind: it would open an empty
+        // window and wait there.
+        const std::string type = value->asRecord()->string("deviceType");
+        if (type != "NAS" && type != "DAS") {
+            error = "the device record in " + o.recordFile + " has no deviceType NAS or DAS";
+            return std::nullopt;
+        }
         return *value->asRecord();
     }
     if (o.das) {
@@ -259,8 +266,14 @@ void suspendAtTheEndOfTheSession(QApplication& app, const std::shared_ptr<QVTran
     QObject::connect(notifier, &QSocketNotifier::activated, notifier, [weak] {
         unsigned char number = 0;
         if (read(sessionEndPipe[0], &number, 1) != 1) return;
-        if (const auto w = weak.lock()) w->suspendForEndOfSession();
-        std::printf("the desktop session ends: an upload under way is recorded for --resume\n");
+        bool recorded = false;
+        if (const auto w = weak.lock()) {
+            w->suspendForEndOfSession();
+            recorded = w->hasUploadToResume();
+        }
+        std::printf(recorded
+                        ? "the desktop session ends: an upload under way is recorded for --resume\n"
+                        : "the desktop session ends\n");
         std::fflush(stdout);
         // The copy thread may be inside a file: the process ends as the signal would have
         // ended it, after the record was written. The file's hidden copy goes when the upload

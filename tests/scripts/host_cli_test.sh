@@ -38,6 +38,9 @@ expect_status 2 "nas without serial" "$host" --nas 127.0.0.1 --name Box
 expect_status 2 "nas without name" "$host" --nas 127.0.0.1 --serial SN1
 expect_status 2 "das without folders" "$host" --das
 expect_status 2 "record flag without value" "$host" --record
+printf '<?xml version="1.0"?><plist version="1.0"><dict><key>deviceType</key><string>USB</string></dict></plist>' \
+    >"$work/unknown-kind.plist"
+expect_status 2 "record of no known kind of device" timeout 20 "$host" --record "$work/unknown-kind.plist"
 
 # A folder that is no mounted volume: the host says so at once, names the volume and what to
 # do, and ends with 1 (the screenshot shows the message).
@@ -146,6 +149,28 @@ PLIST
     fi
 else
     echo "FAIL: no loop-mounted ext4 volume for the session's end (run as root)"
+    failures=$((failures + 1))
+fi
+
+# The end of the desktop session with no upload under way says nothing is recorded. The signal
+# is sent once the host has its handler for it (its caught signals include SIGTERM).
+# (A home of its own: the one above records an upload.)
+mkdir -p "$work/home2"
+HOME="$work/home2" "$host" --das "$work/Volume" --name "Demo Drive" >"$work/out" 2>"$work/err" &
+pid=$!
+for _ in $(seq 300); do
+    caught=$(awk '/^SigCgt:/ { print $2 }' "/proc/$pid/status" 2>/dev/null)
+    [ -n "$caught" ] && (((0x$caught >> 14) & 1)) && break
+    sleep 0.1
+done
+kill -TERM "$pid"
+wait "$pid"
+got=$?
+if [ "$got" -eq 143 ] && grep -q "the desktop session ends" "$work/out" &&
+    ! grep -q "recorded for --resume" "$work/out"; then
+    passed=$((passed + 1))
+else
+    echo "FAIL: SIGTERM with no upload: exit $got"; cat "$work/out" "$work/err"
     failures=$((failures + 1))
 fi
 
