@@ -119,20 +119,24 @@ void QVTransferPrivate::noteCopyLeftByStop(const std::string& partial) {
         log().write("QVTransfer: noteCopyLeftByStop: the note could not be written\n");
 }
 
-void QVTransferPrivate::removeCopiesLeftByStops(const std::string& destination) {
+bool QVTransferPrivate::removeCopiesLeftByStops(const std::string& destination) {
     const std::string file = leftoverFile(*this);
     std::vector<LeftoverCopy> copies = qvt::session::readLeftoverCopies(file);
-    if (copies.empty()) return;
+    if (copies.empty()) return false;
     const auto place = placeOf(*this, destination);
     // Only the volume the destination lies on is known to be this one, mounted and here.
-    if (!place || fs::files().volumeFacts(place->root).remountURL.empty()) return;
+    if (!place || fs::files().volumeFacts(place->root).remountURL.empty()) return false;
     std::vector<LeftoverCopy> kept;
+    bool keptHere = false;
     for (const LeftoverCopy& copy : copies) {
         // A note that could lead anywhere else is dropped unread.
         if (!usable(copy)) continue;
-        if (copy.device != place->device || copy.share != place->share ||
-            !removeNoted(*this, copy, place->root))
+        const bool here = copy.device == place->device && copy.share == place->share;
+        if (!here || !removeNoted(*this, copy, place->root)) {
             kept.push_back(copy);
+            keptHere = keptHere || here;
+        }
     }
     if (kept.size() != copies.size()) qvt::session::writeLeftoverCopies(file, kept);
+    return keptHere;
 }

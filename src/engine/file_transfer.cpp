@@ -271,7 +271,10 @@ bool QVTransferPrivate::discardPartialCopy() {
         // With the device away the file stays where it is, and once it is no longer the file
         // in hand only the note finds it again; a volume that went away answers "no such
         // file" for its files.
-        if (rc != 0 && (rc != ENOENT || destinationVolumeLost(*this))) noteCopyLeftByStop(partial);
+        if (rc != 0 && (rc != ENOENT || destinationVolumeLost(*this))) {
+            noteCopyLeftByStop(partial);
+            job().copiesLeftNoted = true;
+        }
     }
     job().inProcessDestFilePath.set("");
     job().renamingTo.set("");
@@ -344,6 +347,11 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     c.processFileTransferStatus(source, target, error);
     upload.inProcessDestFilePath.set("");
     if (!error) c.view()->fileArrived(source, target);
+    // A share lets go of a file that an old connection held open once that connection has
+    // ended: a hidden copy it refused to remove is tried again now.
+    if (upload.copiesLeftNoted.exchange(false) &&
+        c.removeCopiesLeftByStops(c.selectedDestinationShare.get()))
+        upload.copiesLeftNoted = true;
     return Step::Done;
 }
 

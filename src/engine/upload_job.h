@@ -148,6 +148,9 @@ class UploadJob {
     // The tag of this upload's hidden copies (see partialCopyTag in the record): chosen when
     // the upload starts, kept when it is taken up again.
     std::atomic<std::uint32_t> partialCopyTag{0};
+    // A hidden copy this upload could not remove was noted (a share that still holds it open
+    // through a connection that stalled): it is tried again after each file and at the end.
+    std::atomic<bool> copiesLeftNoted{false};
     // The names in use in the destination folders where a name clashed; begin() forgets them.
     TakenNames takenNames;
 

@@ -253,6 +253,48 @@ TEST_F(VolumeRecovery, AVolumeMountedAgainElsewhereGetsTheRestOfTheUpload) {
     EXPECT_EQ(leftovers(elsewhere), std::vector<std::string>{});
 }
 
+// A file layer whose device refuses, for a while, to remove hidden copies (as a share does
+// while a connection that stalled still holds the file open), and fails one file's copy after
+// writing part of it.
+class BusyHiddenCopies : public platform::FileLayer {
+  public:
+    int copyItem(const std::string& from, const std::string& to) override {
+        if (!from.ends_with("/refused.bin")) return FileLayer::copyItem(from, to);
+        test::writeFile(to, "part of it");
+        return EACCES;
+    }
+    int removeItem(const std::string& path) override {
+        if (engine::isTemporaryName(fs::path(path).filename().string()) && busy > 0) {
+            --busy;
+            return EBUSY;
+        }
+        return FileLayer::removeItem(path);
+    }
+    std::atomic<int> busy{1};
+};
+
+// A hidden copy the device would not let go of at first is removed once it does, in the same
+// upload: nothing of it is left when the upload ends.
+TEST_F(VolumeRecovery, AHiddenCopyTheDeviceHeldAtFirstGoesBeforeTheUploadEnds) {
+    BusyHiddenCopies files;
+    FilesOverride useFiles(&files);
+    test::TempDir sources;
+    test::writeFile(sources / "refused.bin", "refused");
+    test::writeFile(sources / "next.txt", "next\n");
+    const std::string backup = volume->path() + "/Backup";
+    UploadSession s(dasDeviceFor(*volume));
+    ASSERT_TRUE(s.addSources({sources / "refused.bin", sources / "next.txt"}));
+    ASSERT_TRUE(s.toDestination(false));
+    s.upload(backup);
+    ASSERT_TRUE(s.waitCompleted()) << s.logText();
+    EXPECT_EQ(files.busy.load(), 0);  // the first removal was refused
+    EXPECT_EQ(s.failures().size(), 1u);
+    EXPECT_EQ(test::readFile(backup + "/next.txt"), "next\n");
+    EXPECT_EQ(leftovers(volume->path()), std::vector<std::string>{});
+    EXPECT_FALSE(
+        fs::exists(fs::path(s.c().transferDataFilePath).parent_path() / "LeftoverCopies.plist"));
+}
+
 // A stop while the disk is away cannot remove the hidden copy of the file in hand; it goes with
 // the next upload to that volume once the disk is back.
 TEST_F(VolumeRecovery, TheHiddenCopyAStopLeavesWhileTheDiskIsAwayGoesWithTheNextUpload) {
