@@ -281,6 +281,14 @@ bool QVTransferPrivate::discardPartialCopy() {
     return true;
 }
 
+void QVTransferPrivate::removeCopiesLeftNoted() {
+    qvt::engine::UploadJob& upload = job();
+    // Only on the volume the upload writes to, while it is there: a note for a volume that
+    // went away must wait for it, not be taken as done by a folder left in its place.
+    if (!upload.copiesLeftNoted || upload.ended() || destinationVolumeLost(*this)) return;
+    upload.copiesLeftNoted = removeCopiesLeftByStops(selectedDestinationShare.get());
+}
+
 namespace {
 
 enum class Step { Done, Retry };
@@ -349,9 +357,7 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     if (!error) c.view()->fileArrived(source, target);
     // A share lets go of a file that an old connection held open once that connection has
     // ended: a hidden copy it refused to remove is tried again now.
-    if (upload.copiesLeftNoted.exchange(false) &&
-        c.removeCopiesLeftByStops(c.selectedDestinationShare.get()))
-        upload.copiesLeftNoted = true;
+    c.removeCopiesLeftNoted();
     return Step::Done;
 }
 

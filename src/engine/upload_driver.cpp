@@ -245,8 +245,7 @@ void QVTransferPrivate::walkSourceFiles(bool afterRestart) {
 
     // What could not be removed yet is tried once more before the upload ends; what still
     // cannot be stays noted for the next upload to the share or volume.
-    if (upload.copiesLeftNoted.exchange(false))
-        removeCopiesLeftByStops(selectedDestinationShare.get());
+    removeCopiesLeftNoted();
     // No more files are reported from this walk: the last report goes out now rather than
     // after its spacing, which would hold up the end.
     perFileStatusUpdate->finish();

@@ -314,6 +314,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // Removes the noted hidden copies on the share or volume `destination` lies on.
     // Answers whether a noted copy there could not be removed yet (and stays noted).
     bool removeCopiesLeftByStops(const std::string& destination);
+    // The same for the copies this upload noted, while it runs and its volume is there.
+    void removeCopiesLeftNoted();
     // The clash-free name (no folder, no extension) for a path given without its extension.
     std::string getDuplicateFileName(const std::string& pathWithoutExtension);
     // The end-of-upload step: final texts, bars, failed list, messages and the last save (main).
