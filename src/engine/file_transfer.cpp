@@ -1,6 +1,5 @@
 // Copying one source to the destination: clash-free names, folders merged, retries after a lost
 // or full device.
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -157,35 +156,16 @@ constexpr int kSourceKeptChanging = -1;
 // Copies of one file tried while its source changes under them, before it counts as failed.
 constexpr int kCopiesOfAChangingSource = 3;
 
-// Whether the source was written to since `since`: its modification time, asked only once a
-// copy of it came out another size than it has now.
-bool changedSince(const std::string& source, std::chrono::system_clock::time_point since) {
-    struct stat st {};
-    if (::stat(source.c_str(), &st) != 0) return true;  // gone or replaced
+// Whether the source was written to since `since`, by its stamp taken after the copy (none:
+// it is gone or was replaced).
+bool changedSince(const std::optional<fs::ItemStamp>& now,
+                  std::chrono::system_clock::time_point since) {
+    if (!now) return true;
     const auto modified = std::chrono::system_clock::time_point(
         std::chrono::duration_cast<std::chrono::system_clock::duration>(
-            std::chrono::seconds(st.st_mtim.tv_sec) +
-            std::chrono::nanoseconds(st.st_mtim.tv_nsec)));
+            std::chrono::seconds(now->modifiedSeconds) +
+            std::chrono::nanoseconds(now->modifiedNanoseconds)));
     return modified >= since;
-}
-
-// What a source's contents are known by without reading them again: a write moves its
-// modification time (and may change its size), a file put in its place has another identity.
-struct SourceStamp {
-    dev_t device = 0;
-    ino_t inode = 0;
-    off_t size = 0;
-    timespec modified{};
-    bool operator==(const SourceStamp& o) const {
-        return device == o.device && inode == o.inode && size == o.size &&
-               modified.tv_sec == o.modified.tv_sec && modified.tv_nsec == o.modified.tv_nsec;
-    }
-};
-
-std::optional<SourceStamp> stampOf(const std::string& source) {
-    struct stat st {};
-    if (::stat(source.c_str(), &st) != 0) return std::nullopt;
-    return SourceStamp{st.st_dev, st.st_ino, st.st_size, st.st_mtim};
 }
 
 // Whether the copy at `copy` holds all of `source`: a share reports some write errors only as
@@ -220,21 +200,21 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
     for (int copies = 1;; ++copies) {
         // A second early: file systems keep modification times more coarsely than this clock.
         const auto started = std::chrono::system_clock::now() - std::chrono::seconds(1);
-        const std::optional<SourceStamp> before = stampOf(source);
+        const std::optional<fs::ItemStamp> before = files.stamp(source);
         rc = files.copyItem(source, partial);
         // An unknown write error on a link is what writing through the link reports after the
         // data went through: the copy counts as done.
         if (fs::platformErrorCode(rc) == fs::kUnknownWriteError && files.isAlias(partial)) rc = 0;
         if (rc != 0) break;
         rc = checkWhole(source, partial);
+        const std::optional<fs::ItemStamp> after = files.stamp(source);
         // A source written to while it was read gives a copy of no moment of it, though it may
         // be of the size the source has now (the part read before the write is old, the rest
         // new): such a copy is made again. A source removed once read was copied whole. A copy
         // of another size than its source, which nobody wrote to meanwhile, is the device's
         // fault.
-        const std::optional<SourceStamp> after = stampOf(source);
         const bool rewritten = before && after && !(*before == *after);
-        if (!rewritten && (rc == 0 || !changedSince(source, started))) break;
+        if (!rewritten && (rc == 0 || !changedSince(after, started))) break;
         if (copies == kCopiesOfAChangingSource || c.job().cancelled()) {
             rc = kSourceKeptChanging;
             break;

@@ -260,6 +260,15 @@ std::optional<ItemIdentity> FileLayer::identity(const std::string& path) {
                         static_cast<std::uint64_t>(st.st_ino)};
 }
 
+std::optional<ItemStamp> FileLayer::stamp(const std::string& path) {
+    struct stat st {};
+    if (path.empty() || statPath(path, &st) != 0) return std::nullopt;
+    return ItemStamp{{static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino)},
+                     static_cast<std::uint64_t>(st.st_size),
+                     static_cast<std::int64_t>(st.st_mtim.tv_sec),
+                     static_cast<std::int64_t>(st.st_mtim.tv_nsec)};
+}
+
 bool FileLayer::isAlias(const std::string& path) {
     if (path.empty() || shareMounts().resolve(path)) return false;
     struct stat st {};

@@ -82,6 +82,16 @@ struct ItemIdentity {
     bool operator==(const ItemIdentity&) const = default;
 };
 
+// What a file's contents are known by without reading them: a write moves its modification
+// time (and may change its length), a file put in its place has another identity.
+struct ItemStamp {
+    ItemIdentity identity;
+    std::uint64_t size = 0;
+    std::int64_t modifiedSeconds = 0;
+    std::int64_t modifiedNanoseconds = 0;
+    bool operator==(const ItemStamp&) const = default;
+};
+
 class FileLayer {
   public:
     virtual ~FileLayer() = default;
@@ -120,6 +130,8 @@ class FileLayer {
     // Which item the path leads to (following links): its device and inode, equal for two
     // paths exactly when they reach the same item; nothing when it cannot be read.
     virtual std::optional<ItemIdentity> identity(const std::string& path);
+    // The stamp of the item the path leads to (following links); nothing when it cannot be read.
+    virtual std::optional<ItemStamp> stamp(const std::string& path);
     // The path of a local item with every link and "." or ".." resolved, as the kernel reaches
     // it; "" when it cannot be read, and for a share's path (a share keeps its links to itself).
     virtual std::string realPath(const std::string& path);

@@ -1,4 +1,5 @@
 // The file layer on local paths: items, copies, errors and volume facts.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,6 +32,42 @@ TEST_F(LocalFilesTest, RenameGivesANewNameButNeverReplacesOne) {
     EXPECT_EQ(test::readFile(path("free")), "new");
     EXPECT_FALSE(std::filesystem::exists(path("partial")));
     EXPECT_EQ(files().renameItem(path("gone"), path("other")), ENOENT);
+}
+
+// A stamp changes with a write, even one that keeps the length, and with a file put in the
+// place of the old one; it stays while nobody touches the file and follows a link.
+TEST_F(LocalFilesTest, AStampTellsAWriteOrAReplacementWithoutReadingTheFile) {
+    test::writeFile(path("a.txt"), "first");
+    const auto first = files().stamp(path("a.txt"));
+    ASSERT_TRUE(first.has_value());
+    EXPECT_EQ(first->size, 5u);
+    EXPECT_EQ(files().stamp(path("a.txt")), first);
+
+    // Same length, later time: set explicitly, as a write within one clock tick keeps it.
+    test::writeFile(path("a.txt"), "again");
+    const timespec later[2] = {{first->modifiedSeconds + 5, 0}, {first->modifiedSeconds + 5, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, path("a.txt").c_str(), later, 0), 0);
+    const auto rewritten = files().stamp(path("a.txt"));
+    ASSERT_TRUE(rewritten.has_value());
+    EXPECT_EQ(rewritten->identity, first->identity);
+    EXPECT_EQ(rewritten->size, 5u);
+    EXPECT_NE(rewritten, first);
+
+    // Another file under the same name, with the same length and time.
+    test::writeFile(path("b.txt"), "other");
+    const timespec same[2] = {{rewritten->modifiedSeconds, rewritten->modifiedNanoseconds},
+                              {rewritten->modifiedSeconds, rewritten->modifiedNanoseconds}};
+    ASSERT_EQ(utimensat(AT_FDCWD, path("b.txt").c_str(), same, 0), 0);
+    ASSERT_EQ(::rename(path("b.txt").c_str(), path("a.txt").c_str()), 0);
+    const auto replaced = files().stamp(path("a.txt"));
+    ASSERT_TRUE(replaced.has_value());
+    EXPECT_NE(replaced->identity, rewritten->identity);
+    EXPECT_NE(replaced, rewritten);
+
+    ASSERT_EQ(symlink(path("a.txt").c_str(), path("link").c_str()), 0);
+    EXPECT_EQ(files().stamp(path("link")), replaced);
+    EXPECT_FALSE(files().stamp(path("gone")).has_value());
+    EXPECT_FALSE(files().stamp("").has_value());
 }
 
 TEST_F(LocalFilesTest, ExistenceAndFolderTestsFollowLinks) {
