@@ -167,7 +167,7 @@ void ConsoleSession::showPauseChange() {
     // goes on, so neither is said; "Stopped." follows.
     if (delegate_->cancelled || status.state == engine::UploadState::Cancelled) {
         waits_.forget();
-        pausedShown_ = status.paused;
+        pausedShown_ = status.pausedByUser;
         return;
     }
     for (const WaitChange& change :
@@ -185,7 +185,9 @@ void ConsoleSession::showPauseChange() {
                 std::printf("%s\n", consoleText(device ? "DEVICE_BACK" : "ROOM_AGAIN").c_str());
         }
     }
-    const bool paused = status.paused;
+    // Only the user's own pause is told as one: a wait for the device or for space has its own
+    // lines above, and its end says that the upload goes on.
+    const bool paused = status.pausedByUser;
     if (paused == pausedShown_) return;
     pausedShown_ = paused;
     clearProgressLine();

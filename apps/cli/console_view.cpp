@@ -109,6 +109,7 @@ void ConsoleView::showStatus(const StatusSnapshot& status) {
         std::lock_guard lock(mutex_);
         // The counters move with every file; only a turn of the upload is worth a look at once.
         turned = status.state != status_.state || status.paused != status_.paused ||
+                 status.pausedByUser != status_.pausedByUser ||
                  status.uploadedFilesShown != status_.uploadedFilesShown;
         if (status.state == engine::UploadState::Completed &&
             status_.state != engine::UploadState::Completed)

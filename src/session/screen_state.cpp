@@ -88,6 +88,7 @@ qvt::StatusSnapshot QVTransferPrivate::statusSnapshot() const {
     qvt::StatusSnapshot s;
     s.state = upload.state();
     s.paused = upload.paused();
+    s.pausedByUser = upload.pausedFor(qvt::engine::PauseReason::User);
     s.deviceMissing = upload.pausedFor(qvt::engine::PauseReason::DeviceMissing);
     s.deviceFull = upload.pausedFor(qvt::engine::PauseReason::DeviceFull);
     s.stillFull = upload.stillFull;

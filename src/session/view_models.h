@@ -83,6 +83,9 @@ struct FailedItem {
 struct StatusSnapshot {
     engine::UploadState state = engine::UploadState::Idle;
     bool paused = false;
+    // The user's own pause (the pause key or button, or the stop question while it is open),
+    // apart from the waits for the device and for space.
+    bool pausedByUser = false;
     bool deviceMissing = false;
     bool deviceFull = false;
     // The device stayed full after its one dialog: the copy tries again each second.

@@ -552,6 +552,9 @@ TEST_F(CliTest, ADeviceFullAgainIsToldOnceAndTheUploadEndsWhenThereIsRoom) {
     EXPECT_EQ(out.find("The device is full again", again + 1), std::string::npos) << out;
     EXPECT_NE(out.find("There is room again; the upload continues.", again), std::string::npos)
         << out;
+    // The waits for room are told by their own lines; the user paused nothing.
+    EXPECT_EQ(out.find("Paused."), std::string::npos) << out;
+    EXPECT_EQ(out.find("Resumed."), std::string::npos) << out;
     EXPECT_EQ(test::readFile(volume.path() + "/b.bin"), std::string(4 << 20, 'b'));
 }
 

@@ -269,6 +269,9 @@ TEST_F(CliNas, TheDeviceGoesAwayMidUploadAndTheUploadGoesOnByItselfWhenItIsBack)
         << child.output();
     EXPECT_NE(child.output().find("The device is back; the upload continues."), std::string::npos)
         << child.output();
+    // The wait is told by its own lines; the user paused nothing.
+    EXPECT_EQ(child.output().find("Paused."), std::string::npos) << child.output();
+    EXPECT_EQ(child.output().find("Resumed."), std::string::npos) << child.output();
     EXPECT_TRUE(sameTree(work / "src/Many", share("Family") + "/Trips/Many"));
     for (const auto& e : fs::recursive_directory_iterator(share("Family")))
         EXPECT_EQ(e.path().filename().string().find(".qvtransfer-"), std::string::npos) << e.path();
