@@ -192,7 +192,10 @@ void ConsoleSession::showPauseChange() {
     pausedShown_ = paused;
     clearProgressLine();
     if (options_.json) emitJsonEvent(paused ? "paused" : "resumed", {});
-    if (!options_.quiet) std::printf("%s\n", consoleText(paused ? "PAUSED" : "RESUMED").c_str());
+    // A pause waits for the file being copied: the user is told, so that a large file still
+    // growing at the destination is no surprise.
+    const char* text = !paused ? "RESUMED" : status.fileInProgress ? "PAUSED_AFTER_FILE" : "PAUSED";
+    if (!options_.quiet) std::printf("%s\n", consoleText(text).c_str());
     std::fflush(stdout);
     showProgress(true);
 }

@@ -89,6 +89,7 @@ qvt::StatusSnapshot QVTransferPrivate::statusSnapshot() const {
     s.state = upload.state();
     s.paused = upload.paused();
     s.pausedByUser = upload.pausedFor(qvt::engine::PauseReason::User);
+    s.fileInProgress = !upload.inProcessDestFilePath.get().empty();
     s.deviceMissing = upload.pausedFor(qvt::engine::PauseReason::DeviceMissing);
     s.deviceFull = upload.pausedFor(qvt::engine::PauseReason::DeviceFull);
     s.stillFull = upload.stillFull;

@@ -86,6 +86,8 @@ struct StatusSnapshot {
     // The user's own pause (the pause key or button, or the stop question while it is open),
     // apart from the waits for the device and for space.
     bool pausedByUser = false;
+    // A file is being copied: a pause lets it finish before the copy waits.
+    bool fileInProgress = false;
     bool deviceMissing = false;
     bool deviceFull = false;
     // The device stayed full after its one dialog: the copy tries again each second.

@@ -659,6 +659,33 @@ TEST_F(CliTest, NoToTheStopQuestionKeepsUploading) {
     EXPECT_EQ(test::readFile(volume.path() + "/held.bin"), "the held file\n");
 }
 
+// The pause key while a file is copied: the file is finished first, and the console says so.
+TEST_F(CliTest, APauseWhileAFileIsCopiedSaysTheFileIsFinishedFirst) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "held.bin", "the held file\n");
+    test::writeFile(work / "later.txt", "after the held file\n");
+
+    test::LeaseHold hold(work / "held.bin");
+    ASSERT_TRUE(hold.held());
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
+                              work / "later.txt"}));
+    ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
+    child.write("p");
+    ASSERT_TRUE(child.waitForOutput("Paused once the file being copied is finished.", kDeadline))
+        << child.output();
+    hold.release();
+    ASSERT_TRUE(pollUntil([&] { return fs::exists(volume.path() + "/held.bin"); }, kDeadline));
+    EXPECT_EQ(test::readFile(volume.path() + "/held.bin"), "the held file\n");
+    EXPECT_FALSE(fs::exists(volume.path() + "/later.txt"));
+    child.write("r");
+    ASSERT_TRUE(child.waitForOutput("Resumed.", kDeadline)) << child.output();
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_EQ(test::readFile(volume.path() + "/later.txt"), "after the held file\n");
+}
+
 TEST_F(CliTest, SigintStopsWithoutAsking) {
     TmpfsVolume volume(work / "Drive", 8 << 20);
     ASSERT_TRUE(volume.ok());

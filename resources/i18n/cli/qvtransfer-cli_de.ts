@@ -136,6 +136,11 @@
         <source>Paused.</source>
         <translation>Angehalten.</translation>
     </message>
+    <message id="PAUSED_AFTER_FILE">
+        <source>Paused once the file being copied is finished.</source>
+        <extracomment>The pause key pressed while a file is copied: that file is finished first.</extracomment>
+        <translation>Angehalten, sobald die Datei, die gerade kopiert wird, fertig ist.</translation>
+    </message>
     <message id="RESUMED">
         <source>Resumed.</source>
         <translation>Fortgesetzt.</translation>

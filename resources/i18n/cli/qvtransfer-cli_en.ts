@@ -136,6 +136,11 @@
         <source>Paused.</source>
         <translation>Paused.</translation>
     </message>
+    <message id="PAUSED_AFTER_FILE">
+        <source>Paused once the file being copied is finished.</source>
+        <extracomment>The pause key pressed while a file is copied: that file is finished first.</extracomment>
+        <translation>Paused once the file being copied is finished.</translation>
+    </message>
     <message id="RESUMED">
         <source>Resumed.</source>
         <translation>Resumed.</translation>
