@@ -377,7 +377,7 @@ Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::
                 return Step::Retry;
             }
             // The files below it were counted, and are met here: they are not gone.
-            c.job().filesMet += qvt::source::countItem(source).files;
+            c.job().filesMet += qvt::source::countItem(source, c.sourceWalkOptions()).files;
             c.processFileTransferStatus(source, destination, failureOfNamed(c, rc, destination));
             return Step::Done;
         }
@@ -441,6 +441,12 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
         }
 
         const bool folderLink = isFolder && fs::files().isAlias(sourcePath);
+        // The mount folder holds the device itself: it is neither counted nor copied.
+        if (isFolder && isLeftOutOfWalks(sourcePath, folderLink)) {
+            log().write(
+                fs::format("QVTransfer: transferFile: mount folder left out: %@\n", sourcePath));
+            break;
+        }
         if (folderLink && qvt::engine::leadsBackIntoItself(sourcePath)) {
             // Following it would copy the folders above it again and again.
             log().write(

@@ -25,6 +25,7 @@
 #include "session/view_actions.h"
 #include "session/view_models.h"
 #include "session/wizard_types.h"
+#include "source/tree_count.h"
 
 namespace qvt::device {
 enum class ReplyProblem;
@@ -172,6 +173,11 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     std::atomic<bool> sourcesReloadQueued{false};
     // Where the search for the next counted row starts: after the row counted last.
     std::atomic<std::size_t> countedRowHint{0};
+    // What the walks of the sources leave out: the mount folder, where the device's shares are
+    // opened. A source that holds it (the home folder) would otherwise copy the device into
+    // itself, deeper each time. Only a folder of the mount folder's name costs a look.
+    qvt::source::WalkOptions sourceWalkOptions() const;
+    bool isLeftOutOfWalks(const std::string& folder, bool isLink) const;
     // The tool tip of a cell of the source table: the row's path in "fullPathColumn", else "".
     std::string sourceFilesToolTip(const std::string& columnIdentifier, int row) const;
     // Fills excludeSystemFilesList and excludeSourceFilesArray: the listed paths that contain a

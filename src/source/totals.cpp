@@ -91,7 +91,7 @@ void QVTransferPrivate::calculateTotalNumberOfFilesFoldersAndSize(const Record& 
             totalSourceFilesSize -= size ? size->toUInt64() : 0;
         }
     } else if (mathType == "add") {
-        const src::TreeCount count = src::countItem(path);
+        const src::TreeCount count = src::countItem(path, sourceWalkOptions());
         totalNumberOfSourceFiles += count.files;
         totalNumberOfSourceFolders += count.folders;
         totalSourceFilesSize += count.bytes;

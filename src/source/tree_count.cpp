@@ -87,7 +87,9 @@ Frame makeFrame(DIR* dir, int fd, const Child& child) {
 class Walker {
   public:
     Walker(std::string root, const WalkOptions& options)
-        : root_(std::move(root)), budget_(std::max<std::size_t>(2, options.openLevels)) {}
+        : root_(std::move(root)),
+          budget_(std::max<std::size_t>(2, options.openLevels)),
+          skipped_(options.skipped) {}
     ~Walker() {
         for (std::size_t i = 0; i < stack_.size(); ++i) closeFrame(i);
     }
@@ -104,6 +106,7 @@ class Walker {
             return count_;
         }
         stack_.push_back(makeFrame(dir, fd, Child{root_, false}));
+        if (isSkipped(stack_.back().dev, stack_.back().ino)) return {};
         open_ = 1;
 
         while (!stack_.empty()) {
@@ -152,12 +155,17 @@ class Walker {
         if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0')))
             return Visit::Counted;
         if (entry.d_type == DT_DIR) {
+            struct stat own {};
+            if (namedLikeSkipped(name) && ::fstatat(fd, name, &own, AT_SYMLINK_NOFOLLOW) == 0 &&
+                isSkipped(own.st_dev, own.st_ino))
+                return Visit::Counted;
             ++count_.folders;
             return Visit::Enter;
         }
         struct stat own {};
         if (::fstatat(fd, name, &own, AT_SYMLINK_NOFOLLOW) != 0) return Visit::Counted;  // gone
         if (S_ISDIR(own.st_mode)) {
+            if (isSkipped(own.st_dev, own.st_ino)) return Visit::Counted;
             ++count_.folders;
             return Visit::Enter;
         }
@@ -170,6 +178,7 @@ class Walker {
                 return Visit::Counted;
             }
             if (S_ISDIR(target.st_mode)) {
+                if (isSkipped(target.st_dev, target.st_ino)) return Visit::Counted;
                 if (leadsAbove(target)) {
                     ++count_.files;
                     return Visit::Counted;
@@ -182,6 +191,20 @@ class Walker {
         ++count_.files;
         if (own.st_size > 0) count_.bytes += static_cast<std::uint64_t>(own.st_size);
         return Visit::Counted;
+    }
+
+    bool namedLikeSkipped(const char* name) const {
+        for (const SkippedFolder& folder : skipped_)
+            if (folder.name == name) return true;
+        return false;
+    }
+
+    bool isSkipped(dev_t device, ino_t inode) const {
+        for (const SkippedFolder& folder : skipped_)
+            if (folder.device == static_cast<std::uint64_t>(device) &&
+                folder.inode == static_cast<std::uint64_t>(inode))
+                return true;
+        return false;
     }
 
     // Whether `folder` is one of the folders the walk is in, or one above its root.
@@ -287,6 +310,7 @@ class Walker {
 
     std::string root_;
     std::size_t budget_;
+    std::vector<SkippedFolder> skipped_;
     std::size_t open_ = 0;
     std::vector<Frame> stack_;
     TreeCount count_;

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace qvt::source {
 
@@ -21,11 +22,22 @@ struct TreeCount {
     bool operator==(const TreeCount&) const = default;
 };
 
+// A folder that walks never go into, known by its name in its parent and by its identity: only
+// an entry of that name costs a look at what it is.
+struct SkippedFolder {
+    std::string name;
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+};
+
 struct WalkOptions {
     // Folder levels that keep their directory stream open. Deeper than that, the oldest open
     // levels are read to their end and closed (their sub-folders are remembered by name), so a
     // walk never runs out of file descriptors however deep the tree goes.
     std::size_t openLevels = 64;
+    // Folders neither counted nor gone into, wherever the walk meets them (through a link, or
+    // as its root, too).
+    std::vector<SkippedFolder> skipped;
 };
 
 // What a path is, following symbolic links: nothing, a file or a folder.

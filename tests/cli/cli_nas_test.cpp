@@ -116,6 +116,25 @@ TEST_F(CliNas, UploadsToAFolderOfAPrivateShare) {
     EXPECT_EQ(child.errors().find(kPassword), std::string::npos);
 }
 
+// The home folder holds the mount folder, where the share is opened while the upload runs:
+// uploaded, it would copy the share into itself, deeper each time. The mount folder is left
+// out, and everything else of the home folder arrives.
+TEST_F(CliNas, UploadingTheHomeFolderLeavesOutTheFolderTheSharesAreOpenedIn) {
+    fs::create_directories(share("Family") + "/Trips");
+    test::writeFile(share("Family") + "/Trips/already there.txt", "kept\n");
+    test::writeFile(home.path() + "/Documents/letter.txt", "Dear all\n");
+    test::writeFile(home.path() + "/Pictures/2024/beach.jpg", "sand\n");
+    ChildProcess child;
+    ASSERT_TRUE(startToTrips(child, {home.path()}));
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    const std::string arrived =
+        share("Family") + "/Trips/" + fs::path(home.path()).filename().string();
+    EXPECT_EQ(test::readFile(arrived + "/Documents/letter.txt"), "Dear all\n");
+    EXPECT_EQ(test::readFile(arrived + "/Pictures/2024/beach.jpg"), "sand\n");
+    EXPECT_FALSE(fs::exists(arrived + "/.QVTransfer")) << child.output();
+    EXPECT_EQ(test::readFile(share("Family") + "/Trips/already there.txt"), "kept\n");
+}
+
 // With --json a share's files are named by their smb:// addresses too: the folder the share
 // was mounted at is empty once the uploader has ended.
 TEST_F(CliNas, JsonNamesTheFilesOnTheShareByTheirAddresses) {

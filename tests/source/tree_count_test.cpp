@@ -105,7 +105,33 @@ TEST(TreeCount, LinkedFoldersAreWalkedWhenLevelsAreClosedAndOpenedAgain) {
     EXPECT_EQ(wide, count(4, 8, 15));
     // Two open levels: the walk closes the levels above and opens them again by name, the
     // linked one following its link.
-    EXPECT_EQ(countItem(dir / "f", WalkOptions{2}), wide);
+    EXPECT_EQ(countItem(dir / "f", WalkOptions{2, {}}), wide);
+}
+
+// A folder left out of walks is neither counted nor gone into, met by its name, through a link
+// or as the walk's root; another folder of the same name is counted as any other.
+TEST(TreeCount, AFolderLeftOutIsNeitherCountedNorGoneInto) {
+    TempDir dir;
+    writeFile(dir / "home/notes.txt", bytes(4));
+    writeFile(dir / "home/.mounts/share/big.bin", bytes(1000));
+    writeFile(dir / "home/deeper/.mounts/own.bin", bytes(6));
+    fs::create_symlink(dir / "home/.mounts", dir / "home/to-mounts");
+    struct stat st {};
+    ASSERT_EQ(::stat((dir / "home/.mounts").c_str(), &st), 0);
+    WalkOptions options;
+    options.skipped.push_back(
+        {".mounts", static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino)});
+
+    // home, deeper and deeper/.mounts; notes.txt and own.bin.
+    EXPECT_EQ(countItem(dir / "home", options), count(2, 3, 10));
+    EXPECT_EQ(countItem(dir / "home/.mounts", options), count(0, 0, 0));
+    EXPECT_EQ(countItem(dir / "home/to-mounts", options), count(0, 0, 0));
+    // Without it: .mounts, share, the link's folder and the file under both.
+    EXPECT_EQ(countItem(dir / "home"), count(4, 7, 2010));
+
+    // Two open levels: the names read ahead when a level closes are left out the same way.
+    options.openLevels = 2;
+    EXPECT_EQ(countItem(dir / "home", options), count(2, 3, 10));
 }
 
 TEST(TreeCount, TopLevelLinkIsFollowed) {
