@@ -432,6 +432,11 @@
         <source>Show the uploaded files</source>
         <translation>Hochgeladene Dateien zeigen</translation>
     </message>
+    <message id="MOUNT_FOLDER_UNAVAILABLE_txt">
+        <source>The folder %@, in which the device's shares are opened, could not be created. Make sure that your home folder can be written to, then try again.</source>
+        <extracomment>%@ is replaced by the folder's full path.</extracomment>
+        <translation>Der Ordner %@, in dem die Freigaben des Geräts geöffnet werden, konnte nicht angelegt werden. Stellen Sie sicher, dass Ihr Benutzerordner beschreibbar ist, und versuchen Sie es dann erneut.</translation>
+    </message>
     <message id="REPLY_TOO_SLOW_txt">
         <source>The device did not answer in time. Check that it is switched on and not busy, then try again.</source>
         <translation>Das Gerät hat nicht rechtzeitig geantwortet. Prüfen Sie, ob es eingeschaltet und nicht ausgelastet ist, und versuchen Sie es erneut.</translation>

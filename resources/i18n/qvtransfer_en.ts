@@ -432,6 +432,11 @@
         <source>Show the uploaded files</source>
         <translation>Show the uploaded files</translation>
     </message>
+    <message id="MOUNT_FOLDER_UNAVAILABLE_txt">
+        <source>The folder %@, in which the device's shares are opened, could not be created. Make sure that your home folder can be written to, then try again.</source>
+        <extracomment>%@ is replaced by the folder's full path.</extracomment>
+        <translation>The folder %@, in which the device's shares are opened, could not be created. Make sure that your home folder can be written to, then try again.</translation>
+    </message>
     <message id="REPLY_TOO_SLOW_txt">
         <source>The device did not answer in time. Check that it is switched on and not busy, then try again.</source>
         <translation>The device did not answer in time. Check that it is switched on and not busy, then try again.</translation>

@@ -432,6 +432,11 @@
         <source>Show the uploaded files</source>
         <translation>Afficher les fichiers envoyés</translation>
     </message>
+    <message id="MOUNT_FOLDER_UNAVAILABLE_txt">
+        <source>The folder %@, in which the device's shares are opened, could not be created. Make sure that your home folder can be written to, then try again.</source>
+        <extracomment>%@ is replaced by the folder's full path.</extracomment>
+        <translation>Le dossier %@, dans lequel les partages de l’appareil sont ouverts, n’a pas pu être créé. Vérifiez que votre dossier personnel est accessible en écriture, puis réessayez.</translation>
+    </message>
     <message id="REPLY_TOO_SLOW_txt">
         <source>The device did not answer in time. Check that it is switched on and not busy, then try again.</source>
         <translation>L’appareil n’a pas répondu à temps. Vérifiez qu’il est allumé et disponible, puis réessayez.</translation>

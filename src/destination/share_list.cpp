@@ -12,6 +12,7 @@
 #include "device/mount_destination.h"
 #include "platform/dispatch.h"
 #include "platform/files.h"
+#include "platform/format.h"
 #include "session/qvtransfer_private.h"
 #include "session/services.h"
 #include "session/view.h"
@@ -123,6 +124,16 @@ void QVTransferPrivate::populateNASDestinationFoldersList() {
     const bool listed =
         destinationFoldersList.with([](const List& roots) { return !roots.empty(); });
     if (!listed) {
+        // Each share is opened in a folder inside the mount folder: without it (a home folder
+        // that cannot be written to) none can be, and the device is not to blame.
+        const bool noMountFolder = !qvt::platform::files().isFolder(mountFolder);
+        dispatcher().mainSync([this, noMountFolder, &mountFolder] {
+            if (noMountFolder)
+                tellConnectionProblem(qvt::platform::format(
+                    localizedString("MOUNT_FOLDER_UNAVAILABLE_txt"), mountFolder));
+            else
+                tellDeviceProblem(qvt::device::ReplyProblem::NoAnswer);
+        });
         showLostConnection(*this);
         return;
     }

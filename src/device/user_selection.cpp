@@ -138,7 +138,10 @@ void QVTransferPrivate::tellDeviceProblem(qvt::device::ReplyProblem problem) {
     // "Cannot reach" only when nothing answered; an answer too late, too large or not
     // understood is told as what it was.
     const char* key = qvt::device::replyProblemTextKey(problem);
-    const std::string sentence = *key ? localizedString(key) : localeLOST_CONNECTION_MSG_txt;
+    tellConnectionProblem(*key ? localizedString(key) : localeLOST_CONNECTION_MSG_txt);
+}
+
+void QVTransferPrivate::tellConnectionProblem(const std::string& sentence) {
     deviceProblemSentence.set(sentence);
     view()->setText("lostConnectionMessage", sentence);
 }

@@ -126,6 +126,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void runLostConnectionDialog(int retryTag);
     // Puts what went wrong with the device's last answer into the lost-connection dialog.
     void tellDeviceProblem(qvt::device::ReplyProblem problem);
+    // The lost-connection dialog's sentence, kept for the front ends that tell it (main).
+    void tellConnectionProblem(const std::string& sentence);
     // The lost-connection sheet's retry button: 1 users request, 2 login, 3 shares.
     void retryDeviceConnection(int tag);
     // The lost device has been found again (by the watcher, or by the host's discovery): mounts

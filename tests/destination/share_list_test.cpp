@@ -14,6 +14,7 @@
 #include "device/mount_destination.h"
 #include "lock_holder.h"
 #include "platform/files.h"
+#include "platform/format.h"
 #include "platform/upload_claim.h"
 #include "ui/QtTransferWindow.h"
 #include "ui/destination_outline_view.h"
@@ -206,6 +207,35 @@ TEST_F(ShareList, OnlyShareNotMountingOpensTheLostConnectionSheet) {
     EXPECT_TRUE(roots(*c).empty());
     EXPECT_FALSE(c->uploadFilesButtonEnable);
     EXPECT_FALSE(c->finishedPopulatingDestinationFolders);
+}
+
+// No share can be opened without the mount folder (here a file has its name): the sheet says
+// so, naming the folder, rather than blaming the device; once the name is free, Retry lists
+// the shares with the generic sentence back for the next problem.
+TEST_F(ShareList, WithoutTheMountFolderTheSheetSaysThatItCouldNotBeCreated) {
+    Harness h;
+    const std::string mountFolder = h.services.folders.home + "/.QVTransfer";
+    test::writeFile(mountFolder, "not a folder");
+    auto c = start(h, {simShare("Public", true)});
+    ASSERT_TRUE(c);
+    c->populateDestinationFoldersList();
+    ASSERT_TRUE(test::waitFor([&] { return sheetsShown(h) == 1; }, 60));
+    ASSERT_TRUE(settle(h, 60));
+    const std::string expected =
+        platform::format(c->localizedString("MOUNT_FOLDER_UNAVAILABLE_txt"), mountFolder);
+    EXPECT_NE(expected.find(mountFolder), std::string::npos);
+    {
+        std::lock_guard lock(h.view->mutex);
+        EXPECT_EQ(h.view->texts["lostConnectionMessage"], expected);
+    }
+    EXPECT_EQ(c->deviceProblemSentence.get(), expected);
+    EXPECT_TRUE(roots(*c).empty());
+
+    fs::remove(mountFolder);
+    c->populateDestinationFoldersList();
+    ASSERT_TRUE(settle(h, 60));
+    EXPECT_EQ(names(roots(*c)), (std::vector<std::string>{"Public"}));
+    EXPECT_EQ(sheetsShown(h), 1u);
 }
 
 TEST_F(ShareList, NoShareOrAnUnreadableReplyOpensTheLostConnectionSheet) {
