@@ -192,7 +192,10 @@ void ConsoleSession::tick() {
                     finish(kExitSomeFailed, other);
                 } else if (options_.resume) {
                     stage_ = Stage::Resuming;
-                    if (!options_.quiet) {
+                    // Announced only when there is one: the controller's answer tells the
+                    // other cases.
+                    const auto recorded = recordedUpload();
+                    if (!options_.quiet && recorded && recordIsThisDevices(*recorded)) {
                         std::printf("%s\n", consoleText("TAKING_UP_RECORDED").c_str());
                         std::fflush(stdout);
                     }

@@ -390,7 +390,10 @@ void ConsoleSession::endWithResult(bool failures) {
         // that stayed mounted for a retry are let go.
         actions_.terminateTransfer();
     }
-    finish(failures ? kExitSomeFailed : kExitAllArrived);
+    // Items that failed before a restart did not arrive either, though this run did not try
+    // them.
+    const bool failedBefore = !view_.status().failedBeforeRestart.empty();
+    finish(failures || failedBefore ? kExitSomeFailed : kExitAllArrived);
 }
 
 void ConsoleSession::answerRetry(char key) {
@@ -424,13 +427,15 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
     summary_ =
         consoleText("SUMMARY", {consoleCountText("FILES_n", status.filesArrived),
                                 progressBytesText(status.bytesDone), shown, durationText(seconds)});
-    if (!status.failures.empty())
-        summary_ += consoleCountText("SUMMARY_FAILED_n", status.failures.size());
+    const std::size_t failedBefore = status.failedBeforeRestart.size();
+    if (!status.failures.empty() || failedBefore > 0)
+        summary_ += consoleCountText("SUMMARY_FAILED_n", status.failures.size() + failedBefore);
     if (options_.json) {
         emitNewFileEvents(status);
         emitJsonEvent("completed", {{"files", status.filesArrived},
                                     {"bytes", status.bytesDone},
                                     {"failed", std::uint64_t{status.failures.size()}},
+                                    {"failedBeforeInterruption", std::uint64_t{failedBefore}},
                                     {"destination", shown},
                                     {"path", folder},
                                     {"url", status.destinationUrl},
@@ -438,7 +443,10 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
         return;
     }
     if (!options_.quiet) {
-        std::printf("%s\n", status.line1.c_str());
+        // "All files were uploaded" would hide what failed before the interruption.
+        const bool allTakenUpArrived = status.failures.empty() && failedBefore > 0;
+        std::printf("%s\n", allTakenUpArrived ? consoleText("TAKEN_UP_ARRIVED").c_str()
+                                              : status.line1.c_str());
         std::printf("%s\n", printableText(
                                 consoleText("DESTINATION_LINE", {shown, status.productName, place}))
                                 .c_str());
@@ -448,6 +456,13 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
             "%s\n",
             consoleText("FAILED_HEADING", {std::to_string(status.failures.size())}).c_str());
         for (const FailedItem& item : status.failures)
+            std::printf("  %s: %s\n", printableText(item.sourceFilePath).c_str(),
+                        printableText(item.localizedError).c_str());
+    }
+    if (failedBefore > 0) {
+        std::printf("%s\n",
+                    consoleText("FAILED_BEFORE_HEADING", {std::to_string(failedBefore)}).c_str());
+        for (const FailedItem& item : status.failedBeforeRestart)
             std::printf("  %s: %s\n", printableText(item.sourceFilePath).c_str(),
                         printableText(item.localizedError).c_str());
     }

@@ -509,6 +509,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     qvt::Guarded<qvt::List> destinationFoldersList;
     qvt::Guarded<qvt::List> createFolderParentChildArray;
     qvt::Guarded<qvt::List> failedTransferArray;
+    // The failed items an upload taken up after a restart had recorded before it: the upload
+    // does not show them or try them again, but the console still tells them.
+    qvt::Guarded<qvt::List> failedBeforeRestart;
     qvt::Guarded<qvt::List> failedFilesListTreeControllerArray;
     qvt::Guarded<qvt::Record> transferredFileSizeDitionary;
 

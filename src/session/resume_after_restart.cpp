@@ -344,6 +344,7 @@ void QVTransferPrivate::startResumedUpload() {
     statusTextColor.set(qvt::engine::kNormalStatusColour);
     // The failures from before the restart are not shown again, and the interrupted source is
     // copied again from its start (what it had copied gets the clash rule's names).
+    failedBeforeRestart.set(failedTransferArray.get());
     failedTransferArray.set({});
     inProcessSourceFilesArray.set({});
     job().numberOfFilesCountForTransfer = totalNumberOfSourceFiles.load();

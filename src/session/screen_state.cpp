@@ -124,6 +124,10 @@ qvt::StatusSnapshot QVTransferPrivate::statusSnapshot() const {
         if (const Record* r = value.asRecord())
             s.failures.push_back({r->string("sourceFilePath"), r->string("destFilePath"),
                                   r->string("localizedError")});
+    for (const Value& value : failedBeforeRestart.get())
+        if (const Record* r = value.asRecord())
+            s.failedBeforeRestart.push_back({r->string("sourceFilePath"), r->string("destFilePath"),
+                                             r->string("localizedError")});
     return s;
 }
 

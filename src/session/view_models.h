@@ -133,6 +133,9 @@ struct StatusSnapshot {
     std::string productName;
     // The failed items so far.
     std::vector<FailedItem> failures;
+    // An upload taken up after a restart: the items that had failed before it, which it does
+    // not try again.
+    std::vector<FailedItem> failedBeforeRestart;
 
     bool ended() const {
         return state == engine::UploadState::Completed || state == engine::UploadState::Cancelled;

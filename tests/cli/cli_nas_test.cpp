@@ -70,8 +70,9 @@ class CliNas : public CliTest {
         return true;
     }
     // Writes a state file whose upload for the device still has work/memo.txt to copy into
-    // `folder` (SHARE/FOLDER) of the mount folder, and gives its text.
-    std::string recordPendingMemo(const std::string& folder) {
+    // `folder` (SHARE/FOLDER) of the mount folder, with `failed` (dict elements) as its failed
+    // items, and gives its text.
+    std::string recordPendingMemo(const std::string& folder, const std::string& failed = "") {
         test::writeFile(work / "memo.txt", "memo\n");
         const std::string record =
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
@@ -79,6 +80,9 @@ class CliNas : public CliTest {
             serial() +
             "</key><dict><key>isFileTransferCompleted</key><false/>"
             "<key>partialCopyTag</key><string>0000abcd</string>"
+            "<key>failedTransferArray</key><array>" +
+            failed +
+            "</array>"
             "<key>selectedDestinationShare</key><string>" +
             home.path() + "/.QVTransfer/" + folder +
             "</string><key>sourceFilesPendingArray</key><array><dict>"
@@ -422,6 +426,36 @@ TEST_F(CliNas, AKilledUploadIsTakenUpWithResumeAndEveryFileArrivesOnce) {
               "");
     // The second item had not begun: it arrives once.
     EXPECT_FALSE(fs::exists(share("Family") + "/Trips/later copy.txt"));
+}
+
+// The items that failed before the interruption are not tried again by the resume (the window
+// does not show them either), but the console names them and does not end as if everything
+// had arrived.
+TEST_F(CliNas, AResumeNamesTheItemsThatFailedBeforeTheInterruptionAndEndsWithOne) {
+    fs::create_directories(share("Family") + "/Trips");
+    const std::string lost = work / "src/too long.txt";
+    recordPendingMemo("Family/Trips",
+                      "<dict><key>sourceFilePath</key><string>" + lost +
+                          "</string><key>destFilePath</key><string>" + home.path() +
+                          "/.QVTransfer/Family/Trips/too long.txt</string>"
+                          "<key>localizedError</key><string>The name is too long for the "
+                          "device.</string></dict>");
+    ASSERT_EQ(SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, kPassword), 0);
+    auto args = deviceArgs();
+    args.push_back("--resume");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_EQ(test::readFile(share("Family") + "/Trips/memo.txt"), "memo\n");
+    const std::string out = child.output();
+    EXPECT_NE(out.find("Every file taken up arrived."), std::string::npos) << out;
+    EXPECT_EQ(out.find("All files were uploaded successfully."), std::string::npos) << out;
+    EXPECT_NE(out.find("Failed before the upload was interrupted, and not tried again (1):\n  " +
+                       lost + ": The name is too long for the device.\n"),
+              std::string::npos)
+        << out;
+    EXPECT_NE(out.find("; 1 item failed"), std::string::npos) << out;
 }
 
 TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {

@@ -200,6 +200,16 @@
         <extracomment>%1 is the destination as given, %2 the device, %3 the folder it is (a share's smb:// address).</extracomment>
         <translation>Destination: %1 on %2 (%3)</translation>
     </message>
+    <message id="TAKEN_UP_ARRIVED">
+        <source>Every file taken up arrived.</source>
+        <extracomment>The end of an upload taken up with --resume, when items had failed before the interruption.</extracomment>
+        <translation>Every file taken up arrived.</translation>
+    </message>
+    <message id="FAILED_BEFORE_HEADING">
+        <source>Failed before the upload was interrupted, and not tried again (%1):</source>
+        <extracomment>%1 is the number of items; the list follows.</extracomment>
+        <translation>Failed before the upload was interrupted, and not tried again (%1):</translation>
+    </message>
     <message id="FAILED_HEADING">
         <source>Failed (%1):</source>
         <extracomment>%1 is the number of failed items; the list follows.</extracomment>
