@@ -441,10 +441,10 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
         }
 
         const bool folderLink = isFolder && fs::files().isAlias(sourcePath);
-        // The mount folder holds the device itself: it is neither counted nor copied.
+        // The mount folder holds the device itself, the state folder this upload's record:
+        // neither is counted or copied.
         if (isFolder && isLeftOutOfWalks(sourcePath, folderLink)) {
-            log().write(
-                fs::format("QVTransfer: transferFile: mount folder left out: %@\n", sourcePath));
+            log().write(fs::format("QVTransfer: transferFile: folder left out: %@\n", sourcePath));
             break;
         }
         if (folderLink && qvt::engine::leadsBackIntoItself(sourcePath)) {

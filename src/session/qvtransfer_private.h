@@ -176,8 +176,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // Where the search for the next counted row starts: after the row counted last.
     std::atomic<std::size_t> countedRowHint{0};
     // What the walks of the sources leave out: the mount folder, where the device's shares are
-    // opened. A source that holds it (the home folder) would otherwise copy the device into
-    // itself, deeper each time. Only a folder of the mount folder's name costs a look.
+    // opened (a source that holds it, the home folder, would otherwise copy the device into
+    // itself, deeper each time), and the state file's folder. Only a folder of one of their
+    // names (or a link) costs a look.
     qvt::source::WalkOptions sourceWalkOptions() const;
     bool isLeftOutOfWalks(const std::string& folder, bool isLink) const;
     // The tool tip of a cell of the source table: the row's path in "fullPathColumn", else "".
