@@ -335,6 +335,35 @@ void QVTransferPrivate::failResumeAfterRestart(const std::string& sentence) {
     });
 }
 
+namespace {
+
+// Whether `path` is `source` or lies inside it.
+bool isAtOrInside(const std::string& path, const std::string& source) {
+    if (source.empty() || !path.starts_with(source)) return false;
+    return path.size() == source.size() || path[source.size()] == '/' || source.back() == '/';
+}
+
+// The failed items of `failures` that the pending sources do not hold: an item inside a
+// pending source is copied again with it, and fails again or arrives this time.
+qvt::List failuresOutsidePendingSources(const qvt::List& failures, const qvt::List& pending) {
+    qvt::List kept;
+    for (const qvt::Value& failure : failures) {
+        const qvt::Record* f = failure.asRecord();
+        if (!f) continue;
+        const std::string path = f->string("sourceFilePath");
+        bool retried = false;
+        // An unticked source is counted but not copied.
+        for (const qvt::Value& row : pending)
+            if (const qvt::Record* r = row.asRecord();
+                r && r->integer("filesSelectCheckbox", 1) != 0)
+                retried = retried || isAtOrInside(path, r->string("fullFilePath"));
+        if (!retried) kept.push_back(failure);
+    }
+    return kept;
+}
+
+}  // namespace
+
 void QVTransferPrivate::startResumedUpload() {
     clearMainTransferView();
     statusControls.with([&](StatusControls& s) { s.closeButtonTitle = localeHIDE_btn; });
@@ -344,7 +373,8 @@ void QVTransferPrivate::startResumedUpload() {
     statusTextColor.set(qvt::engine::kNormalStatusColour);
     // The failures from before the restart are not shown again, and the interrupted source is
     // copied again from its start (what it had copied gets the clash rule's names).
-    failedBeforeRestart.set(failedTransferArray.get());
+    failedBeforeRestart.set(
+        failuresOutsidePendingSources(failedTransferArray.get(), sourceFilesArray.get()));
     failedTransferArray.set({});
     inProcessSourceFilesArray.set({});
     job().numberOfFilesCountForTransfer = totalNumberOfSourceFiles.load();

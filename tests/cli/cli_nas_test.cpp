@@ -122,7 +122,8 @@ TEST_F(CliNas, UploadsToAFolderOfAPrivateShare) {
 
 // The home folder holds the mount folder, where the share is opened while the upload runs:
 // uploaded, it would copy the share into itself, deeper each time. The mount folder is left
-// out, and everything else of the home folder arrives.
+// out, as is the folder of the upload's record, and everything else of the home folder
+// arrives.
 TEST_F(CliNas, UploadingTheHomeFolderLeavesOutTheFolderTheSharesAreOpenedIn) {
     fs::create_directories(share("Family") + "/Trips");
     test::writeFile(share("Family") + "/Trips/already there.txt", "kept\n");
@@ -136,6 +137,9 @@ TEST_F(CliNas, UploadingTheHomeFolderLeavesOutTheFolderTheSharesAreOpenedIn) {
     EXPECT_EQ(test::readFile(arrived + "/Documents/letter.txt"), "Dear all\n");
     EXPECT_EQ(test::readFile(arrived + "/Pictures/2024/beach.jpg"), "sand\n");
     EXPECT_FALSE(fs::exists(arrived + "/.QVTransfer")) << child.output();
+    // Nor is the upload's own record, which changes while it runs.
+    EXPECT_FALSE(fs::exists(arrived + "/.local/share/QVTransfer")) << child.output();
+    EXPECT_TRUE(fs::exists(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"));
     EXPECT_EQ(test::readFile(share("Family") + "/Trips/already there.txt"), "kept\n");
 }
 
@@ -439,7 +443,15 @@ TEST_F(CliNas, AResumeNamesTheItemsThatFailedBeforeTheInterruptionAndEndsWithOne
                           "</string><key>destFilePath</key><string>" + home.path() +
                           "/.QVTransfer/Family/Trips/too long.txt</string>"
                           "<key>localizedError</key><string>The name is too long for the "
-                          "device.</string></dict>");
+                          "device.</string></dict>"
+                          // The pending memo itself had failed too: it is tried again with its
+                          // source, and is no failure from before.
+                          "<dict><key>sourceFilePath</key><string>" +
+                          (work / "memo.txt") + "</string><key>destFilePath</key><string>" +
+                          home.path() +
+                          "/.QVTransfer/Family/Trips/memo.txt</string>"
+                          "<key>localizedError</key><string>The device went away.</string>"
+                          "</dict>");
     ASSERT_EQ(SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, kPassword), 0);
     auto args = deviceArgs();
     args.push_back("--resume");
@@ -456,6 +468,7 @@ TEST_F(CliNas, AResumeNamesTheItemsThatFailedBeforeTheInterruptionAndEndsWithOne
               std::string::npos)
         << out;
     EXPECT_NE(out.find("; 1 item failed"), std::string::npos) << out;
+    EXPECT_EQ(out.find("The device went away."), std::string::npos) << out;
 }
 
 TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {
