@@ -371,7 +371,7 @@ void ConsoleSession::checkEnd() {
     clearProgressLine();
     printResult(status);
     const bool failures = !status.failures.empty();
-    if (failures && !terminal_.inputEnded()) {
+    if (failures && !terminal_.noticeEndOfInput()) {
         // Someone may still press a key: the failed items can be tried again.
         if (options_.json)
             emitJsonEvent("retry question", {{"keys", "r retries, any other key finishes"}});

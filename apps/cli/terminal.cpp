@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -128,6 +129,20 @@ void Terminal::startKeys(std::function<void(char)> onKey, std::function<void()> 
     }
     keys_ = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
     connect(keys_.get(), &QSocketNotifier::activated, this, &Terminal::readKeys);
+}
+
+bool Terminal::noticeEndOfInput() {
+    if (inputEnded_) return true;
+    struct pollfd p {
+        STDIN_FILENO, POLLIN, 0
+    };
+    if (poll(&p, 1, 0) <= 0 || !(p.revents & (POLLIN | POLLHUP))) return false;
+    // Readable with nothing waiting to be read is the end of a pipe or a terminal's input.
+    int waiting = 0;
+    if (ioctl(STDIN_FILENO, FIONREAD, &waiting) != 0 || waiting > 0) return false;
+    inputEnded_ = true;
+    if (keys_) keys_->setEnabled(false);
+    return true;
 }
 
 void Terminal::pauseKeys(bool paused) {

@@ -37,6 +37,10 @@ class Terminal : public QObject {
     // still ends the process at once.
     void stopKeys();
     bool inputEnded() const { return inputEnded_; }
+    // Whether stdin has ended, looked at now without reading a byte: the key reader learns of
+    // an end only when the event loop next turns, and a question asked before then would be
+    // asked of no one. A stdin that cannot tell (no count of waiting bytes) has not ended.
+    bool noticeEndOfInput();
 
     // SIGINT, SIGTERM and SIGHUP call `onSignal` with their number on the main thread; a second
     // signal while the first is handled ends the process at once (130 after SIGINT, 128 plus
