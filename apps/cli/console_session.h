@@ -80,11 +80,12 @@ class ConsoleSession : public QObject {
     void showProgress(bool force);
     // The copy begins (the upload, a resumed one, or the retry of its failed items).
     void startClocks();
-    // The end: the failed items are let go (when there are any) and the exit status follows.
-    void endWithResult(bool failures);
+    // The end: the failed items are let go (when there are any) and the exit status follows;
+    // items that failed before a restart make it a failure too.
+    void endWithResult(bool failures, bool failedBefore);
     // The answer to the retry question: r tries the failed items again, anything else ends.
     void answerRetry(char key);
-    // A line of its own whenever the upload is paused or resumed, whatever paused it.
+    // A line of its own whenever the user pauses or resumes the upload.
     void showPauseChange();
     void clearProgressLine();
     // Keys go into a queue as they come and are handled in order: a key typed ahead of the
@@ -103,6 +104,8 @@ class ConsoleSession : public QObject {
     void endWithTheDesktopSession(int number);
     void checkEnd();
     void printResult(const StatusSnapshot& status);
+    // `heading` (a text with the count for %1) and one line per item; nothing for no items.
+    void printFailedItems(const char* heading, const std::vector<FailedItem>& items);
     // --json: the files arrived and the failed items not reported yet.
     void emitNewFileEvents(const StatusSnapshot& status);
     // --json: a progress event, at most once a second.

@@ -381,10 +381,10 @@ void ConsoleSession::checkEnd() {
         awaitingRetryAnswer_ = true;
         return;
     }
-    endWithResult(failures);
+    endWithResult(failures, !status.failedBeforeRestart.empty());
 }
 
-void ConsoleSession::endWithResult(bool failures) {
+void ConsoleSession::endWithResult(bool failures, bool failedBefore) {
     if (failures) {
         // As closing the status after an upload with errors: the session ends and the shares
         // that stayed mounted for a retry are let go.
@@ -392,13 +392,12 @@ void ConsoleSession::endWithResult(bool failures) {
     }
     // Items that failed before a restart did not arrive either, though this run did not try
     // them.
-    const bool failedBefore = !view_.status().failedBeforeRestart.empty();
     finish(failures || failedBefore ? kExitSomeFailed : kExitAllArrived);
 }
 
 void ConsoleSession::answerRetry(char key) {
     awaitingRetryAnswer_ = false;
-    if (key != 'r' && key != 'R') return endWithResult(true);
+    if (key != 'r' && key != 'R') return endWithResult(true, false);
     const StatusSnapshot status = view_.status();
     // The retry starts a new failed list.
     failuresEmitted_ = 0;
@@ -411,6 +410,14 @@ void ConsoleSession::answerRetry(char key) {
     startClocks();
     completionsBeforeRetry_ = view_.completions();
     actions_.retryOrDismissTransfer(kTagRetryAll);
+}
+
+void ConsoleSession::printFailedItems(const char* heading, const std::vector<FailedItem>& items) {
+    if (items.empty()) return;
+    std::printf("%s\n", consoleText(heading, {std::to_string(items.size())}).c_str());
+    for (const FailedItem& item : items)
+        std::printf("  %s: %s\n", printableText(item.sourceFilePath).c_str(),
+                    printableText(item.localizedError).c_str());
 }
 
 void ConsoleSession::printResult(const StatusSnapshot& status) {
@@ -451,21 +458,8 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
                                 consoleText("DESTINATION_LINE", {shown, status.productName, place}))
                                 .c_str());
     }
-    if (!status.failures.empty()) {
-        std::printf(
-            "%s\n",
-            consoleText("FAILED_HEADING", {std::to_string(status.failures.size())}).c_str());
-        for (const FailedItem& item : status.failures)
-            std::printf("  %s: %s\n", printableText(item.sourceFilePath).c_str(),
-                        printableText(item.localizedError).c_str());
-    }
-    if (failedBefore > 0) {
-        std::printf("%s\n",
-                    consoleText("FAILED_BEFORE_HEADING", {std::to_string(failedBefore)}).c_str());
-        for (const FailedItem& item : status.failedBeforeRestart)
-            std::printf("  %s: %s\n", printableText(item.sourceFilePath).c_str(),
-                        printableText(item.localizedError).c_str());
-    }
+    printFailedItems("FAILED_HEADING", status.failures);
+    printFailedItems("FAILED_BEFORE_HEADING", status.failedBeforeRestart);
     std::printf("%s\n", printableText(summary_).c_str());
     std::fflush(stdout);
 }

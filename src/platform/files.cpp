@@ -254,10 +254,9 @@ std::optional<std::uint64_t> FileLayer::totalSize(const std::string& path) {
 }
 
 std::optional<ItemIdentity> FileLayer::identity(const std::string& path) {
-    struct stat st {};
-    if (path.empty() || statPath(path, &st) != 0) return std::nullopt;
-    return ItemIdentity{static_cast<std::uint64_t>(st.st_dev),
-                        static_cast<std::uint64_t>(st.st_ino)};
+    const std::optional<ItemStamp> found = stamp(path);
+    if (!found) return std::nullopt;
+    return found->identity;
 }
 
 std::optional<ItemStamp> FileLayer::stamp(const std::string& path) {

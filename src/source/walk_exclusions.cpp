@@ -2,20 +2,23 @@
 // where the device's shares are opened (a source that holds it, the home folder, would copy the
 // device into itself, deeper each time), and the folder of the state file (its record changes
 // while the upload runs, and a move would take the lock and the record away from under it).
+#include <array>
+
 #include "engine/path_names.h"
 #include "platform/files.h"
 #include "session/qvtransfer_private.h"
 
 namespace {
 
-constexpr const char* kMountFolderName = ".QVTransfer";
+std::array<std::string, 2> leftOutFolders(const std::string& home, const std::string& stateFile) {
+    return {home + "/.QVTransfer", qvt::engine::deletingLastPathComponent(stateFile)};
+}
 
 }  // namespace
 
 qvt::source::WalkOptions QVTransferPrivate::sourceWalkOptions() const {
     qvt::source::WalkOptions options;
-    const std::string stateFolder = qvt::engine::deletingLastPathComponent(transferDataFilePath);
-    for (const std::string& folder : {userHomeDirectory + "/" + kMountFolderName, stateFolder})
+    for (const std::string& folder : leftOutFolders(userHomeDirectory, transferDataFilePath))
         if (const auto identity = qvt::platform::files().identity(folder))
             options.skipped.push_back(
                 {qvt::engine::lastPathComponent(folder), identity->device, identity->inode});
@@ -23,12 +26,12 @@ qvt::source::WalkOptions QVTransferPrivate::sourceWalkOptions() const {
 }
 
 bool QVTransferPrivate::isLeftOutOfWalks(const std::string& folder, bool isLink) const {
-    const std::string name = qvt::engine::lastPathComponent(folder);
     // Only a folder of one of their names costs a look; a link to one has a name of its own.
-    if (!isLink && name != kMountFolderName &&
-        name != qvt::engine::lastPathComponent(
-                    qvt::engine::deletingLastPathComponent(transferDataFilePath)))
-        return false;
+    const std::string name = qvt::engine::lastPathComponent(folder);
+    bool named = isLink;
+    for (const std::string& leftOut : leftOutFolders(userHomeDirectory, transferDataFilePath))
+        named = named || name == qvt::engine::lastPathComponent(leftOut);
+    if (!named) return false;
     const auto identity = qvt::platform::files().identity(folder);
     if (!identity) return false;
     for (const qvt::source::SkippedFolder& skipped : sourceWalkOptions().skipped)

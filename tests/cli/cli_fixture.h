@@ -16,12 +16,14 @@
 #include <functional>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <regex>
 #include <string>
 #include <vector>
 
 #include "engine/partial_copy.h"
 #include "support/child_process.h"
+#include "support/lease_hold.h"
 #include "support/support.h"
 
 namespace qvt::clitest {
@@ -157,6 +159,21 @@ class CliTest : public ::testing::Test {
         fs::create_directories(volume.path() + "/Inbox");
         makeSources(work / "src");
         fs::create_symlink(work / "nowhere.txt", work / "src/Holiday/broken.txt");
+    }
+
+    // Writes held.bin and later.txt into `work` and uploads both to the volume mounted at
+    // `volume`; the copy waits inside held.bin, held by the lease given back, until the test
+    // lets it go. Nothing when the upload did not start or never reached the file.
+    std::unique_ptr<test::LeaseHold> startHeldUpload(ChildProcess& child,
+                                                     const std::string& volume) {
+        test::writeFile(work / "held.bin", "the held file\n");
+        test::writeFile(work / "later.txt", "after the held file\n");
+        auto hold = std::make_unique<test::LeaseHold>(work / "held.bin");
+        if (!hold->held() || !start(child, {"--das", volume, "--destination", "Drive",
+                                            work / "held.bin", work / "later.txt"}))
+            return nullptr;
+        if (!pollUntil([&] { return hold->opened(); }, 60)) return nullptr;
+        return hold;
     }
 
     test::TempDir home;

@@ -478,20 +478,15 @@ TEST_F(CliTest, StopKeyAsksAndYesStopsWithOneThirty) {
 TEST_F(CliTest, TheEndOfTheSessionOnAVolumeThatCannotBeRecordedSaysSo) {
     TmpfsVolume volume(work / "Drive", 8 << 20);
     ASSERT_TRUE(volume.ok());
-    test::writeFile(work / "held.bin", "the held file\n");
-    test::writeFile(work / "later.txt", "after the held file\n");
-    test::LeaseHold hold(work / "held.bin");
-    ASSERT_TRUE(hold.held());
     ChildProcess child;
-    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
-                              work / "later.txt"}));
-    ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
+    const auto hold = startHeldUpload(child, volume.path());
+    ASSERT_TRUE(hold) << child.output();
     child.signal(SIGTERM);
     // Held until the end of the session has been told: released at once, the copy could end
     // the upload first on a busy machine, and the session would then end as a whole upload.
     EXPECT_TRUE(child.waitForOutput("gives no identity to record the upload under", kDeadline))
         << child.output() << child.errors();
-    hold.release();
+    hold->release();
     EXPECT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
     EXPECT_EQ(child.output().find("take it up with --resume"), std::string::npos) << child.output();
 }
@@ -639,20 +634,14 @@ TEST_F(CliTest, AMoveTakenUpAfterTheEndOfTheSessionGoesOnMoving) {
 TEST_F(CliTest, NoToTheStopQuestionKeepsUploading) {
     TmpfsVolume volume(work / "Drive", 8 << 20);
     ASSERT_TRUE(volume.ok());
-    test::writeFile(work / "held.bin", "the held file\n");
-    test::writeFile(work / "later.txt", "after the held file\n");
-
-    test::LeaseHold hold(work / "held.bin");
-    ASSERT_TRUE(hold.held());
     ChildProcess child;
-    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
-                              work / "later.txt"}));
-    ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
+    const auto hold = startHeldUpload(child, volume.path());
+    ASSERT_TRUE(hold) << child.output();
     child.write("s");
     ASSERT_TRUE(child.waitForOutput("[y/N]", kDeadline)) << child.output();
     child.write("n");
     ASSERT_TRUE(child.waitForOutput("Resumed.", kDeadline)) << child.output();
-    hold.release();
+    hold->release();
     child.closeInput();
     EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
     EXPECT_EQ(test::readFile(volume.path() + "/later.txt"), "after the held file\n");
@@ -663,19 +652,13 @@ TEST_F(CliTest, NoToTheStopQuestionKeepsUploading) {
 TEST_F(CliTest, APauseWhileAFileIsCopiedSaysTheFileIsFinishedFirst) {
     TmpfsVolume volume(work / "Drive", 8 << 20);
     ASSERT_TRUE(volume.ok());
-    test::writeFile(work / "held.bin", "the held file\n");
-    test::writeFile(work / "later.txt", "after the held file\n");
-
-    test::LeaseHold hold(work / "held.bin");
-    ASSERT_TRUE(hold.held());
     ChildProcess child;
-    ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", work / "held.bin",
-                              work / "later.txt"}));
-    ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
+    const auto hold = startHeldUpload(child, volume.path());
+    ASSERT_TRUE(hold) << child.output();
     child.write("p");
     ASSERT_TRUE(child.waitForOutput("Paused once the file being copied is finished.", kDeadline))
         << child.output();
-    hold.release();
+    hold->release();
     ASSERT_TRUE(pollUntil([&] { return fs::exists(volume.path() + "/held.bin"); }, kDeadline));
     EXPECT_EQ(test::readFile(volume.path() + "/held.bin"), "the held file\n");
     EXPECT_FALSE(fs::exists(volume.path() + "/later.txt"));

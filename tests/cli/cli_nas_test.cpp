@@ -56,6 +56,15 @@ class CliNas : public CliTest {
         return {"--nas", device_.address(), "--serial", serial(), "--name", "Test Cloud"};
     }
     std::string share(const std::string& name) const { return samba_->sharePath(name); }
+    // Takes the recorded upload up with the device's options alone (the account from the
+    // keychain); stdin ends at once.
+    bool startResume(ChildProcess& child) {
+        auto args = deviceArgs();
+        args.push_back("--resume");
+        if (!start(child, args)) return false;
+        child.closeInput();
+        return true;
+    }
     // Starts an upload of `sources` to Family/Trips as the account with a password, which it
     // reads from stdin; stdin then ends.
     bool startToTrips(ChildProcess& child, const std::vector<std::string>& sources) {
@@ -412,11 +421,8 @@ TEST_F(CliNas, AKilledUploadIsTakenUpWithResumeAndEveryFileArrivesOnce) {
     ASSERT_LT(filesBelow(share("Family") + "/Trips").size(), 1201u);
 
     // The same device options and --resume; the password comes from the keychain.
-    auto resumeArgs = deviceArgs();
-    resumeArgs.push_back("--resume");
     ChildProcess child;
-    ASSERT_TRUE(start(child, resumeArgs));
-    child.closeInput();
+    ASSERT_TRUE(startResume(child));
     EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
     EXPECT_NE(child.output().find("Taking up 2 items (1201 files, "), std::string::npos)
         << child.output();
@@ -453,11 +459,8 @@ TEST_F(CliNas, AResumeNamesTheItemsThatFailedBeforeTheInterruptionAndEndsWithOne
                           "<key>localizedError</key><string>The device went away.</string>"
                           "</dict>");
     ASSERT_EQ(SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, kPassword), 0);
-    auto args = deviceArgs();
-    args.push_back("--resume");
     ChildProcess child;
-    ASSERT_TRUE(start(child, args));
-    child.closeInput();
+    ASSERT_TRUE(startResume(child));
     EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
     EXPECT_EQ(test::readFile(share("Family") + "/Trips/memo.txt"), "memo\n");
     const std::string out = child.output();
@@ -473,11 +476,8 @@ TEST_F(CliNas, AResumeNamesTheItemsThatFailedBeforeTheInterruptionAndEndsWithOne
 
 TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {
     const std::string record = recordPendingMemo("Nowhere/Trips");
-    auto args = deviceArgs();
-    args.push_back("--resume");
     ChildProcess child;
-    ASSERT_TRUE(start(child, args));
-    child.closeInput();
+    ASSERT_TRUE(startResume(child));
     EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
     EXPECT_NE(child.errors().find("The destination on Test Cloud could not be reached, so the "
                                   "interrupted upload cannot be taken up now."),
@@ -491,11 +491,8 @@ TEST_F(CliNas, AResumeWithAPasswordTheDeviceRefusesNamesThePassword) {
     fs::create_directories(share("Family") + "/Trips");
     const std::string record = recordPendingMemo("Family/Trips");
     ASSERT_EQ(SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, "not the password"), 0);
-    auto args = deviceArgs();
-    args.push_back("--resume");
     ChildProcess child;
-    ASSERT_TRUE(start(child, args));
-    child.closeInput();
+    ASSERT_TRUE(startResume(child));
     EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
     SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, kPassword);
     EXPECT_NE(child.errors().find("Test Cloud did not accept the account name or password, so "
@@ -682,11 +679,8 @@ TEST_F(CliNas, ANewUploadNeverTakesThePlaceOfOneThatDidNotFinishUnlessAskedTo) {
         EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
         EXPECT_EQ(test::readFile(share("Family") + "/Trips/Other/note.txt"), "another upload\n");
     }
-    auto resumeArgs = deviceArgs();
-    resumeArgs.push_back("--resume");
     ChildProcess child;
-    ASSERT_TRUE(start(child, resumeArgs));
-    child.closeInput();
+    ASSERT_TRUE(startResume(child));
     EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
     EXPECT_NE(child.errors().find("There is no interrupted upload to"), std::string::npos)
         << child.errors();
