@@ -495,8 +495,15 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // The file as that write left it (its identity and size): one removed or replaced since is
     // written again.
     std::string lastFileStampWritten;
+    // Counts the writes begun, under that lock: a write that let the lock go while the
+    // destination's volume was flushed gives way to any write begun meanwhile, which holds a
+    // newer record.
+    std::uint64_t transferDataWritesBegun = 0;
     // Builds and writes the record under that lock; `last` seals it (see above).
     void writeTransferData(bool last);
+    // Flushes a local destination volume before a record of an upload under way is written;
+    // false when the record must not be written (see there). Called with `lock` held.
+    bool flushDestinationBeforeRecording(std::unique_lock<std::mutex>& lock, std::uint64_t begun);
     // The delegate's message after each copied file: one send at a time, the newest state.
     std::shared_ptr<qvt::platform::LatestOnlyTask> perFileStatusUpdate;
 

@@ -4,6 +4,7 @@
 // serial number, a local volume's UUID) and its TransferRecord. Every write builds a new root,
 // so it replaces whatever the file held, another device's record included. The user name and
 // the password are never written here; they live in the keychain.
+#include <cerrno>
 #include <cstdio>
 #include <functional>
 #include <mutex>
@@ -14,6 +15,8 @@
 
 #include "platform/clock.h"
 #include "platform/files.h"
+#include "platform/format.h"
+#include "platform/log.h"
 #include "platform/plist_io.h"
 #include "session/qvtransfer_private.h"
 #include "session/transfer_record.h"
@@ -60,7 +63,7 @@ void QVTransferPrivate::openRecordForWrites() {
 }
 
 void QVTransferPrivate::writeTransferData(bool last) {
-    std::lock_guard lock(transferDataFileLock);
+    std::unique_lock lock(transferDataFileLock);
     if (last) {
         // Sealed before the write, under the same lock: from here on no other write starts.
         recordSealedForExit = true;
@@ -106,6 +109,8 @@ void QVTransferPrivate::writeTransferData(bool last) {
     if (!last && lastRootWritten && handledCount == lastHandledCountWritten &&
         *lastRootWritten == root && fileStamp(transferDataFilePath) == lastFileStampWritten)
         return;
+    const std::uint64_t begun = ++transferDataWritesBegun;
+    if (!last && !flushDestinationBeforeRecording(lock, begun)) return;
     lastRootWritten.reset();
     // A failed write leaves the old file; the next periodic write tries again.
     bool written = false;
@@ -124,6 +129,37 @@ void QVTransferPrivate::writeTransferData(bool last) {
         lastRootWritten = std::move(root);
         lastHandledCountWritten = handledCount;
     }
+}
+
+bool QVTransferPrivate::flushDestinationBeforeRecording(std::unique_lock<std::mutex>& lock,
+                                                        std::uint64_t begun) {
+    // A file renamed to its final name may still sit in memory only: after a power cut, or a
+    // disk pulled out, it would be there empty or cut short. The record says which sources are
+    // done, and taking the upload up never copies a done source again; so the disk is flushed
+    // before the record says so. A share's files are done at the server when they close. The last
+    // write before the process ends goes without: the end of a session flushes the disks anyway,
+    // and that write must not wait for a slow one.
+    const qvt::engine::UploadState state = job().state();
+    if (state != qvt::engine::UploadState::Copying && state != qvt::engine::UploadState::Paused)
+        return true;
+    const std::string destination = selectedDestinationShare.get();
+    if (deviceType() != "DAS" || destination.empty()) return true;
+    auto& files = qvt::platform::files();
+    // The flush may take as long as the disk needs for what is waiting to be written: the lock
+    // is let go meanwhile, so a pause's or the session end's write is not held up by it.
+    lock.unlock();
+    const int rc = files.flushVolume(destination);
+    lock.lock();
+    if (begun != transferDataWritesBegun || recordSealedForExit) return false;
+    // A file system that cannot be flushed from here is written to as it is.
+    if (rc == 0 || rc == ENOSYS || rc == EINVAL || rc == EOPNOTSUPP) return true;
+    // The disk did not take what was written (gone, or failing): the record written before
+    // stands, and what it calls done is on the disk.
+    log().write(qvt::platform::format(
+        "QVTransfer: saveQVTransferDataToFile: flushVolume: %@ error %d; the record is not "
+        "written\n",
+        destination, rc));
+    return false;
 }
 
 void QVTransferPrivate::saveQVTransferDataToFileForEachFile() {

@@ -273,6 +273,13 @@ class ScopedFiles {
     Session& s_;
 };
 
+// Whether the session's log holds `line` exactly.
+inline bool hasLine(const Session& s, const std::string& line) {
+    for (const auto& l : s.h.log->lines())
+        if (l == line) return true;
+    return false;
+}
+
 // The names in a folder, sorted.
 inline std::vector<std::string> namesIn(const std::string& folder) {
     std::vector<std::string> names;

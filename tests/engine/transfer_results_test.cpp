@@ -18,12 +18,6 @@ using namespace qvt::enginetest;
 
 namespace {
 
-bool hasLine(const Session& s, const std::string& line) {
-    for (const auto& l : s.h.log->lines())
-        if (l == line) return true;
-    return false;
-}
-
 // Makes every copy of a source whose name starts with "bad" fail with EACCES.
 FaultyFiles::Hook failBadFiles() {
     return [](const std::string& op, const std::string& from,

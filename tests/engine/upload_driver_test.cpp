@@ -56,12 +56,6 @@ FaultyFiles::Hook pauseWhenCopying(Session& s, const std::string& source) {
     };
 }
 
-bool hasLine(const Session& s, const std::string& line) {
-    for (const auto& l : s.h.log->lines())
-        if (l == line) return true;
-    return false;
-}
-
 }  // namespace
 
 TEST(UploadFiles, AnEmptySourceListCompletesAtOnce) {
