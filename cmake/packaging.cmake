@@ -16,7 +16,9 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # libsmbclient is opened when a share is first used, so no program names it for dpkg-shlibdeps
 # to find: it is named here, and the found ones are added after it.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libsmbclient0 | libsmbclient")
-# The keyring keeps a device's login between uploads; without it the uploader asks again.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gnome-keyring")
+# The keyring keeps a device's login between uploads; without it the uploader asks again. Qt's
+# own translations let the sample host's file chooser and standard buttons speak the user's
+# language.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gnome-keyring, qt6-translations-l10n")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "samba")
 include(CPack)

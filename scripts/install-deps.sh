@@ -5,6 +5,7 @@ export DEBIAN_FRONTEND=noninteractive
 packages=(
   build-essential cmake ninja-build pkg-config clang-format clang libclang-rt-14-dev
   qt6-base-dev qt6-svg-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
+  qt6-translations-l10n
   libcurl4-openssl-dev libxml2-dev libplist-dev libsecret-1-dev libsmbclient-dev
   libcpp-httplib-dev libblkid-dev libgtest-dev libgmock-dev
   fonts-liberation2

@@ -1,5 +1,7 @@
 #include "host_texts.h"
 
+#include <QCoreApplication>
+#include <QLibraryInfo>
 #include <QLocale>
 #include <QTranslator>
 #include <memory>
@@ -39,6 +41,15 @@ QString hostText(const char* id, const QString& argument) {
     const qsizetype at = text.indexOf(QStringLiteral("%1"));
     if (at < 0) return text;
     return text.left(at) + argument + text.mid(at + 2);
+}
+
+bool installQtTranslations() {
+    // Kept for the life of the process: the application holds on to it.
+    static QTranslator qtTexts;
+    if (!qtTexts.load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
+                      QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        return false;
+    return QCoreApplication::installTranslator(&qtTexts);
 }
 
 }  // namespace qvt::host

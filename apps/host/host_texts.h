@@ -12,4 +12,10 @@ namespace qvt::host {
 // are read at the first call, from the main thread.
 QString hostText(const char* id, const QString& argument = QString());
 
+// Installs Qt's own translations for the user's language into the application, so that the
+// dialogs Qt draws (the file chooser, the message boxes' standard buttons) speak it too. The
+// wizard never installs translations into its host's application: choosing them is the host's
+// part. Answers whether a table for the language was found.
+bool installQtTranslations();
+
 }  // namespace qvt::host

@@ -302,6 +302,7 @@ int main(int argc, char** argv) {
     if (!device) return fail(error);
 
     QApplication app(argc, argv);
+    qvt::host::installQtTranslations();
     // A disk none of whose volumes is there is told at once: the wizard would wait for them.
     if (const auto missing = missingVolumes(*device); !missing.empty()) {
         const QString sentence =
