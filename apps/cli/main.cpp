@@ -119,6 +119,14 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "qvtransfer-cli: the wizard could not be created\n");
         return kExitSomeFailed;
     }
+    // The uploader's own folders are left out wherever an upload meets them; given by name,
+    // that would upload nothing while saying that everything arrived.
+    for (const std::string& source : options.sources)
+        if (controller->isLeftOutOfWalks(source, true))
+            return badArguments(source +
+                                " holds the uploader's own files (the device's shares are opened "
+                                "there, or its record of uploads is kept there): it is never "
+                                "uploaded");
 
     int code = kExitSomeFailed;
     {

@@ -993,3 +993,26 @@ TEST_F(CliTest, ANameWithControlCharactersCannotWriteLinesOfItsOwn) {
     EXPECT_EQ(out.find("\nFailed (0):"), std::string::npos) << out;
     EXPECT_EQ(test::readFile(volume.path() + "/Esc/ok.txt"), "ok\n");
 }
+
+// The uploader's own folders, given by name or through a link, are refused: they are left out of
+// every upload, so the upload would end "successfully" having copied nothing.
+TEST_F(CliTest, TheUploadersOwnFoldersGivenAsSourcesAreABadArgument) {
+    TmpfsVolume volume(work / "Drive", 1 << 20);
+    ASSERT_TRUE(volume.ok());
+    const std::string mountFolder = home.path() + "/.QVTransfer";
+    const std::string stateFolder = home.path() + "/.local/share/QVTransfer";
+    fs::create_directories(mountFolder + "/Public");
+    fs::create_directories(stateFolder);
+    const std::string link = work / "shares";
+    fs::create_directory_symlink(mountFolder, link);
+    for (const std::string& source : {mountFolder, link, stateFolder}) {
+        ChildProcess child;
+        ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", source}));
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 2) << child.output() << child.errors();
+        EXPECT_NE(child.errors().find(source + " holds the uploader's own files"),
+                  std::string::npos)
+            << child.errors();
+        EXPECT_TRUE(fs::is_empty(volume.path())) << source;
+    }
+}
