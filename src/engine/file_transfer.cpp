@@ -331,6 +331,10 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     upload.stillFull = false;
     ++upload.filesMet;
     if (!error) ++upload.filesArrived;
+    // A copy to a local disk may be in memory only until the disk is flushed; a moved file was
+    // flushed before its source went.
+    if (!error && !move && c.deviceType() == "DAS")
+        upload.arrivalsSinceFlush.add({source, target, fs::files().size(target).value_or(0)});
     c.inProcessSourceFilesArray.append(target);
     c.processFileTransferStatus(source, target, error);
     upload.inProcessDestFilePath.set("");
@@ -411,6 +415,7 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
     while (true) {
         waitWhilePaused(*this);
         if (job().ended()) break;
+        copyAgainWhatTheLossTook();
         // A lost volume may be back at another mount point.
         const std::string destination = rebasedDestination(destFilePath);
 

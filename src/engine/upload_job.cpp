@@ -57,6 +57,8 @@ void UploadJob::reset() {
 
 void UploadJob::begin() {
     takenNames.clear();
+    arrivalsSinceFlush.clear();
+    deviceLossesLookedAt = deviceLosses.load();
     stopLeftPartialCopy = false;
     stillFull = false;
     {
@@ -75,6 +77,7 @@ bool UploadJob::pause(PauseReason reason) {
         std::lock_guard lock(mutex_);
         if (endedLocked()) return false;
         started = reasons_ == 0;
+        if (reason == PauseReason::DeviceMissing && (reasons_ & bit(reason)) == 0) ++deviceLosses;
         reasons_ |= bit(reason);
         if (started) {
             state_ = UploadState::Paused;

@@ -21,6 +21,7 @@
 #include <string>
 
 #include "engine/taken_names.h"
+#include "engine/unflushed_arrivals.h"
 #include "platform/guarded.h"
 #include "qvtransfer/Value.h"
 
@@ -153,6 +154,13 @@ class UploadJob {
     std::atomic<bool> copiesLeftNoted{false};
     // The names in use in the destination folders where a name clashed; begin() forgets them.
     TakenNames takenNames;
+    // The files given their final names on a local disk since it was last flushed; begin()
+    // forgets them.
+    UnflushedArrivals arrivalsSinceFlush;
+    // How many times the destination's device went missing during this upload (each pause for
+    // it that began), and how many of those the copy has looked behind.
+    std::atomic<std::uint64_t> deviceLosses{0};
+    std::atomic<std::uint64_t> deviceLossesLookedAt{0};
 
   private:
     bool endedLocked() const;

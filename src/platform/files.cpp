@@ -214,6 +214,13 @@ int FileLayer::renameItem(const std::string& from, const std::string& to) {
     return rc;
 }
 
+int FileLayer::replaceItem(const std::string& from, const std::string& to) {
+    if (shareMounts().resolve(from) || shareMounts().resolve(to)) return ENOTSUP;
+    if (::rename(from.c_str(), to.c_str()) != 0) return errno;
+    detail::lastCopyRenamed(from, to);
+    return 0;
+}
+
 int FileLayer::moveItem(const std::string& from, const std::string& to) {
     if (!shareMounts().resolve(from) && !isAlias(from) && !exists(from)) return ENOENT;
     if (const int rc = renameItem(from, to); rc != EXDEV) return rc;

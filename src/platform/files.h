@@ -115,6 +115,10 @@ class FileLayer {
     // Gives an item another name on the same volume (or share) without ever replacing what is
     // there: EEXIST when `to` exists, EXDEV when the two are on different volumes.
     virtual int renameItem(const std::string& from, const std::string& to);
+    // Gives a file the name `to` on a local volume, replacing the file there in one step, so
+    // that the name is never without a file: only for a file of this upload's own that is made
+    // whole again. ENOTSUP on a share.
+    virtual int replaceItem(const std::string& from, const std::string& to);
     // Removes a file, a link or a folder with everything in it. Mount points met on the way
     // are left alone (their contents are never removed through a parent).
     virtual int removeItem(const std::string& path);

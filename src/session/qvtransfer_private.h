@@ -288,6 +288,10 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // are moved, unless `excludeFile` says the source is protected: then they are copied.
     void transferFile(const std::string& sourcePath, const std::string& destFilePath,
                       const std::string& destDir, bool excludeFile = false);
+    // After the destination's disk went missing and came back: the files renamed to their
+    // final names since its last flush that did not reach it whole are copied again under the
+    // same names (upload thread).
+    void copyAgainWhatTheLossTook();
     // Records the outcome of one handled file; two empty paths and no error end the upload
     // (upload thread).
     void processFileTransferStatus(const std::string& sourcePath, const std::string& destFilePath,

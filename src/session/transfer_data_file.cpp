@@ -145,14 +145,18 @@ bool QVTransferPrivate::flushDestinationBeforeRecording(std::unique_lock<std::mu
     const std::string destination = selectedDestinationShare.get();
     if (deviceType() != "DAS" || destination.empty()) return true;
     auto& files = qvt::platform::files();
+    // The files renamed so far are what the flush covers.
+    const std::uint64_t covered = job().arrivalsSinceFlush.lastNumber();
     // The flush may take as long as the disk needs for what is waiting to be written: the lock
     // is let go meanwhile, so a pause's or the session end's write is not held up by it.
     lock.unlock();
     const int rc = files.flushVolume(destination);
+    // A file system that cannot be flushed from here is written to as it is.
+    const bool flushed = rc == 0 || rc == ENOSYS || rc == EINVAL || rc == EOPNOTSUPP;
+    if (flushed) job().arrivalsSinceFlush.dropThrough(covered);
     lock.lock();
     if (begun != transferDataWritesBegun || recordSealedForExit) return false;
-    // A file system that cannot be flushed from here is written to as it is.
-    if (rc == 0 || rc == ENOSYS || rc == EINVAL || rc == EOPNOTSUPP) return true;
+    if (flushed) return true;
     // The disk did not take what was written (gone, or failing): the record written before
     // stands, and what it calls done is on the disk.
     log().write(qvt::platform::format(

@@ -273,6 +273,35 @@ class ScopedFiles {
     Session& s_;
 };
 
+// Runs transferFile on a thread of its own (it blocks while the upload is paused).
+class CopyThread {
+  public:
+    CopyThread(Session& s, const std::string& source, const std::string& destination)
+        : done_(std::make_shared<std::atomic<bool>>(false)) {
+        auto c = s.c;
+        auto done = done_;
+        const std::string dir = s.dst;
+        s.h.services.dispatch->detach([c, done, source, destination, dir] {
+            c->transferFile(source, destination, dir);
+            *done = true;
+        });
+    }
+    bool finished() const { return done_->load(); }
+    bool waitFinished(double seconds = 20) {
+        return test::waitFor([&] { return finished(); }, seconds);
+    }
+
+  private:
+    std::shared_ptr<std::atomic<bool>> done_;
+};
+
+// What the recovery does once the device is back or has room: the device's pause ends, which
+// releases the paused copy thread.
+inline void playRecovery(QVTransferPrivate& c) {
+    c.job().resume(engine::PauseReason::DeviceMissing);
+    c.job().resume(engine::PauseReason::DeviceFull);
+}
+
 // Whether the session's log holds `line` exactly.
 inline bool hasLine(const Session& s, const std::string& line) {
     for (const auto& l : s.h.log->lines())

@@ -15,28 +15,6 @@ using namespace qvt::enginetest;
 
 namespace {
 
-// Runs transferFile on a thread of its own (it blocks while the upload is paused).
-class CopyThread {
-  public:
-    CopyThread(Session& s, const std::string& source, const std::string& destination)
-        : done_(std::make_shared<std::atomic<bool>>(false)) {
-        auto c = s.c;
-        auto done = done_;
-        const std::string dir = s.dst;
-        s.h.services.dispatch->detach([c, done, source, destination, dir] {
-            c->transferFile(source, destination, dir);
-            *done = true;
-        });
-    }
-    bool finished() const { return done_->load(); }
-    bool waitFinished(double seconds = 20) {
-        return test::waitFor([&] { return finished(); }, seconds);
-    }
-
-  private:
-    std::shared_ptr<std::atomic<bool>> done_;
-};
-
 // Fails the first `times` copies with `error`, then lets them run.
 FaultyFiles::Hook failCopies(std::shared_ptr<std::atomic<int>> attempts, int times, int error) {
     return [attempts, times, error](const std::string& op, const std::string&,
@@ -54,13 +32,6 @@ std::shared_ptr<std::atomic<int>> fullForItsFirstCopy(FaultyFiles& layer) {
     auto attempts = std::make_shared<std::atomic<int>>(0);
     layer.setHook(failCopies(attempts, 1, ENOSPC));
     return attempts;
-}
-
-// What the recovery does once the device is back or has room: the device's pause ends, which
-// releases the paused copy thread.
-void playRecovery(QVTransferPrivate& c) {
-    c.job().resume(engine::PauseReason::DeviceMissing);
-    c.job().resume(engine::PauseReason::DeviceFull);
 }
 
 }  // namespace

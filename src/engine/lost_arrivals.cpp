@@ -1,0 +1,87 @@
+// A local disk pulled out during an upload loses what it had not written yet: files renamed to
+// their final names in the seconds before come back empty or cut short, though the copy had
+// reported them as arrived. Once the disk is back, each file renamed since its last flush is
+// looked at; one whose size is not what it was when renamed is copied again and put in its
+// place in one step. Its name stays the same: the damaged file is this upload's own.
+#include <string>
+#include <vector>
+
+#include "engine/partial_copy.h"
+#include "engine/path_names.h"
+#include "engine/unflushed_arrivals.h"
+#include "platform/files.h"
+#include "platform/format.h"
+#include "platform/log.h"
+#include "session/qvtransfer_private.h"
+
+namespace fs = qvt::platform;
+using qvt::engine::Arrival;
+
+namespace {
+
+// Copies `source` again to a hidden name beside `target` and gives it the name `target`,
+// replacing the damaged file there (`present`) or taking the free name.
+int copyAgain(QVTransferPrivate& c, const std::string& source, const std::string& target,
+              bool present) {
+    auto& files = fs::files();
+    const std::string partial = qvt::engine::temporaryPathFor(target, c.job().partialCopyTag);
+    // The file in hand: a stop removes it, a lost device keeps it for the retry to remove.
+    c.job().inProcessDestFilePath.set(partial);
+    int rc = files.copyItem(source, partial);
+    if (rc == 0) {
+        const auto expected = files.totalSize(source);
+        const auto written = files.totalSize(partial);
+        if (!expected || !written || *expected != *written) rc = EIO;
+    }
+    if (rc == 0)
+        rc = present ? files.replaceItem(partial, target) : files.renameItem(partial, target);
+    if (rc != 0) return rc;
+    c.job().inProcessDestFilePath.set("");
+    return 0;
+}
+
+}  // namespace
+
+void QVTransferPrivate::copyAgainWhatTheLossTook() {
+    qvt::engine::UploadJob& upload = job();
+    const std::uint64_t losses = upload.deviceLosses.load();
+    if (losses == upload.deviceLossesLookedAt.load()) return;
+    upload.deviceLossesLookedAt = losses;
+    std::vector<Arrival> arrivals = upload.arrivalsSinceFlush.takeAll();
+    auto& files = fs::files();
+    for (std::size_t i = 0; i < arrivals.size(); ++i) {
+        const Arrival& arrival = arrivals[i];
+        // The disk may be back at another mount point.
+        const std::string target = rebasedDestination(arrival.target);
+        const auto size = files.size(target);
+        if (size && *size == arrival.size) {
+            // Whole as far as can be told; it is flushed with the next record.
+            upload.arrivalsSinceFlush.add(arrival);
+            continue;
+        }
+        if (!files.exists(arrival.source)) {
+            // Nothing to copy it from: what is at the destination stays as it is, and the file
+            // is listed as failed.
+            --upload.filesArrived;
+            recordFailure(arrival.source, target,
+                          qvt::TransferError{ENOENT, localizedString("SOURCE_GONE_txt")});
+            continue;
+        }
+        log().write(fs::format(
+            "QVTransfer: copyAgainWhatTheLossTook: %@ did not reach the disk whole; copying it "
+            "again\n",
+            target));
+        const int rc = copyAgain(*this, arrival.source, target, size.has_value());
+        if (rc == 0) {
+            upload.arrivalsSinceFlush.add({arrival.source, target, files.size(target).value_or(0)});
+            continue;
+        }
+        // Gone again (or failing): this file and the rest are looked at after the next loss,
+        // which the copy of the file in hand meets.
+        discardPartialCopy();
+        log().write(fs::format("QVTransfer: copyAgainWhatTheLossTook: %@ error %d\n", target, rc));
+        upload.arrivalsSinceFlush.putBack(std::vector<Arrival>(
+            arrivals.begin() + static_cast<std::ptrdiff_t>(i), arrivals.end()));
+        return;
+    }
+}
