@@ -334,6 +334,16 @@
         <extracomment>A failed file's reason: its source was written to while it was copied, copy after copy.</extracomment>
         <translation>Le fichier a changé encore et encore pendant son envoi. Envoyez-le quand plus rien n’y écrit.</translation>
     </message>
+    <message id="NOT_WRITTEN_TO_DISK_txt">
+        <source>The disk did not confirm that the file was written to it (%@). Check the disk, then upload the file again.</source>
+        <extracomment>A failed file's reason: the flush of the attached disk at the end of the upload failed, so the file may not be on it. %@ is replaced by the system's description of the error.</extracomment>
+        <translation>Le disque n’a pas confirmé que le fichier y a été écrit (%@). Vérifiez le disque, puis envoyez à nouveau le fichier.</translation>
+    </message>
+    <message id="SIZE_NOT_AS_READ_txt">
+        <source>The file's size does not match what can be read from it (files of the system itself, such as those in /proc, give no true size), so it cannot be copied whole.</source>
+        <extracomment>A failed file's reason: the source's size differs from what was read from it, while the destination works.</extracomment>
+        <translation>La taille du fichier ne correspond pas à ce qu’on peut y lire (les fichiers du système lui-même, comme ceux de /proc, n’indiquent pas leur vraie taille) ; il ne peut donc pas être copié en entier.</translation>
+    </message>
     <message id="NAME_TOO_LONG_txt">
         <source>The name “%@” is too long for the device, which holds names of up to 255 bytes.</source>
         <extracomment>A failed item's reason. %@ is replaced by the name it was to have at the destination (with the clash rule's “copy” when the name was taken).</extracomment>

@@ -106,11 +106,25 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
     // user who unplugs it then loses nothing, and one flush at the end costs the disk's pace
     // once instead of once per file.
     if (localVolume) {
-        if (const int rc = fmt::files().flushVolume(share))
+        if (const int rc = fmt::files().flushVolume(share)) {
             log().write(fmt::format("QVTransfer: flushVolume: %@ error %d\n", share, rc));
+            failArrivalsNotFlushed(rc);
+        }
     }
     auto self = shared_from_this();
     dispatcher().mainSync([self] { self->finishFileTransfer(); });
+}
+
+void QVTransferPrivate::failArrivalsNotFlushed(int error) {
+    // The disk refused to write out what it held (gone read-only after an error, failing,
+    // pulled out): the files renamed since its last good flush may not be on it, whatever their
+    // names say. They are failed items, not arrivals; those a flush covered are on the disk.
+    const std::string reason =
+        fmt::format(localizedString("NOT_WRITTEN_TO_DISK_txt"), fmt::errorDescription(error));
+    for (const qvt::engine::Arrival& arrival : job().arrivalsSinceFlush.takeAll()) {
+        --job().filesArrived;
+        recordFailure(arrival.source, arrival.target, qvt::TransferError{error, reason});
+    }
 }
 
 void QVTransferPrivate::finishFileTransfer() {

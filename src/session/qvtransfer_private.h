@@ -292,6 +292,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // final names since its last flush that did not reach it whole are copied again under the
     // same names (upload thread).
     void copyAgainWhatTheLossTook();
+    // The end's flush of a local disk failed with `error`: the files renamed since its last good
+    // flush become failed items (upload thread).
+    void failArrivalsNotFlushed(int error);
     // Records the outcome of one handled file; two empty paths and no error end the upload
     // (upload thread).
     void processFileTransferStatus(const std::string& sourcePath, const std::string& destFilePath,

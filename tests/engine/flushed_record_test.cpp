@@ -128,5 +128,54 @@ TEST(FlushedRecord, AVolumeWithoutAFlushAndTheLastWriteAreRecordedAtOnce) {
     s.c->job().cancel();
 }
 
+// The disk refuses the flush at the end (gone read-only after an error): the files renamed since
+// its last good flush may not be on it, so they are failed items and the upload does not say
+// that everything arrived. The file a good flush covered did arrive.
+TEST(FlushedRecord, FilesTheEndsFlushCouldNotWriteOutAreFailedItems) {
+    Session s(test::dasDevice());
+    ASSERT_TRUE(s.c);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    s.c->selectedDASUUID.set(kUuid);
+    s.c->localeSOME_FILES_SUCCESSFULLY_UPLOADED_txt = "%@ of %@ files uploaded";
+    std::atomic<int> flushAnswer{0};
+    std::atomic<int> copies{0};
+    QVTransferPrivate* c = s.c.get();
+    layer.setHook([&](const std::string& op, const std::string&,
+                      const std::string&) -> std::optional<int> {
+        if (op == "flush")
+            return flushAnswer.load() == 0 ? std::nullopt : std::optional<int>(flushAnswer.load());
+        // The state file is written after the first file, with a good flush; then the disk
+        // goes read-only.
+        if (op == "copy" && ++copies == 2) {
+            c->saveQVTransferDataToFile();
+            flushAnswer = EROFS;
+        }
+        return std::nullopt;
+    });
+    for (const char* n : {"a.txt", "b.txt", "c.txt"}) test::writeFile(s.from(n), n);
+    s.setSources({s.from("a.txt"), s.from("b.txt"), s.from("c.txt")});
+    s.c->job().numberOfFilesCountForTransfer = 3;
+    s.c->job().begin();
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+    ASSERT_TRUE(s.settle());
+    EXPECT_TRUE(s.c->isFileTransferCompleted());
+    const List failed = s.c->failedTransferArray.get();
+    ASSERT_EQ(failed.size(), 2u);
+    const std::string reason = "The disk did not confirm that the file was written to it (" +
+                               platform::errorDescription(EROFS) +
+                               "). Check the disk, then upload the file again.";
+    for (std::size_t i = 0; i < 2; ++i) {
+        const std::string name = i == 0 ? "b.txt" : "c.txt";
+        EXPECT_EQ(failed[i].asRecord()->string("sourceFilePath"), s.from(name));
+        EXPECT_EQ(failed[i].asRecord()->string("destFilePath"), s.at(name));
+        EXPECT_EQ(failed[i].asRecord()->string("localizedError"), reason);
+    }
+    EXPECT_EQ(s.c->arrivedFileCount(), 1u);
+    EXPECT_NE(s.c->progressStatus.get().find("1 of 3 files uploaded"), std::string::npos)
+        << s.c->progressStatus.get();
+}
+
 }  // namespace
 }  // namespace qvt::enginetest
