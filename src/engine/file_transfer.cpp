@@ -168,12 +168,17 @@ bool changedSince(const std::optional<fs::ItemStamp>& now,
     return modified >= since;
 }
 
-// Whether the copy at `copy` holds all of `source`: a share reports some write errors only as
-// a short file.
-int checkWhole(const std::string& source, const std::string& copy) {
+// A copy of another size than its source, twice the same size: the source does not hold what
+// its size says (a file of the system itself, such as those in /proc). Not an errno value.
+constexpr int kSourceNotItsSize = -2;
+
+// The size of the copy at `copy` when it is not the size of `source`: a share reports some
+// write errors only as a short file.
+std::optional<std::uint64_t> sizeIfNotWhole(const std::string& source, const std::string& copy) {
     const auto expected = fs::files().totalSize(source);
     const auto written = fs::files().totalSize(copy);
-    return expected && written && *expected != *written ? EIO : 0;
+    if (expected && written && *expected != *written) return written;
+    return std::nullopt;
 }
 
 // Copies (or moves) one file whole to a free name for `destination`; `target` receives the
@@ -197,6 +202,7 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
     // on (and its hidden copy kept) long after it; a pause lets the file finish.
     const fs::CopyGate gate([&upload = c.job()] { return !upload.cancelled(); });
     int rc = 0;
+    std::optional<std::uint64_t> sizeBefore;  // the last copy's size, when not the source's
     for (int copies = 1;; ++copies) {
         // A second early: file systems keep modification times more coarsely than this clock.
         const auto started = std::chrono::system_clock::now() - std::chrono::seconds(1);
@@ -206,7 +212,14 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
         // data went through: the copy counts as done.
         if (fs::platformErrorCode(rc) == fs::kUnknownWriteError && files.isAlias(partial)) rc = 0;
         if (rc != 0) break;
-        rc = checkWhole(source, partial);
+        const std::optional<std::uint64_t> notWhole = sizeIfNotWhole(source, partial);
+        rc = notWhole ? EIO : 0;
+        // The same size again from an unchanged source is what the source holds, not a fault
+        // of the device: copying it again would only give it once more.
+        if (notWhole && notWhole == sizeBefore) {
+            rc = kSourceNotItsSize;
+            break;
+        }
         const std::optional<fs::ItemStamp> after = files.stamp(source);
         // A source written to while it was read gives a copy of no moment of it, though it may
         // be of the size the source has now (the part read before the write is old, the rest
@@ -214,6 +227,12 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
         // of another size than its source, which nobody wrote to meanwhile, is the device's
         // fault.
         const bool rewritten = before && after && !(*before == *after);
+        // A copy of the wrong size is made once more to tell the source's size from a fault.
+        if (notWhole && !rewritten && !sizeBefore && copies < kCopiesOfAChangingSource) {
+            sizeBefore = notWhole;
+            files.removeItem(partial);
+            continue;
+        }
         if (!rewritten && (rc == 0 || !changedSince(after, started))) break;
         if (copies == kCopiesOfAChangingSource || c.job().cancelled()) {
             rc = kSourceKeptChanging;
@@ -308,6 +327,9 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     if (rc == kSourceKeptChanging) {
         c.discardPartialCopy();
         error = qvt::TransferError{EBUSY, c.localizedString("SOURCE_CHANGING_txt")};
+    } else if (rc == kSourceNotItsSize && !destinationVolumeLost(c)) {
+        c.discardPartialCopy();
+        error = qvt::TransferError{EIO, c.localizedString("SIZE_NOT_AS_READ_txt")};
     } else if (rc != 0) {
         const int code = fs::platformErrorCode(rc);
         // A lost or full device: the partial copy stays the file in hand until the retry (or

@@ -580,3 +580,22 @@ TEST(Retry, ACancelAtTheMomentOfAClashLeavesTheFileThatWasThere) {
     for (const auto& entry : fs::directory_iterator(s.dst))
         EXPECT_FALSE(engine::isTemporaryName(entry.path().filename().string())) << entry.path();
 }
+
+// A file of the system itself tells a size that is not what it holds (/proc/cpuinfo says 0
+// bytes): its copy is never its size, and copying it again would never end. Twice the same
+// size from a device that is there makes it a failed item, and the upload goes on.
+TEST(Retry, ASourceThatDoesNotHoldItsSizeIsAFailedItemNotAnEndlessRetry) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    ASSERT_TRUE(fs::exists("/proc/cpuinfo"));
+    CopyThread copy(s, "/proc/cpuinfo", s.at("cpuinfo"));
+    ASSERT_TRUE(copy.waitFinished());
+    EXPECT_FALSE(s.h.view->called("runModal deviceMissingDialog"));
+    const List failed = s.c->failedTransferArray.get();
+    ASSERT_EQ(failed.size(), 1u);
+    EXPECT_EQ(failed[0].asRecord()->string("localizedError"),
+              "The file's size does not match what can be read from it (files of the system "
+              "itself, such as those in /proc, give no true size), so it cannot be copied whole.");
+    EXPECT_TRUE(namesIn(s.dst).empty()) << "no copy, hidden or not, is left";
+}
