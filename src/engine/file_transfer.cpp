@@ -247,7 +247,11 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
     if (rc == 0) rc = renameToFreeName(c, partial, destination, target);
     if (rc != 0) return rc;
     c.job().inProcessDestFilePath.set("");
-    return move ? files.removeItem(source) : 0;
+    if (!move) return 0;
+    // The source goes only once its copy's new name is on the disk too: after a power cut the
+    // data alone would be there under the hidden name, which nothing takes up again.
+    if (const int flushed = files.flushItem(target)) return flushed;
+    return files.removeItem(source);
 }
 
 }  // namespace

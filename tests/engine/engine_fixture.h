@@ -87,6 +87,10 @@ class FaultyFiles : public platform::FileLayer {
         std::lock_guard lock(mutex_);
         return listings_[path];
     }
+    int flushItem(const std::string& path) override {
+        if (auto rc = call("flushItem", path, path)) return *rc;
+        return FileLayer::flushItem(path);
+    }
     int flushVolume(const std::string& path) override {
         if (auto rc = call("flush", path, path)) return *rc;
         return FileLayer::flushVolume(path);

@@ -300,6 +300,42 @@ TEST(TransferFile, TheMoveOptionMovesUnlessTheSourceIsExcluded) {
     EXPECT_EQ(test::readFile(s.at("kept.txt")), "k");
 }
 
+// Moved to another volume, a file is copied; its source goes only once the copy is on the disk
+// under its final name. A disk that cannot write the new name out keeps the source.
+TEST(TransferFile, AMoveToAnotherVolumeKeepsTheSourceUntilTheNewNameIsOnTheDisk) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    s.c->removeFilesAfterUpload = true;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto flushed = std::make_shared<std::vector<std::string>>();
+    auto flushAnswer = std::make_shared<std::atomic<int>>(0);
+    layer.setHook([flushed, flushAnswer](const std::string& op, const std::string& path,
+                                         const std::string&) -> std::optional<int> {
+        // Another volume: a rename of the source is refused.
+        if (op == "move") return EXDEV;
+        if (op != "flushItem") return std::nullopt;
+        flushed->push_back(path);
+        return flushAnswer->load() == 0 ? std::nullopt : std::optional<int>(flushAnswer->load());
+    });
+    test::writeFile(s.from("moved.txt"), "m");
+    s.c->transferFile(s.from("moved.txt"), s.at("moved.txt"), s.dst);
+    EXPECT_FALSE(fs::exists(s.from("moved.txt")));
+    EXPECT_EQ(test::readFile(s.at("moved.txt")), "m");
+    ASSERT_EQ(flushed->size(), 2u);
+    EXPECT_TRUE(engine::isTemporaryName(fs::path((*flushed)[0]).filename()));
+    EXPECT_EQ((*flushed)[1], s.at("moved.txt"));
+
+    *flushAnswer = EROFS;
+    test::writeFile(s.from("kept.txt"), "k");
+    s.c->transferFile(s.from("kept.txt"), s.at("kept.txt"), s.dst);
+    EXPECT_EQ(test::readFile(s.from("kept.txt")), "k");
+    const List failed = s.c->failedTransferArray.get();
+    ASSERT_EQ(failed.size(), 1u);
+    EXPECT_EQ(failed[0].asRecord()->string("sourceFilePath"), s.from("kept.txt"));
+}
+
 // Moved on the same volume, a link would be renamed itself and point back at the sources; it is
 // moved as what it leads to: the target's bytes arrive, the link goes and the target stays.
 TEST(TransferFile, TheMoveOptionMovesALinkAsWhatItLeadsTo) {
