@@ -323,10 +323,14 @@ void ConsoleSession::endWithTheDesktopSession(int number) {
     const char* text = recorded     ? "SUSPENDED"
                        : allHandled ? "ENDED_NOTHING_LEFT"
                                     : "SUSPENDED_NOT_RECORDED";
-    if (options_.json)
+    if (options_.json) {
         emitJsonEvent("suspended", {{"exitStatus", std::int64_t{code}}, {"recorded", recorded}});
-    else
+        // Every run's last event, this one's included.
+        emitJsonEvent("ended",
+                      {{"exitStatus", std::int64_t{code}}, {"message", consoleText(text)}});
+    } else {
         std::printf("%s\n", consoleText(text).c_str());
+    }
     std::fflush(stdout);
     Terminal::restore();
     // The copy thread may be inside a file: the process ends here as a kill would end it,

@@ -18,6 +18,7 @@
 #include "device/mount_destination.h"
 #include "device/rest_client.h"
 #include "device/volume_presence.h"
+#include "engine/path_names.h"
 #include "platform/files.h"
 #include "qvtransfer/Version.h"
 #include "session/qvtransfer_private.h"
@@ -121,8 +122,16 @@ int main(int argc, char** argv) {
     }
     // The uploader's own folders are left out wherever an upload meets them; given by name,
     // that would upload nothing while saying that everything arrived.
+    const auto isTheUploadersOwn = [&controller](const std::string& source) {
+        if (controller->isLeftOutOfWalks(source, true)) return true;
+        // Or inside one of them (the state file itself, a share's mount point).
+        for (std::string folder = qvt::engine::deletingLastPathComponent(source); folder.size() > 1;
+             folder = qvt::engine::deletingLastPathComponent(folder))
+            if (controller->isLeftOutOfWalks(folder, false)) return true;
+        return false;
+    };
     for (const std::string& source : options.sources)
-        if (controller->isLeftOutOfWalks(source, true))
+        if (isTheUploadersOwn(source))
             return badArguments(source +
                                 " holds the uploader's own files (the device's shares are opened "
                                 "there, or its record of uploads is kept there): it is never "

@@ -164,14 +164,16 @@ class CliTest : public ::testing::Test {
     // Writes held.bin and later.txt into `work` and uploads both to the volume mounted at
     // `volume`; the copy waits inside held.bin, held by the lease given back, until the test
     // lets it go. Nothing when the upload did not start or never reached the file.
-    std::unique_ptr<test::LeaseHold> startHeldUpload(ChildProcess& child,
-                                                     const std::string& volume) {
+    std::unique_ptr<test::LeaseHold> startHeldUpload(ChildProcess& child, const std::string& volume,
+                                                     const std::vector<std::string>& extra = {}) {
         test::writeFile(work / "held.bin", "the held file\n");
         test::writeFile(work / "later.txt", "after the held file\n");
         auto hold = std::make_unique<test::LeaseHold>(work / "held.bin");
-        if (!hold->held() || !start(child, {"--das", volume, "--destination", "Drive",
-                                            work / "held.bin", work / "later.txt"}))
-            return nullptr;
+        std::vector<std::string> arguments{"--das", volume, "--destination", "Drive"};
+        arguments.insert(arguments.end(), extra.begin(), extra.end());
+        arguments.push_back(work / "held.bin");
+        arguments.push_back(work / "later.txt");
+        if (!hold->held() || !start(child, arguments)) return nullptr;
         if (!pollUntil([&] { return hold->opened(); }, 60)) return nullptr;
         return hold;
     }

@@ -491,6 +491,24 @@ TEST_F(CliTest, TheEndOfTheSessionOnAVolumeThatCannotBeRecordedSaysSo) {
     EXPECT_EQ(child.output().find("take it up with --resume"), std::string::npos) << child.output();
 }
 
+// In JSON the end of the session is told as every end is: "suspended", then last "ended".
+TEST_F(CliTest, TheEndOfTheSessionInJsonEndsWithTheEndedEvent) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    ChildProcess child;
+    const auto hold = startHeldUpload(child, volume.path(), {"--json"});
+    ASSERT_TRUE(hold) << child.output();
+    child.signal(SIGTERM);
+    EXPECT_TRUE(child.waitForOutput("\"suspended\"", kDeadline)) << child.output();
+    hold->release();
+    EXPECT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+    std::string out = child.output();
+    while (!out.empty() && out.back() == '\n') out.pop_back();
+    const std::string last = out.substr(out.rfind('\n') + 1);
+    EXPECT_EQ(last.find("{\"event\":\"ended\",\"exitStatus\":143,"), 0u) << out;
+    EXPECT_NE(out.find("\"event\":\"suspended\""), std::string::npos) << out;
+}
+
 // The same end of the session while the upload waits for room: nothing could take the upload
 // up, so the hidden copy of the file it was writing goes before the process ends.
 TEST_F(CliTest, TheEndOfTheSessionOnAVolumeThatCannotBeRecordedLeavesNoHiddenCopy) {
@@ -1005,7 +1023,9 @@ TEST_F(CliTest, TheUploadersOwnFoldersGivenAsSourcesAreABadArgument) {
     fs::create_directories(stateFolder);
     const std::string link = work / "shares";
     fs::create_directory_symlink(mountFolder, link);
-    for (const std::string& source : {mountFolder, link, stateFolder}) {
+    test::writeFile(stateFolder + "/qvtransfer.plist", "<plist version=\"1.0\"><dict/></plist>");
+    for (const std::string& source : {mountFolder, link, stateFolder,
+                                      stateFolder + "/qvtransfer.plist", mountFolder + "/Public"}) {
         ChildProcess child;
         ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", source}));
         child.closeInput();
