@@ -93,6 +93,8 @@ class FaultyFiles : public platform::FileLayer {
     }
     int flushVolume(const std::string& path) override {
         if (auto rc = call("flush", path, path)) return *rc;
+        // A volume that is gone takes no flush.
+        if (volumeLost) return EIO;
         return FileLayer::flushVolume(path);
     }
     platform::VolumeFacts volumeFacts(const std::string& path) override {

@@ -50,6 +50,9 @@ TEST(LostArrivals, FilesTheDiskLostAreCopiedAgainUnderTheirOwnNames) {
     ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceMissingDialog"); }));
     ASSERT_TRUE(test::waitFor([&] { return s.c->job().waiters() == 1; }));
     layer.volumeLost = false;
+    // The disk is back, and the state file is written before the copy goes on: its flush of
+    // the disk back does not vouch for what was lost with it.
+    s.c->saveQVTransferDataToFile();
     playRecovery(*s.c);
     ASSERT_TRUE(copy.waitFinished());
 
