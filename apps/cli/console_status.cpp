@@ -16,6 +16,7 @@
 #include "platform/paths.h"
 #include "progress_text.h"
 #include "session/recorded_upload.h"
+#include "state_folder.h"
 #include "terminal.h"
 
 namespace qvt::cli {
@@ -320,16 +321,18 @@ void ConsoleSession::endWithTheDesktopSession(int number) {
     const bool allHandled =
         status.filesTotal > 0 && status.filesArrived + status.failures.size() >=
                                      static_cast<std::uint64_t>(status.filesTotal);
-    const char* text = recorded     ? "SUSPENDED"
-                       : allHandled ? "ENDED_NOTHING_LEFT"
-                                    : "SUSPENDED_NOT_RECORDED";
+    const bool cannotRecord = !recorded && !allHandled && stateFolderProblem(stateFolder());
+    const std::string message = cannotRecord
+                                    ? consoleText("SUSPENDED_STATE_NOT_WRITABLE", {stateFolder()})
+                                    : consoleText(recorded     ? "SUSPENDED"
+                                                  : allHandled ? "ENDED_NOTHING_LEFT"
+                                                               : "SUSPENDED_NOT_RECORDED");
     if (options_.json) {
         emitJsonEvent("suspended", {{"exitStatus", std::int64_t{code}}, {"recorded", recorded}});
         // Every run's last event, this one's included.
-        emitJsonEvent("ended",
-                      {{"exitStatus", std::int64_t{code}}, {"message", consoleText(text)}});
+        emitJsonEvent("ended", {{"exitStatus", std::int64_t{code}}, {"message", message}});
     } else {
-        std::printf("%s\n", consoleText(text).c_str());
+        std::printf("%s\n", message.c_str());
     }
     std::fflush(stdout);
     Terminal::restore();

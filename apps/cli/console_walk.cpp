@@ -14,6 +14,7 @@
 #include "json_events.h"
 #include "platform/files.h"
 #include "progress_text.h"
+#include "state_folder.h"
 #include "terminal.h"
 
 namespace qvt::cli {
@@ -273,6 +274,10 @@ void ConsoleSession::startUpload() {
     // the device): the reason is on stderr already, and nothing was copied.
     if (actions_.statusSnapshot().state == engine::UploadState::Idle)
         return finish(kExitBadArguments, "");
+    // Before anything can interrupt it: an upload that cannot be recorded cannot be taken up.
+    if (const auto problem = stateFolderProblem(stateFolder()))
+        std::fprintf(stderr, "%s\n",
+                     consoleText("STATE_NOT_WRITABLE", {stateFolder(), *problem}).c_str());
     // Said once the upload has begun: the main thread prints its progress only after this.
     if (!options_.quiet)
         std::printf("%s\n",

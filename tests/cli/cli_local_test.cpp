@@ -491,6 +491,40 @@ TEST_F(CliTest, TheEndOfTheSessionOnAVolumeThatCannotBeRecordedSaysSo) {
     EXPECT_EQ(child.output().find("take it up with --resume"), std::string::npos) << child.output();
 }
 
+// A state folder that cannot take the state file (a file in its place) is told when the upload
+// begins, and the end of the session names it as the reason --resume cannot take the upload up.
+TEST_F(CliTest, AStateFolderThatCannotHoldTheRecordIsToldAtTheStartAndAtTheEnd) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    const std::string folder = home.path() + "/.local/share/QVTransfer";
+    {
+        // A fresh home: its folder is made, and nothing is said.
+        test::writeFile(work / "first.txt", "first\n");
+        ChildProcess child;
+        ASSERT_TRUE(
+            start(child, {"--das", volume.path(), "--destination", "Drive", work / "first.txt"}));
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+        EXPECT_EQ(child.errors().find("cannot be recorded"), std::string::npos) << child.errors();
+    }
+    fs::remove_all(folder);
+    test::writeFile(folder, "a file where the folder should be");
+    ChildProcess child;
+    const auto hold = startHeldUpload(child, volume.path());
+    ASSERT_TRUE(hold) << child.output();
+    child.signal(SIGTERM);
+    EXPECT_TRUE(
+        child.waitForOutput("the upload's state could not be recorded in " + folder, kDeadline))
+        << child.output() << child.errors();
+    hold->release();
+    EXPECT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+    EXPECT_NE(child.errors().find("The state of this upload cannot be recorded in " + folder +
+                                  " (" + platform::errorDescription(ENOTDIR) + ")"),
+              std::string::npos)
+        << child.errors();
+    EXPECT_EQ(test::readFile(folder), "a file where the folder should be");
+}
+
 // In JSON the end of the session is told as every end is: "suspended", then last "ended".
 TEST_F(CliTest, TheEndOfTheSessionInJsonEndsWithTheEndedEvent) {
     TmpfsVolume volume(work / "Drive", 8 << 20);

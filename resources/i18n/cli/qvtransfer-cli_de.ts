@@ -171,6 +171,16 @@
         <source>Paused for the end of the session, but this volume gives no identity to record the upload under, so --resume cannot take it up. The files that arrived stay; upload the rest again.</source>
         <translation>Für das Ende der Sitzung angehalten, aber dieser Datenträger hat keine Kennung, unter der der Upload gespeichert werden kann; --resume kann ihn daher nicht fortsetzen. Die angekommenen Dateien bleiben; laden Sie den Rest erneut hoch.</translation>
     </message>
+    <message id="STATE_NOT_WRITABLE">
+        <source>The state of this upload cannot be recorded in %1 (%2): if it is interrupted, --resume cannot take it up.</source>
+        <extracomment>Said on stderr when an upload begins. %1 is the state file's folder, %2 the system's reason.</extracomment>
+        <translation>Der Stand dieses Uploads kann nicht in %1 gespeichert werden (%2): Wird er unterbrochen, kann --resume ihn nicht fortsetzen.</translation>
+    </message>
+    <message id="SUSPENDED_STATE_NOT_WRITABLE">
+        <source>Paused for the end of the session, but the upload's state could not be recorded in %1, so --resume cannot take it up. The files that arrived stay; upload the rest again.</source>
+        <extracomment>%1 is the state file's folder.</extracomment>
+        <translation>Für das Ende der Sitzung angehalten, aber der Stand des Uploads konnte nicht in %1 gespeichert werden; --resume kann ihn daher nicht fortsetzen. Die angekommenen Dateien bleiben; laden Sie den Rest erneut hoch.</translation>
+    </message>
     <message id="ENDED_NOTHING_LEFT">
         <source>Ended with the session; every file had been handled, so there is nothing for --resume to take up.</source>
         <translation>Mit der Sitzung beendet; jede Datei war bereits bearbeitet, daher hat --resume nichts fortzusetzen.</translation>

@@ -171,6 +171,16 @@
         <source>Paused for the end of the session, but this volume gives no identity to record the upload under, so --resume cannot take it up. The files that arrived stay; upload the rest again.</source>
         <translation>Paused for the end of the session, but this volume gives no identity to record the upload under, so --resume cannot take it up. The files that arrived stay; upload the rest again.</translation>
     </message>
+    <message id="STATE_NOT_WRITABLE">
+        <source>The state of this upload cannot be recorded in %1 (%2): if it is interrupted, --resume cannot take it up.</source>
+        <extracomment>Said on stderr when an upload begins. %1 is the state file's folder, %2 the system's reason.</extracomment>
+        <translation>The state of this upload cannot be recorded in %1 (%2): if it is interrupted, --resume cannot take it up.</translation>
+    </message>
+    <message id="SUSPENDED_STATE_NOT_WRITABLE">
+        <source>Paused for the end of the session, but the upload's state could not be recorded in %1, so --resume cannot take it up. The files that arrived stay; upload the rest again.</source>
+        <extracomment>%1 is the state file's folder.</extracomment>
+        <translation>Paused for the end of the session, but the upload's state could not be recorded in %1, so --resume cannot take it up. The files that arrived stay; upload the rest again.</translation>
+    </message>
     <message id="ENDED_NOTHING_LEFT">
         <source>Ended with the session; every file had been handled, so there is nothing for --resume to take up.</source>
         <translation>Ended with the session; every file had been handled, so there is nothing for --resume to take up.</translation>
