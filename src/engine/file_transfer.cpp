@@ -359,8 +359,7 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     if (!error) ++upload.filesArrived;
     // A copy to a local disk may be in memory only until the disk is flushed; a moved file was
     // flushed before its source went.
-    if (!error && !move && c.deviceType() == "DAS")
-        upload.arrivalsSinceFlush.add({source, target, fs::files().size(target).value_or(0)});
+    if (!error && !move && c.deviceType() == "DAS") c.noteArrivalNotFlushed(source, target);
     c.inProcessSourceFilesArray.append(target);
     c.processFileTransferStatus(source, target, error);
     upload.inProcessDestFilePath.set("");

@@ -40,7 +40,27 @@ int copyAgain(QVTransferPrivate& c, const std::string& source, const std::string
     return 0;
 }
 
+// The most files listed between two flushes. The state file's write flushes the disk every
+// few seconds; small files can arrive faster than that by the ten thousand, and the list would
+// grow by megabytes. At this many the copy flushes the disk itself.
+constexpr std::size_t kMostUnflushedArrivals = 4096;
+
 }  // namespace
+
+void QVTransferPrivate::noteArrivalNotFlushed(const std::string& source,
+                                              const std::string& target) {
+    qvt::engine::UploadJob& upload = job();
+    upload.arrivalsSinceFlush.add({source, target, fs::files().size(target).value_or(0)});
+    if (upload.arrivalsSinceFlush.size() < kMostUnflushedArrivals) return;
+    // As the state file's flush: one of a disk that went missing since does not vouch for
+    // what was renamed before it went.
+    const std::uint64_t losses = upload.deviceLosses.load();
+    if (losses != upload.deviceLossesLookedAt.load()) return;
+    const std::uint64_t covered = upload.arrivalsSinceFlush.lastNumber();
+    if (qvt::engine::flushLeavesNothing(fs::files().flushVolume(selectedDestinationShare.get())) &&
+        upload.deviceLosses.load() == losses)
+        upload.arrivalsSinceFlush.dropThrough(covered);
+}
 
 void QVTransferPrivate::copyAgainWhatTheLossTook() {
     qvt::engine::UploadJob& upload = job();

@@ -10,6 +10,11 @@ void UnflushedArrivals::add(Arrival arrival) {
     list_.push_back(std::move(arrival));
 }
 
+std::size_t UnflushedArrivals::size() const {
+    std::lock_guard lock(mutex_);
+    return list_.size();
+}
+
 std::uint64_t UnflushedArrivals::lastNumber() const {
     std::lock_guard lock(mutex_);
     return lastNumber_;

@@ -4,12 +4,20 @@
 // the copy looks at each of them again (see QVTransferPrivate::copyAgainWhatTheLossTook).
 #pragma once
 
+#include <cerrno>
 #include <cstdint>
 #include <mutex>
 #include <string>
 #include <vector>
 
 namespace qvt::engine {
+
+// Whether a flush of a local disk that answered `rc` leaves nothing in memory to lose. A file
+// system that has no flush of its own to call from here counts as flushed: nothing better can
+// be done for it.
+inline bool flushLeavesNothing(int rc) {
+    return rc == 0 || rc == ENOSYS || rc == EINVAL || rc == EOPNOTSUPP;
+}
 
 struct Arrival {
     std::string source;
@@ -22,6 +30,8 @@ struct Arrival {
 class UnflushedArrivals {
   public:
     void add(Arrival arrival);
+    // How many are listed.
+    std::size_t size() const;
     // The number of the last one added: a flush begun now covers it and those before.
     std::uint64_t lastNumber() const;
     // Takes off those a flush covered (numbered up to `number`).

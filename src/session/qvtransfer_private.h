@@ -292,6 +292,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // final names since its last flush that did not reach it whole are copied again under the
     // same names (upload thread).
     void copyAgainWhatTheLossTook();
+    // Lists a file just renamed to its final name on a local disk until a flush covers it
+    // (upload thread).
+    void noteArrivalNotFlushed(const std::string& source, const std::string& target);
     // The end's flush of a local disk failed with `error`: the files renamed since its last good
     // flush become failed items (upload thread).
     void failArrivalsNotFlushed(int error);

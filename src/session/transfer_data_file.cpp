@@ -157,9 +157,8 @@ bool QVTransferPrivate::flushDestinationBeforeRecording(std::unique_lock<std::mu
     // is let go meanwhile, so a pause's or the session end's write is not held up by it.
     lock.unlock();
     const int rc = files.flushVolume(destination);
-    // A file system that cannot be flushed from here is written to as it is.
-    const bool flushed = (rc == 0 || rc == ENOSYS || rc == EINVAL || rc == EOPNOTSUPP) &&
-                         upload.deviceLosses.load() == losses;
+    const bool flushed =
+        qvt::engine::flushLeavesNothing(rc) && upload.deviceLosses.load() == losses;
     if (flushed) upload.arrivalsSinceFlush.dropThrough(covered);
     lock.lock();
     if (begun != transferDataWritesBegun || recordSealedForExit) return false;

@@ -113,5 +113,37 @@ TEST(LostArrivals, AFileLostWithTheDiskWhoseSourceIsGoneIsAFailure) {
     EXPECT_EQ(s.c->arrivedFileCount(), 1u);
 }
 
+// Small files can arrive by the thousand between two writes of the state file: the list of
+// those not flushed yet stays short, the copy flushing the disk itself when it grows long.
+TEST(LostArrivals, TheListOfFilesNotFlushedYetStaysShort) {
+    Session s(test::dasDevice());
+    ASSERT_TRUE(s.c);
+    s.c->job().begin();
+    constexpr int kFiles = 5000;
+    s.c->job().numberOfFilesCountForTransfer = kFiles;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto flushes = std::make_shared<std::atomic<int>>(0);
+    auto longest = std::make_shared<std::atomic<std::size_t>>(0);
+    QVTransferPrivate* c = s.c.get();
+    layer.setHook([flushes, longest, c](const std::string& op, const std::string&,
+                                        const std::string&) -> std::optional<int> {
+        if (op == "flush") ++*flushes;
+        if (op == "copy") {
+            const std::size_t listed = c->job().arrivalsSinceFlush.size();
+            if (listed > longest->load()) *longest = listed;
+        }
+        return std::nullopt;
+    });
+    for (int i = 0; i < kFiles; ++i)
+        test::writeFile(s.from("Many/" + std::to_string(i) + ".txt"), "x");
+    CopyThread copy(s, s.from("Many"), s.at("Many"));
+    ASSERT_TRUE(copy.waitFinished(120));
+    EXPECT_EQ(namesIn(s.at("Many")).size(), static_cast<std::size_t>(kFiles));
+    EXPECT_EQ(flushes->load(), 1);
+    EXPECT_LT(longest->load(), 4096u);
+    EXPECT_LT(s.c->job().arrivalsSinceFlush.size(), 4096u);
+}
+
 }  // namespace
 }  // namespace qvt::enginetest
