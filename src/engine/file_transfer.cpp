@@ -53,6 +53,17 @@ void reportLostDevice(QVTransferPrivate& c) {
     if (!c.reconnectingDevice()) c.displayDeviceDisconnect();
 }
 
+// Whether the destination went away while the upload was paused. A disk unmounted meanwhile
+// leaves its mount point folder behind, on the computer's own disk, where every write would
+// succeed: after each pause the destination is looked at before anything is written.
+bool destinationLostDuringAPause(QVTransferPrivate& c) {
+    qvt::engine::UploadJob& upload = c.job();
+    const std::uint64_t resumes = upload.resumes.load();
+    if (resumes == upload.resumesLookedAt.load()) return false;
+    upload.resumesLookedAt = resumes;
+    return destinationVolumeLost(c);
+}
+
 qvt::TransferError transferError(int errnoValue) {
     return qvt::TransferError{fs::platformErrorCode(errnoValue), fs::errorDescription(errnoValue)};
 }
@@ -440,6 +451,10 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
     while (true) {
         waitWhilePaused(*this);
         if (job().ended()) break;
+        if (destinationLostDuringAPause(*this)) {
+            reportLostDevice(*this);
+            continue;
+        }
         copyAgainWhatTheLossTook();
         // A lost volume may be back at another mount point.
         const std::string destination = rebasedDestination(destFilePath);

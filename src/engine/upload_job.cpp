@@ -59,6 +59,7 @@ void UploadJob::begin() {
     takenNames.clear();
     arrivalsSinceFlush.clear();
     deviceLossesLookedAt = deviceLosses.load();
+    resumesLookedAt = resumes.load();
     stopLeftPartialCopy = false;
     stillFull = false;
     {
@@ -96,6 +97,7 @@ bool UploadJob::resume(PauseReason reason) {
         if (reasons_ != 0) return false;
         state_ = UploadState::Copying;
         startedAt_ += clock_->now() - pausedAt_;
+        ++resumes;
     }
     changed();
     return true;

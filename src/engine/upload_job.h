@@ -161,6 +161,10 @@ class UploadJob {
     // it that began), and how many of those the copy has looked behind.
     std::atomic<std::uint64_t> deviceLosses{0};
     std::atomic<std::uint64_t> deviceLossesLookedAt{0};
+    // How many times the upload went on after a pause, and how many of those the copy has
+    // looked at the destination after.
+    std::atomic<std::uint64_t> resumes{0};
+    std::atomic<std::uint64_t> resumesLookedAt{0};
 
   private:
     bool endedLocked() const;

@@ -599,3 +599,42 @@ TEST(Retry, ASourceThatDoesNotHoldItsSizeIsAFailedItemNotAnEndlessRetry) {
               "itself, such as those in /proc, give no true size), so it cannot be copied whole.");
     EXPECT_TRUE(namesIn(s.dst).empty()) << "no copy, hidden or not, is left";
 }
+
+// A disk unmounted while the upload is paused leaves its empty mount point folder on the
+// computer's own disk, where writes succeed. When the upload goes on, the destination is
+// looked at first: the device is missing, and nothing is written until it is back.
+TEST(Retry, ADiskGoneDuringAPauseIsWaitedForBeforeAnythingIsWritten) {
+    Session s(test::dasDevice());
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    s.c->job().begin();
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto copies = std::make_shared<std::atomic<int>>(0);
+    auto dispatch = s.h.services.dispatch;
+    auto c = s.c;
+    // The user pauses while the first file is copied; the pause holds at the next file.
+    layer.setHook([copies, dispatch, c](const std::string& op, const std::string&,
+                                        const std::string&) -> std::optional<int> {
+        if (op == "copy" && ++*copies == 1) dispatch->mainSync([c] { c->pauseTransfer(); });
+        return std::nullopt;
+    });
+    test::writeFile(s.from("Trip/a.jpg"), "a");
+    test::writeFile(s.from("Trip/b.jpg"), "b");
+    CopyThread copy(s, s.from("Trip"), s.at("Trip"));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->job().waiters() == 1; }));
+    EXPECT_EQ(copies->load(), 1);
+
+    layer.volumeLost = true;
+    s.h.services.dispatch->mainSync([c] { c->resumeTransfer(); });
+    ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceMissingDialog"); }));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->job().waiters() == 1; }));
+    EXPECT_EQ(copies->load(), 1) << "nothing was copied while the disk was gone";
+    EXPECT_TRUE(s.c->reconnectingDevice());
+
+    layer.volumeLost = false;
+    playRecovery(*s.c);
+    ASSERT_TRUE(copy.waitFinished());
+    EXPECT_EQ(namesIn(s.at("Trip")), (std::vector<std::string>{"a.jpg", "b.jpg"}));
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+}
