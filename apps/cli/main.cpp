@@ -130,15 +130,22 @@ int main(int argc, char** argv) {
             if (controller->isLeftOutOfWalks(folder, false)) return true;
         return false;
     };
-    for (const std::string& source : options.sources)
-        if (isTheUploadersOwn(source))
-            return badArguments(source +
+    int code = kExitSomeFailed;
+    bool refused = false;
+    for (const std::string& source : options.sources) {
+        // Through links too: a link to the state file, or a path through a link to a folder.
+        const std::string real = qvt::platform::files().realPath(source);
+        if (isTheUploadersOwn(source) || (!real.empty() && isTheUploadersOwn(real))) {
+            code = badArguments(source +
                                 " holds the uploader's own files (the device's shares are opened "
                                 "there, or its record of uploads is kept there): it is never "
                                 "uploaded");
-
-    int code = kExitSomeFailed;
-    {
+            refused = true;
+            break;
+        }
+    }
+    // A refusal ends as any run does: the controller's background work has begun already.
+    if (!refused) {
         ConsoleSession session(options, terminal, *device,
                                QVTransferPrivate::hostInterface(controller), *controller, *view);
         code = session.run();

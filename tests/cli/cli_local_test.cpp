@@ -1058,8 +1058,11 @@ TEST_F(CliTest, TheUploadersOwnFoldersGivenAsSourcesAreABadArgument) {
     const std::string link = work / "shares";
     fs::create_directory_symlink(mountFolder, link);
     test::writeFile(stateFolder + "/qvtransfer.plist", "<plist version=\"1.0\"><dict/></plist>");
-    for (const std::string& source : {mountFolder, link, stateFolder,
-                                      stateFolder + "/qvtransfer.plist", mountFolder + "/Public"}) {
+    const std::string fileLink = work / "record.plist";
+    fs::create_symlink(stateFolder + "/qvtransfer.plist", fileLink);
+    for (const std::string& source :
+         {mountFolder, link, stateFolder, stateFolder + "/qvtransfer.plist",
+          mountFolder + "/Public", fileLink, link + "/Public"}) {
         ChildProcess child;
         ASSERT_TRUE(start(child, {"--das", volume.path(), "--destination", "Drive", source}));
         child.closeInput();
