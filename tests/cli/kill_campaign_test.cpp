@@ -222,7 +222,10 @@ unsigned firstSeed() {
 
 TEST_F(KillCampaign, EveryKilledUploadEndsWholeWithResume) {
     const auto sources = makeCampaignSources(work / "src");
-    mounttest::LoopVolume loop(work.path(), 96);
+    // A resume killed before it recorded its progress leaves what it copied, and the next one
+    // copies it again beside it with "copy" names: the volume holds several such rounds of the
+    // sources' 22 MB, so a run of early kills does not end in a full disk.
+    mounttest::LoopVolume loop(work.path(), 320);
     ASSERT_TRUE(loop.ok());
     const std::string drive = work / "Drive";
     fs::create_directories(drive);
