@@ -203,10 +203,12 @@ bool UploadJob::waitWhilePaused() {
     std::unique_lock lock(mutex_);
     if (reasons_ == 0 || endedLocked()) return false;
     ++waiters_;
+    ++pauseWaiters_;
     // A pause may last hours; the wait looks again now and then, but every change of state
     // wakes it at once.
     while (reasons_ != 0 && !endedLocked())
         condition_.wait_for(lock, kRecheck, [&] { return reasons_ == 0 || endedLocked(); });
+    --pauseWaiters_;
     --waiters_;
     return true;
 }
@@ -257,6 +259,11 @@ bool UploadJob::askForLook() {
 int UploadJob::waiters() const {
     std::lock_guard lock(mutex_);
     return waiters_;
+}
+
+int UploadJob::pauseWaiters() const {
+    std::lock_guard lock(mutex_);
+    return pauseWaiters_;
 }
 
 }  // namespace qvt::engine

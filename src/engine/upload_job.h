@@ -111,6 +111,9 @@ class UploadJob {
     bool askForLook();
     // How many threads wait on the upload now (for tests that watch the waiters).
     int waiters() const;
+    // How many of them a pause holds (waitWhilePaused): the copy, not a watcher between two
+    // looks at a missing device.
+    int pauseWaiters() const;
 
     // ---- Counters and the file in hand (any thread) ----
 
@@ -180,6 +183,7 @@ class UploadJob {
     Date startedAt_{};
     Date pausedAt_{};
     int waiters_ = 0;
+    int pauseWaiters_ = 0;
     bool lookAsked_ = false;
     bool looking_ = false;
 };

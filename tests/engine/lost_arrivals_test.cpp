@@ -48,7 +48,7 @@ TEST(LostArrivals, FilesTheDiskLostAreCopiedAgainUnderTheirOwnNames) {
 
     CopyThread copy(s, s.from("Trip"), trip);
     ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceMissingDialog"); }));
-    ASSERT_TRUE(test::waitFor([&] { return s.c->job().waiters() == 1; }));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->job().pauseWaiters() == 1; }));
     layer.volumeLost = false;
     // The disk is back, and the state file is written before the copy goes on: its flush of
     // the disk back does not vouch for what was lost with it.
@@ -95,7 +95,7 @@ TEST(LostArrivals, AFileLostWithTheDiskWhoseSourceIsGoneIsAFailure) {
     });
 
     CopyThread copy(s, tripSource, trip);
-    ASSERT_TRUE(test::waitFor([&] { return s.c->job().waiters() == 1; }));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->job().pauseWaiters() == 1; }));
     layer.volumeLost = false;
     playRecovery(*s.c);
     ASSERT_TRUE(copy.waitFinished());

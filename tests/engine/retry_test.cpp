@@ -221,7 +221,7 @@ TEST_P(LostRename, TheFileEndsUpOnceUnderItsOwnName) {
 
     CopyThread copy(s, s.from("photo.jpg"), s.at("photo.jpg"));
     ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceMissingDialog"); }));
-    ASSERT_TRUE(test::waitFor([&] { return s.c->job().waiters() == 1; }));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->job().pauseWaiters() == 1; }));
 
     layer.volumeLost = false;
     playRecovery(*s.c);
@@ -249,7 +249,7 @@ TEST(Retry, NothingIsTriedWhileTheDeviceIsBeingReconnected) {
     test::writeFile(s.from("x.txt"), "x");
 
     CopyThread copy(s, s.from("x.txt"), s.at("x.txt"));
-    ASSERT_TRUE(test::waitFor([&] { return s.c->job().waiters() == 1; }));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->job().pauseWaiters() == 1; }));
     EXPECT_EQ(attempts->load(), 0);
     EXPECT_FALSE(copy.finished());
 
@@ -622,13 +622,13 @@ TEST(Retry, ADiskGoneDuringAPauseIsWaitedForBeforeAnythingIsWritten) {
     test::writeFile(s.from("Trip/a.jpg"), "a");
     test::writeFile(s.from("Trip/b.jpg"), "b");
     CopyThread copy(s, s.from("Trip"), s.at("Trip"));
-    ASSERT_TRUE(test::waitFor([&] { return s.c->job().waiters() == 1; }));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->job().pauseWaiters() == 1; }));
     EXPECT_EQ(copies->load(), 1);
 
     layer.volumeLost = true;
     s.h.services.dispatch->mainSync([c] { c->resumeTransfer(); });
     ASSERT_TRUE(test::waitFor([&] { return s.h.view->called("runModal deviceMissingDialog"); }));
-    ASSERT_TRUE(test::waitFor([&] { return s.c->job().waiters() == 1; }));
+    ASSERT_TRUE(test::waitFor([&] { return s.c->job().pauseWaiters() == 1; }));
     EXPECT_EQ(copies->load(), 1) << "nothing was copied while the disk was gone";
     EXPECT_TRUE(s.c->reconnectingDevice());
 

@@ -218,6 +218,28 @@ TEST(UploadJob, ALookAskedForEndsTheWatchersWaitAtOnce) {
     EXPECT_EQ(r.job.waiters(), 0);
 }
 
+// A watcher between two looks waits on the upload too, but only the copy is held by the pause:
+// the count of those tells them apart while both wait.
+TEST(UploadJob, OnlyThePauseCountsThoseItHolds) {
+    RealJob r;
+    r.job.begin();
+    r.job.pause(PauseReason::DeviceMissing);
+    Waiter watcher(r.job, betweenPasses);
+    ASSERT_TRUE(r.waitersAre(1));
+    EXPECT_EQ(r.job.pauseWaiters(), 0);
+    Waiter copy(r.job, atPauseCheck);
+    ASSERT_TRUE(r.waitersAre(2));
+    EXPECT_EQ(r.job.pauseWaiters(), 1);
+    const auto resumed = Steady::now();
+    r.job.resume(PauseReason::DeviceMissing);
+    expectWokenAfter(resumed, {&copy});
+    EXPECT_EQ(r.job.pauseWaiters(), 0);
+    EXPECT_EQ(r.job.waiters(), 1);
+    r.job.complete();
+    expectWokenAfter(Steady::now(), {&watcher});
+    EXPECT_EQ(r.job.waiters(), 0);
+}
+
 TEST(UploadJob, UserPauseThenDeviceFull) {
     RealJob r;
     r.job.begin();
