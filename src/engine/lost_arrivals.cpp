@@ -52,14 +52,8 @@ void QVTransferPrivate::noteArrivalNotFlushed(const std::string& source,
     qvt::engine::UploadJob& upload = job();
     upload.arrivalsSinceFlush.add({source, target, fs::files().size(target).value_or(0)});
     if (upload.arrivalsSinceFlush.size() < kMostUnflushedArrivals) return;
-    // As the state file's flush: one of a disk that went missing since does not vouch for
-    // what was renamed before it went.
-    const std::uint64_t losses = upload.deviceLosses.load();
-    if (losses != upload.deviceLossesLookedAt.load()) return;
-    const std::uint64_t covered = upload.arrivalsSinceFlush.lastNumber();
-    if (qvt::engine::flushLeavesNothing(fs::files().flushVolume(selectedDestinationShare.get())) &&
-        upload.deviceLosses.load() == losses)
-        upload.arrivalsSinceFlush.dropThrough(covered);
+    upload.flushArrivals(
+        [this] { return fs::files().flushVolume(selectedDestinationShare.get()); });
 }
 
 void QVTransferPrivate::copyAgainWhatTheLossTook() {

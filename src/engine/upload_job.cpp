@@ -261,6 +261,17 @@ int UploadJob::waiters() const {
     return waiters_;
 }
 
+UploadJob::ArrivalsFlush UploadJob::flushArrivals(const std::function<int()>& flush) {
+    ArrivalsFlush answer;
+    const std::uint64_t losses = deviceLosses.load();
+    if (losses != deviceLossesLookedAt.load()) return answer;
+    const std::uint64_t covered = arrivalsSinceFlush.lastNumber();
+    answer.rc = flush();
+    answer.vouched = flushLeavesNothing(answer.rc) && deviceLosses.load() == losses;
+    if (answer.vouched) arrivalsSinceFlush.dropThrough(covered);
+    return answer;
+}
+
 int UploadJob::pauseWaiters() const {
     std::lock_guard lock(mutex_);
     return pauseWaiters_;

@@ -16,6 +16,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -164,6 +165,16 @@ class UploadJob {
     // it that began), and how many of those the copy has looked behind.
     std::atomic<std::uint64_t> deviceLosses{0};
     std::atomic<std::uint64_t> deviceLossesLookedAt{0};
+    // A flush of the destination's disk by `flush` (which answers an errno value), and what it
+    // vouches for: the files renamed before it began leave arrivalsSinceFlush. Not tried (rc 0,
+    // nothing vouched) while the disk went missing since the copy last looked behind a loss: a
+    // flush of the disk back says nothing of what it lost, and one during a loss vouches for
+    // nothing either.
+    struct ArrivalsFlush {
+        int rc = 0;
+        bool vouched = false;
+    };
+    ArrivalsFlush flushArrivals(const std::function<int()>& flush);
     // How many times the upload went on after a pause, and how many of those the copy has
     // looked at the destination after.
     std::atomic<std::uint64_t> resumes{0};

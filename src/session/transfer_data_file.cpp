@@ -144,32 +144,23 @@ bool QVTransferPrivate::flushDestinationBeforeRecording(std::unique_lock<std::mu
         return true;
     const std::string destination = selectedDestinationShare.get();
     if (deviceType() != "DAS" || destination.empty()) return true;
-    auto& files = qvt::platform::files();
-    // The files renamed so far are what the flush covers. After the disk went missing, a flush
-    // of it back says nothing of the files renamed before: what the disk lost is not in memory
-    // any more to be written out. Until the copy has looked at them, the record written before
-    // stands.
-    qvt::engine::UploadJob& upload = job();
-    const std::uint64_t losses = upload.deviceLosses.load();
-    if (losses != upload.deviceLossesLookedAt.load()) return false;
-    const std::uint64_t covered = upload.arrivalsSinceFlush.lastNumber();
-    // The flush may take as long as the disk needs for what is waiting to be written: the lock
-    // is let go meanwhile, so a pause's or the session end's write is not held up by it.
+    // The files renamed so far are what the flush covers; after a loss of the disk, the record
+    // written before stands until the copy has looked behind it. The flush may take as long as
+    // the disk needs for what is waiting to be written: the lock is let go meanwhile, so a
+    // pause's or the session end's write is not held up by it.
     lock.unlock();
-    const int rc = files.flushVolume(destination);
-    const bool flushed =
-        qvt::engine::flushLeavesNothing(rc) && upload.deviceLosses.load() == losses;
-    if (flushed) upload.arrivalsSinceFlush.dropThrough(covered);
+    const auto flush = job().flushArrivals(
+        [&destination] { return qvt::platform::files().flushVolume(destination); });
     lock.lock();
     if (begun != transferDataWritesBegun || recordSealedForExit) return false;
-    if (flushed) return true;
+    if (flush.vouched) return true;
     // The disk did not take what was written (gone, or failing): the record written before
     // stands, and what it calls done is on the disk.
-    if (rc != 0)
+    if (flush.rc != 0)
         log().write(qvt::platform::format(
             "QVTransfer: saveQVTransferDataToFile: flushVolume: %@ error %d; the record is not "
             "written\n",
-            destination, rc));
+            destination, flush.rc));
     return false;
 }
 
