@@ -7,6 +7,7 @@
 #include "device/mount_destination.h"
 #include "engine/failed_rows.h"
 #include "engine/path_names.h"
+#include "engine/unflushed_arrivals.h"
 #include "platform/clock.h"
 #include "platform/desktop_open.h"
 #include "platform/dispatch.h"
@@ -108,7 +109,7 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
     if (localVolume) {
         if (const int rc = fmt::files().flushVolume(share)) {
             log().write(fmt::format("QVTransfer: flushVolume: %@ error %d\n", share, rc));
-            failArrivalsNotFlushed(rc);
+            if (!qvt::engine::flushLeavesNothing(rc)) failArrivalsNotFlushed(rc);
         }
     }
     auto self = shared_from_this();

@@ -177,5 +177,39 @@ TEST(FlushedRecord, FilesTheEndsFlushCouldNotWriteOutAreFailedItems) {
         << s.c->progressStatus.get();
 }
 
+// A file system with no flush of its own to call answers ENOSYS: nothing better can be done for
+// it, at the end as between two records, and its files are not failed items for that.
+TEST(FlushedRecord, AFileSystemWithoutAFlushOfItsOwnFailsNoFile) {
+    Session s(test::dasDevice());
+    ASSERT_TRUE(s.c);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    s.c->selectedDASUUID.set(kUuid);
+    std::atomic<int> flushes{0};
+    std::atomic<int> copies{0};
+    QVTransferPrivate* c = s.c.get();
+    layer.setHook(
+        [&](const std::string& op, const std::string&, const std::string&) -> std::optional<int> {
+            if (op == "flush") {
+                ++flushes;
+                return ENOSYS;
+            }
+            if (op == "copy" && ++copies == 2) c->saveQVTransferDataToFile();
+            return std::nullopt;
+        });
+    for (const char* n : {"a.txt", "b.txt"}) test::writeFile(s.from(n), n);
+    s.setSources({s.from("a.txt"), s.from("b.txt")});
+    s.c->job().numberOfFilesCountForTransfer = 2;
+    s.c->job().begin();
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+    ASSERT_TRUE(s.settle());
+    EXPECT_TRUE(s.c->isFileTransferCompleted());
+    EXPECT_GE(flushes.load(), 2) << "the record's flush and the end's";
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+    EXPECT_EQ(s.c->arrivedFileCount(), 2u);
+    EXPECT_EQ(test::readFile(s.at("b.txt")), "b.txt");
+}
+
 }  // namespace
 }  // namespace qvt::enginetest
