@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -13,6 +12,7 @@
 #include "engine/link_loops.h"
 #include "engine/partial_copy.h"
 #include "engine/path_names.h"
+#include "engine/whole_copy.h"
 #include "platform/files.h"
 #include "platform/format.h"
 #include "platform/log.h"
@@ -25,6 +25,8 @@ namespace fs = qvt::platform;
 using qvt::engine::appendingPathComponent;
 using qvt::engine::deletingLastPathComponent;
 using qvt::engine::deletingPathExtension;
+using qvt::engine::kSourceKeptChanging;
+using qvt::engine::kSourceNotItsSize;
 using qvt::engine::lastPathComponent;
 using qvt::engine::pathExtension;
 
@@ -39,16 +41,6 @@ void waitWhilePaused(QVTransferPrivate& c) {
     c.log().write("QVTransfer: transferFile 2: transfer_semaphore");
 }
 
-// Whether the destination's volume is gone: its remount identity is empty once the share's
-// connection is lost or the disk has been pulled, and another one when a different volume now
-// sits at its place (a disk unmounted under the upload leaves its mount point folder behind).
-bool destinationVolumeLost(QVTransferPrivate& c) {
-    const std::string now = fs::files().volumeFacts(c.selectedDestinationShare.get()).remountURL;
-    if (now.empty()) return true;
-    const std::string atStart = c.destinationVolumeIdentity.get();
-    return !atStart.empty() && now != atStart;
-}
-
 void reportLostDevice(QVTransferPrivate& c) {
     if (!c.reconnectingDevice()) c.displayDeviceDisconnect();
 }
@@ -61,21 +53,7 @@ bool destinationLostDuringAPause(QVTransferPrivate& c) {
     const std::uint64_t resumes = upload.resumes.load();
     if (resumes == upload.resumesLookedAt.load()) return false;
     upload.resumesLookedAt = resumes;
-    return destinationVolumeLost(c);
-}
-
-qvt::TransferError transferError(int errnoValue) {
-    return qvt::TransferError{fs::platformErrorCode(errnoValue), fs::errorDescription(errnoValue)};
-}
-
-// The reason a failed item is listed with: this program's own reasons in the user's language,
-// the system's description otherwise.
-qvt::TransferError failureOf(QVTransferPrivate& c, int rc) {
-    // A FIFO, a socket or a device node is never read.
-    if (rc == fs::kNotARegularFile) return {rc, c.localizedString("NOT_REGULAR_FILE_txt")};
-    // A name a share cannot hold in any form.
-    if (rc == fs::kNameNotUtf8) return {rc, c.localizedString("NAME_NOT_UTF8_txt")};
-    return transferError(rc);
+    return c.destinationVolumeLost();
 }
 
 // The longest name, in bytes, that the file systems of devices (and shares) hold.
@@ -91,7 +69,7 @@ qvt::TransferError failureOfNamed(QVTransferPrivate& c, int rc, const std::strin
         c.deviceType() == "NAS" ? qvt::platform::smb::toShareName(name) : name;
     if (stored.size() > kLongestName)
         return {ENAMETOOLONG, fs::format(c.localizedString("NAME_TOO_LONG_txt"), name)};
-    return failureOf(c, rc);
+    return qvt::engine::failureOf(c, rc);
 }
 
 // Tells the clash rule's record of the destination folder that `path` is in use.
@@ -161,37 +139,6 @@ bool largerThanTheDevice(const std::string& source, const std::string& destinati
     return size && whole && *size > *whole;
 }
 
-// The source changed while it was read (written to, cut short or replaced), copy after copy:
-// not an errno value, so that no device fault is taken for it.
-constexpr int kSourceKeptChanging = -1;
-// Copies of one file tried while its source changes under them, before it counts as failed.
-constexpr int kCopiesOfAChangingSource = 3;
-
-// Whether the source was written to since `since`, by its stamp taken after the copy (none:
-// it is gone or was replaced).
-bool changedSince(const std::optional<fs::ItemStamp>& now,
-                  std::chrono::system_clock::time_point since) {
-    if (!now) return true;
-    const auto modified = std::chrono::system_clock::time_point(
-        std::chrono::duration_cast<std::chrono::system_clock::duration>(
-            std::chrono::seconds(now->modifiedSeconds) +
-            std::chrono::nanoseconds(now->modifiedNanoseconds)));
-    return modified >= since;
-}
-
-// A copy of another size than its source, twice the same size: the source does not hold what
-// its size says (a file of the system itself, such as those in /proc). Not an errno value.
-constexpr int kSourceNotItsSize = -2;
-
-// The size of the copy at `copy` when it is not the size of `source`: a share reports some
-// write errors only as a short file.
-std::optional<std::uint64_t> sizeIfNotWhole(const std::string& source, const std::string& copy) {
-    const auto expected = fs::files().totalSize(source);
-    const auto written = fs::files().totalSize(copy);
-    if (expected && written && *expected != *written) return written;
-    return std::nullopt;
-}
-
 // Copies (or moves) one file whole to a free name for `destination`; `target` receives the
 // name. The data goes to a hidden name in the destination folder (the file in hand, which the
 // progress follows and a cancel removes) and gets its final name only when all of it is
@@ -209,48 +156,7 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
     target = destination;
     const std::string partial = qvt::engine::temporaryPathFor(destination, c.job().partialCopyTag);
     c.job().inProcessDestFilePath.set(partial);
-    // A stop ends the copy between two pieces of the file, so that a large file is not written
-    // on (and its hidden copy kept) long after it; a pause lets the file finish.
-    const fs::CopyGate gate([&upload = c.job()] { return !upload.cancelled(); });
-    int rc = 0;
-    std::optional<std::uint64_t> sizeBefore;  // the last copy's size, when not the source's
-    for (int copies = 1;; ++copies) {
-        // A second early: file systems keep modification times more coarsely than this clock.
-        const auto started = std::chrono::system_clock::now() - std::chrono::seconds(1);
-        const std::optional<fs::ItemStamp> before = files.stamp(source);
-        rc = files.copyItem(source, partial);
-        // An unknown write error on a link is what writing through the link reports after the
-        // data went through: the copy counts as done.
-        if (fs::platformErrorCode(rc) == fs::kUnknownWriteError && files.isAlias(partial)) rc = 0;
-        if (rc != 0) break;
-        const std::optional<std::uint64_t> notWhole = sizeIfNotWhole(source, partial);
-        rc = notWhole ? EIO : 0;
-        // The same size again from an unchanged source is what the source holds, not a fault
-        // of the device: copying it again would only give it once more.
-        if (notWhole && notWhole == sizeBefore) {
-            rc = kSourceNotItsSize;
-            break;
-        }
-        const std::optional<fs::ItemStamp> after = files.stamp(source);
-        // A source written to while it was read gives a copy of no moment of it, though it may
-        // be of the size the source has now (the part read before the write is old, the rest
-        // new): such a copy is made again. A source removed once read was copied whole. A copy
-        // of another size than its source, which nobody wrote to meanwhile, is the device's
-        // fault.
-        const bool rewritten = before && after && !(*before == *after);
-        // A copy of the wrong size is made once more to tell the source's size from a fault.
-        if (notWhole && !rewritten && !sizeBefore && copies < kCopiesOfAChangingSource) {
-            sizeBefore = notWhole;
-            files.removeItem(partial);
-            continue;
-        }
-        if (!rewritten && (rc == 0 || !changedSince(after, started))) break;
-        if (copies == kCopiesOfAChangingSource || c.job().cancelled()) {
-            rc = kSourceKeptChanging;
-            break;
-        }
-        files.removeItem(partial);
-    }
+    int rc = qvt::engine::copyWhole(c.job(), source, partial);
     if (rc == 0 && move) rc = files.flushItem(partial);
     // A stop that could not remove the file while it was written ends it here: its hidden copy
     // never gets the final name.
@@ -266,6 +172,13 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
 }
 
 }  // namespace
+
+bool QVTransferPrivate::destinationVolumeLost() {
+    const std::string now = fs::files().volumeFacts(selectedDestinationShare.get()).remountURL;
+    if (now.empty()) return true;
+    const std::string atStart = destinationVolumeIdentity.get();
+    return !atStart.empty() && now != atStart;
+}
 
 bool QVTransferPrivate::discardPartialCopy() {
     // A volume that came back at another mount point holds the hidden copy there now.
@@ -285,7 +198,7 @@ bool QVTransferPrivate::discardPartialCopy() {
         // With the device away the file stays where it is, and once it is no longer the file
         // in hand only the note finds it again; a volume that went away answers "no such
         // file" for its files.
-        if (rc != 0 && (rc != ENOENT || destinationVolumeLost(*this))) {
+        if (rc != 0 && (rc != ENOENT || destinationVolumeLost())) {
             noteCopyLeftByStop(partial);
             job().copiesLeftNoted = true;
         }
@@ -299,7 +212,7 @@ void QVTransferPrivate::removeCopiesLeftNoted() {
     qvt::engine::UploadJob& upload = job();
     // Only on the volume the upload writes to, while it is there: a note for a volume that
     // went away must wait for it, not be taken as done by a folder left in its place.
-    if (!upload.copiesLeftNoted || upload.ended() || destinationVolumeLost(*this)) return;
+    if (!upload.copiesLeftNoted || upload.ended() || destinationVolumeLost()) return;
     upload.copiesLeftNoted = removeCopiesLeftByStops(selectedDestinationShare.get());
 }
 
@@ -339,17 +252,14 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
     }
 
     std::optional<qvt::TransferError> error;
-    if (rc == kSourceKeptChanging) {
+    if (rc == kSourceKeptChanging || (rc == kSourceNotItsSize && !c.destinationVolumeLost())) {
         c.discardPartialCopy();
-        error = qvt::TransferError{EBUSY, c.localizedString("SOURCE_CHANGING_txt")};
-    } else if (rc == kSourceNotItsSize && !destinationVolumeLost(c)) {
-        c.discardPartialCopy();
-        error = qvt::TransferError{EIO, c.localizedString("SIZE_NOT_AS_READ_txt")};
+        error = qvt::engine::failureOf(c, rc);
     } else if (rc != 0) {
         const int code = fs::platformErrorCode(rc);
         // A lost or full device: the partial copy stays the file in hand until the retry (or
         // a cancel) removes it, and the retry starts the file again under its own name.
-        if (destinationVolumeLost(c) || code == fs::kUnknownWriteError) {
+        if (c.destinationVolumeLost() || code == fs::kUnknownWriteError) {
             upload.stillFull = false;  // what it waits for now is the device
             reportLostDevice(c);
             return Step::Retry;
@@ -408,7 +318,7 @@ Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::
     if (!folderThere) {
         if (const int rc = fs::files().createFolder(destination, true)) {
             const int code = fs::platformErrorCode(rc);
-            if (destinationVolumeLost(c) || code == fs::kUnknownWriteError) {
+            if (c.destinationVolumeLost() || code == fs::kUnknownWriteError) {
                 reportLostDevice(c);
                 return Step::Retry;
             }
@@ -430,7 +340,7 @@ Step transferFolder(QVTransferPrivate& c, const std::string& source, const std::
     if (error != 0) {
         // Its files cannot be met: the folder is the failed item, with the system's reason,
         // and trying it again lists it again.
-        c.recordFailure(source, destination, transferError(error));
+        c.recordFailure(source, destination, qvt::engine::failureOf(c, error));
         ++c.job().namedLosses;
         return Step::Done;
     }

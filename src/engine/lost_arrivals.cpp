@@ -9,6 +9,7 @@
 #include "engine/partial_copy.h"
 #include "engine/path_names.h"
 #include "engine/unflushed_arrivals.h"
+#include "engine/whole_copy.h"
 #include "platform/files.h"
 #include "platform/format.h"
 #include "platform/log.h"
@@ -27,12 +28,7 @@ int copyAgain(QVTransferPrivate& c, const std::string& source, const std::string
     const std::string partial = qvt::engine::temporaryPathFor(target, c.job().partialCopyTag);
     // The file in hand: a stop removes it, a lost device keeps it for the retry to remove.
     c.job().inProcessDestFilePath.set(partial);
-    int rc = files.copyItem(source, partial);
-    if (rc == 0) {
-        const auto expected = files.totalSize(source);
-        const auto written = files.totalSize(partial);
-        if (!expected || !written || *expected != *written) rc = EIO;
-    }
+    int rc = qvt::engine::copyWhole(c.job(), source, partial);
     if (rc == 0)
         rc = present ? files.replaceItem(partial, target) : files.renameItem(partial, target);
     if (rc != 0) return rc;
@@ -90,12 +86,19 @@ void QVTransferPrivate::copyAgainWhatTheLossTook() {
             upload.arrivalsSinceFlush.add({arrival.source, target, files.size(target).value_or(0)});
             continue;
         }
-        // Gone again (or failing): this file and the rest are looked at after the next loss,
-        // which the copy of the file in hand meets.
         discardPartialCopy();
         log().write(fs::format("QVTransfer: copyAgainWhatTheLossTook: %@ error %d\n", target, rc));
-        upload.arrivalsSinceFlush.putBack(std::vector<Arrival>(
-            arrivals.begin() + static_cast<std::ptrdiff_t>(i), arrivals.end()));
-        return;
+        if (upload.cancelled() || destinationVolumeLost()) {
+            // Gone again, or stopped: this file and the rest are looked at after the next loss,
+            // which the copy of the file in hand meets.
+            upload.arrivalsSinceFlush.putBack(std::vector<Arrival>(
+                arrivals.begin() + static_cast<std::ptrdiff_t>(i), arrivals.end()));
+            return;
+        }
+        // The disk is there and this file alone could not be copied again (its source cannot
+        // be read now, or keeps changing): it is listed as failed, with what the disk holds of
+        // it left as it is.
+        --upload.filesArrived;
+        recordFailure(arrival.source, target, qvt::engine::failureOf(*this, rc));
     }
 }

@@ -321,6 +321,11 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // False when the hidden copy could not go yet (its copy still writes it) and is kept in
     // hand for the copy thread to remove.
     bool discardPartialCopy();
+    // Whether the destination's volume is gone: its remount identity is empty once the share's
+    // connection is lost or the disk has been pulled, and another one when a different volume
+    // now sits at its place (a disk unmounted under the upload leaves its mount point folder
+    // behind).
+    bool destinationVolumeLost();
     // Notes the hidden copy at `partial`, which could not be removed (its device was away),
     // for removal when an upload next reaches its share or volume.
     void noteCopyLeftByStop(const std::string& partial);

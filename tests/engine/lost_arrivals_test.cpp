@@ -113,6 +113,60 @@ TEST(LostArrivals, AFileLostWithTheDiskWhoseSourceIsGoneIsAFailure) {
     EXPECT_EQ(s.c->arrivedFileCount(), 1u);
 }
 
+// A file lost with the disk whose source cannot be read any more (its permissions changed
+// meanwhile) is listed as failed with the system's reason, not called arrived; the disk being
+// there, the rest is looked at as usual.
+TEST(LostArrivals, AFileThatCannotBeCopiedAgainIsAFailureAndTheRestIsLookedAt) {
+    Session s(test::dasDevice());
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 100;
+    s.c->job().begin();
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    for (const char* n : {"a.jpg", "b.jpg", "c.jpg"})
+        test::writeFile(s.from(std::string("Trip/") + n), std::string("photo ") + n);
+    const std::string trip = s.at("Trip");
+    auto copies = std::make_shared<std::atomic<int>>(0);
+    auto renamed = std::make_shared<std::vector<std::string>>();
+    auto unreadable = std::make_shared<qvt::Guarded<std::string>>();
+    layer.setHook(
+        [&layer, copies, renamed, unreadable](const std::string& op, const std::string& from,
+                                              const std::string& to) -> std::optional<int> {
+            if (op == "rename") renamed->push_back(to);
+            if (op != "copy") return std::nullopt;
+            if (from == unreadable->get()) return EACCES;
+            if (++*copies != 3) return std::nullopt;
+            // The first two files lose their data with the disk; the first one's source is
+            // unreadable from now on.
+            layer.volumeLost = true;
+            loseTheUnwrittenPart((*renamed)[0]);
+            loseTheUnwrittenPart((*renamed)[1]);
+            unreadable->set(from.substr(0, from.rfind('/') + 1) +
+                            fs::path((*renamed)[0]).filename().string());
+            return EIO;
+        });
+
+    CopyThread copy(s, s.from("Trip"), trip);
+    ASSERT_TRUE(test::waitFor([&] { return s.c->job().pauseWaiters() == 1; }));
+    layer.volumeLost = false;
+    playRecovery(*s.c);
+    ASSERT_TRUE(copy.waitFinished());
+    ASSERT_EQ(renamed->size(), 3u);
+    const std::string lost = (*renamed)[0];
+    const List failed = s.c->failedTransferArray.get();
+    ASSERT_EQ(failed.size(), 1u);
+    EXPECT_EQ(failed[0].asRecord()->string("sourceFilePath"), unreadable->get());
+    EXPECT_EQ(failed[0].asRecord()->string("destFilePath"), lost);
+    EXPECT_EQ(failed[0].asRecord()->string("localizedError"), platform::errorDescription(EACCES));
+    EXPECT_EQ(fs::file_size(lost), 0u) << "what the disk holds of it stays";
+    for (std::size_t i = 1; i < 3; ++i) {
+        const std::string name = fs::path((*renamed)[i]).filename().string();
+        EXPECT_EQ(test::readFile((*renamed)[i]), "photo " + name);
+    }
+    EXPECT_EQ(s.c->arrivedFileCount(), 2u);
+    EXPECT_EQ(namesIn(trip).size(), 3u) << "no hidden copy is left";
+}
+
 // Small files can arrive by the thousand between two writes of the state file: the list of
 // those not flushed yet stays short, the copy flushing the disk itself when it grows long.
 TEST(LostArrivals, TheListOfFilesNotFlushedYetStaysShort) {
