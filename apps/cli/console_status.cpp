@@ -110,9 +110,10 @@ void ConsoleSession::showProgress(bool force) {
     // Without a terminal, a line at most once a second, unless the upload pauses or goes on.
     if (!terminal && !force && paused == plainPaused_ && now - lastPlainAt_ < kPlainEvery) return;
     lastDraw_ = now;
-    // The files and the bytes are the counters of the same moment: both move when a file is
-    // handled. (The status line's "file N of M" is the estimator's, from up to 3 seconds ago,
-    // and says nothing the counter does not: it is shown only when it says something else.)
+    // The files and the bytes are the counters of the same moment: the file counter names the
+    // file in hand, and the bytes are those of the files before it and what is written of it. (The
+    // status line's "file N of M" is the estimator's, from up to 3 seconds ago, and says nothing
+    // the counter does not: it is shown only when it says something else.)
     const long long files = status.filesDone;
     const long long total = status.filesTotal;
     const std::uint64_t size = status.bytesTotal;

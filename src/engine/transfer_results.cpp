@@ -66,6 +66,7 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
         if (const auto size = fmt::files().totalSize(destFilePath))
             upload.totalTransferredFilesSize += *size;
     }
+    upload.bytesOfFileInHand = 0;
 
     // The upload ends where its walk over the sources ends (the driver's end call, two empty
     // paths), never at a file, even one that brings the counter to the count: files added to

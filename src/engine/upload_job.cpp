@@ -62,6 +62,7 @@ void UploadJob::begin() {
     resumesLookedAt = resumes.load();
     stopLeftPartialCopy = false;
     stillFull = false;
+    bytesOfFileInHand = 0;
     {
         std::lock_guard lock(mutex_);
         state_ = UploadState::Copying;

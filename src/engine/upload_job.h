@@ -135,6 +135,9 @@ class UploadJob {
     std::atomic<std::int64_t> namedLosses{0};
     // Bytes now at the destination for the files handled.
     std::atomic<std::uint64_t> totalTransferredFilesSize{0};
+    // Bytes the copy has written of the file in hand so far, told between two pieces of it:
+    // the progress moves within a large file. 0 once the file is handled.
+    std::atomic<std::uint64_t> bytesOfFileInHand{0};
     // The destination of the file being copied now; empty between files.
     Guarded<std::string> inProcessDestFilePath;
     // The final name the file in hand is being renamed to, while that rename has no answer

@@ -41,13 +41,17 @@ std::optional<std::uint64_t> sizeIfNotWhole(const std::string& source, const std
 
 int copyWhole(UploadJob& upload, const std::string& source, const std::string& partial) {
     auto& files = fs::files();
-    const fs::CopyGate gate([&upload] { return !upload.cancelled(); });
+    const fs::CopyGate gate([&upload](std::uint64_t written) {
+        upload.bytesOfFileInHand = written;
+        return !upload.cancelled();
+    });
     int rc = 0;
     std::optional<std::uint64_t> sizeBefore;  // the last copy's size, when not the source's
     for (int copies = 1;; ++copies) {
         // A second early: file systems keep modification times more coarsely than this clock.
         const auto started = std::chrono::system_clock::now() - std::chrono::seconds(1);
         const std::optional<fs::ItemStamp> before = files.stamp(source);
+        upload.bytesOfFileInHand = 0;
         rc = files.copyItem(source, partial);
         // An unknown write error on a link is what writing through the link reports after the
         // data went through: the copy counts as done.

@@ -182,18 +182,20 @@ class FileLayer {
 };
 
 // While one lives, the file copies this thread makes ask `goOn` between two pieces of a file,
-// and end there with ECANCELED when it answers false: a stop in a large file takes effect
-// within a piece rather than once the whole file is written. Without one a file is copied whole.
+// telling it how many bytes of the file are written so far, and end there with ECANCELED when
+// it answers false: a stop in a large file takes effect within a piece rather than once the
+// whole file is written, and the progress moves within the file. Without one a file is copied
+// whole.
 class CopyGate {
   public:
-    explicit CopyGate(std::function<bool()> goOn);
+    explicit CopyGate(std::function<bool(std::uint64_t written)> goOn);
     ~CopyGate();
     CopyGate(const CopyGate&) = delete;
     CopyGate& operator=(const CopyGate&) = delete;
-    bool goOn() const { return goOn_(); }
+    bool goOn(std::uint64_t written) const { return goOn_(written); }
 
   private:
-    std::function<bool()> goOn_;
+    std::function<bool(std::uint64_t)> goOn_;
     const CopyGate* outer_;
 };
 

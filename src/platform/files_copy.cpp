@@ -155,7 +155,8 @@ int copyLocal(const std::string& from, const std::string& to, const struct stat*
         if (n == 0) break;
         copied += static_cast<std::uint64_t>(n);
         // Asked only while some of the file is still to come: a file written whole is done.
-        if (copied < static_cast<std::uint64_t>(st.st_size) && !goOnCopying()) return ECANCELED;
+        if (copied < static_cast<std::uint64_t>(st.st_size) && !goOnCopying(copied))
+            return ECANCELED;
     }
     // What the file holds, asked of its open descriptor (no path walk): a file system that
     // took the writes and keeps less is a failed copy, not a whole one.
@@ -300,7 +301,7 @@ int copyStreamed(const std::string& from, const std::string& to, mode_t mode, st
             written += filled;
         }
         if (eof) break;
-        if (!goOnCopying()) return ECANCELED;
+        if (!goOnCopying(written)) return ECANCELED;
     }
     const auto readSize = in.localSize();
     if (const int rc = in.closeNow()) return rc;
@@ -312,8 +313,8 @@ int copyStreamed(const std::string& from, const std::string& to, mode_t mode, st
 
 }  // namespace
 
-bool goOnCopying() {
-    return !tGate || tGate->goOn();
+bool goOnCopying(std::uint64_t written) {
+    return !tGate || tGate->goOn(written);
 }
 
 void rememberWrittenFile(const std::string& path, std::uint64_t size) {
@@ -401,7 +402,8 @@ int copyFileData(const std::string& from, const std::string& to, const struct st
 
 namespace qvt::platform {
 
-CopyGate::CopyGate(std::function<bool()> goOn) : goOn_(std::move(goOn)), outer_(detail::tGate) {
+CopyGate::CopyGate(std::function<bool(std::uint64_t)> goOn)
+    : goOn_(std::move(goOn)), outer_(detail::tGate) {
     detail::tGate = this;
 }
 

@@ -43,8 +43,9 @@ int copyFileData(const std::string& from, const std::string& to,
 // other path gets nothing. The local file that copy read is known too, at the size its open
 // descriptor told when the copy ended, for one question only.
 void rememberWrittenFile(const std::string& path, std::uint64_t size);
-// What this thread's CopyGate answers: whether a copy goes on to its next piece.
-bool goOnCopying();
+// What this thread's CopyGate answers, told the bytes written so far: whether a copy goes on
+// to its next piece.
+bool goOnCopying(std::uint64_t written);
 void rememberReadFile(const std::string& path, std::uint64_t size);
 std::optional<std::uint64_t> writtenFileSize(const std::string& path);
 

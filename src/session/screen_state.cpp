@@ -97,9 +97,13 @@ qvt::StatusSnapshot QVTransferPrivate::statusSnapshot() const {
     s.failed = upload.failed();
     s.filesDone = upload.progressValue;
     s.filesTotal = upload.numberOfFilesCountForTransfer;
-    s.bytesDone = upload.totalTransferredFilesSize;
     s.filesArrived = arrivedFileCount();
     s.bytesTotal = totalSourceFilesSize;
+    // With what is written of the file in hand; never past the total for it, as a file just
+    // handled may be counted in both for a moment.
+    const std::uint64_t handled = upload.totalTransferredFilesSize;
+    s.bytesDone =
+        std::max(handled, std::min(handled + upload.bytesOfFileInHand.load(), s.bytesTotal));
     s.barValue = static_cast<double>(transferProgressValue.load());
     s.barMaximum = static_cast<double>(progressMaxValue.load());
     s.zeroBarValue = static_cast<double>(transferProgressValue2.load());

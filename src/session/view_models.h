@@ -98,7 +98,8 @@ struct StatusSnapshot {
     // Files handled (starting at 1, as the counter does) and files in all.
     std::int64_t filesDone = 1;
     std::int64_t filesTotal = 0;
-    // Bytes at the destination for the files handled, and bytes in all.
+    // Bytes at the destination for the files handled and what is written of the file in hand,
+    // and bytes in all.
     std::uint64_t bytesDone = 0;
     std::uint64_t bytesTotal = 0;
     // Files now at the destination (failed and vanished items left out).

@@ -133,11 +133,18 @@ TEST_F(LocalFilesTest, OnlyARegularFileIsEverReadAndNothingWaits) {
 TEST_F(LocalFilesTest, ACopyEndsBetweenTwoPiecesWhenItsGateSaysSo) {
     const std::size_t size = 100u << 20;
     writeAll(path("big.bin"), std::string(size, 'b'));
+    std::uint64_t told = 0;
     {
-        const platform::CopyGate gate([] { return false; });
+        const platform::CopyGate gate([&](std::uint64_t written) {
+            told = written;
+            return false;
+        });
         EXPECT_EQ(files().copyItem(path("big.bin"), path("stopped.bin")), ECANCELED);
     }
     EXPECT_LT(std::filesystem::file_size(path("stopped.bin")), size);
+    EXPECT_GT(told, 0u);
+    EXPECT_EQ(told, std::filesystem::file_size(path("stopped.bin")))
+        << "the gate is told what the file holds";
     EXPECT_EQ(files().copyItem(path("big.bin"), path("whole.bin")), 0);
     EXPECT_EQ(std::filesystem::file_size(path("whole.bin")), size);
 }

@@ -177,8 +177,13 @@ TEST_F(SmbFilesTest, ACopyEndsBetweenTwoPiecesWhenItsGateSaysSo) {
     const std::size_t size = 40u << 20;
     writeAll(local("big.bin"), std::string(size, 'b'));
     int asked = 0;
+    std::uint64_t told = 0;
     {
-        const platform::CopyGate gate([&] { return ++asked < 2; });
+        const platform::CopyGate gate([&](std::uint64_t written) {
+            EXPECT_GT(written, told) << "each piece adds to what is written";
+            told = written;
+            return ++asked < 2;
+        });
         EXPECT_EQ(files().copyItem(local("big.bin"), m + "/stopped.bin"), ECANCELED);
     }
     EXPECT_EQ(asked, 2);
@@ -186,8 +191,9 @@ TEST_F(SmbFilesTest, ACopyEndsBetweenTwoPiecesWhenItsGateSaysSo) {
     ASSERT_TRUE(written);
     EXPECT_GT(*written, 0u);
     EXPECT_LT(*written, size);
+    EXPECT_EQ(told, *written) << "the gate is told what the file holds";
     {
-        const platform::CopyGate gate([] { return true; });
+        const platform::CopyGate gate([](std::uint64_t) { return true; });
         EXPECT_EQ(files().copyItem(local("big.bin"), m + "/whole.bin"), 0);
     }
     EXPECT_EQ(files().size(m + "/whole.bin"), size);
