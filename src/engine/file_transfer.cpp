@@ -370,7 +370,7 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
         const std::string destination = rebasedDestination(destFilePath);
 
         bool isFolder = false;
-        if (!fs::files().exists(sourcePath, &isFolder)) {
+        if (const int unreached = fs::files().lookUp(sourcePath, &isFolder)) {
             if (fs::files().isAlias(sourcePath)) {
                 // Links that lead round to one another reach nothing either, for another
                 // reason than a target that is gone.
@@ -386,9 +386,12 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
             // Removed or renamed since it was chosen: the user hears it, rather than an upload
             // that says everything arrived. It is not counted as a handled file: the totals
             // held it as nothing (or it was counted and is gone), and the counter reaching the
-            // count ends the upload.
+            // count ends the upload. One that is there but cannot be reached (a folder on its
+            // way may no longer be searched) is told with the system's reason.
+            const bool gone = unreached == ENOENT || unreached == ENOTDIR;
             recordFailure(sourcePath, destination,
-                          qvt::TransferError{ENOENT, localizedString("SOURCE_GONE_txt")});
+                          gone ? qvt::TransferError{ENOENT, localizedString("SOURCE_GONE_txt")}
+                               : qvt::engine::failureOf(*this, unreached));
             // Named here; the count of its source does not tell of it (or of what a folder
             // found gone held) a second time.
             ++job().namedLosses;

@@ -69,7 +69,8 @@ void QVTransferPrivate::copyAgainWhatTheLossTook() {
             upload.arrivalsSinceFlush.add(arrival);
             continue;
         }
-        if (!files.exists(arrival.source)) {
+        const int unreached = files.lookUp(arrival.source);
+        if (unreached == ENOENT || unreached == ENOTDIR) {
             // Nothing to copy it from: what is at the destination stays as it is, and the file
             // is listed as failed.
             --upload.filesArrived;

@@ -116,15 +116,16 @@ std::string FileLayer::networkURLForPath(const std::string& path) {
     return "";
 }
 
-bool FileLayer::exists(const std::string& path, bool* isFolder) {
+int FileLayer::lookUp(const std::string& path, bool* isFolder) {
     struct stat st {};
-    if (path.empty() || statPath(path, &st) != 0) {
+    const int rc = path.empty() ? ENOENT : statPath(path, &st);
+    if (rc != 0) {
         if (isFolder) *isFolder = false;
-        return false;
+        return rc;
     }
     if (isFolder) *isFolder = S_ISDIR(st.st_mode);
     detail::rememberFoundItem(path, st);
-    return true;
+    return 0;
 }
 
 std::vector<std::string> FileLayer::listFolder(const std::string& path, int* error) {

@@ -98,7 +98,12 @@ class FileLayer {
 
     // ---- Items ----
     // Existence and folder test, following symbolic links (a broken link does not exist).
-    virtual bool exists(const std::string& path, bool* isFolder = nullptr);
+    bool exists(const std::string& path, bool* isFolder = nullptr) {
+        return lookUp(path, isFolder) == 0;
+    }
+    // The same, answering 0 or why the item cannot be reached: ENOENT when it is not there,
+    // EACCES when a folder on its way may not be searched, and so on.
+    virtual int lookUp(const std::string& path, bool* isFolder = nullptr);
     bool isFolder(const std::string& path) {
         bool folder = false;
         return exists(path, &folder) && folder;

@@ -51,7 +51,24 @@ class FaultyFiles : public platform::FileLayer {
     // The free space the destination's volume reports (below 0: what it really has).
     std::atomic<long long> availableBytes{-1};
     std::atomic<int> volumeQueries{0};
+    // Paths that cannot be reached, with the errno their look-up answers (as a folder that
+    // may not be searched does for what is in it, which root would reach all the same).
+    void makeUnreachable(const std::string& path, int error) {
+        std::lock_guard lock(mutex_);
+        unreachable_[path] = error;
+    }
 
+    int lookUp(const std::string& path, bool* isFolder) override {
+        {
+            std::lock_guard lock(mutex_);
+            const auto found = unreachable_.find(path);
+            if (found != unreachable_.end()) {
+                if (isFolder) *isFolder = false;
+                return found->second;
+            }
+        }
+        return FileLayer::lookUp(path, isFolder);
+    }
     int copyItem(const std::string& from, const std::string& to) override {
         if (auto rc = call("copy", from, to)) return *rc;
         return FileLayer::copyItem(from, to);
@@ -117,6 +134,7 @@ class FaultyFiles : public platform::FileLayer {
     }
     std::mutex mutex_;
     Hook hook_;
+    std::map<std::string, int> unreachable_;
     std::map<std::string, int> listings_;
 };
 

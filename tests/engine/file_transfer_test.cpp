@@ -69,6 +69,26 @@ TEST(TransferFile, AMissingSourceIsAFailedItemWithItsReason) {
     EXPECT_FALSE(fs::exists(s.at("gone.txt")));
 }
 
+// A file that is there but cannot be reached (its folder may no longer be searched) is not said
+// to be gone: it is listed with the system's reason, and nothing is written for it.
+TEST(TransferFile, ASourceThatCannotBeReachedIsAFailedItemWithTheSystemsReason) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    s.c->job().numberOfFilesCountForTransfer = 10;
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    test::writeFile(s.from("locked/photo.jpg"), "jpeg");
+    layer.makeUnreachable(s.from("locked/photo.jpg"), EACCES);
+    s.c->transferFile(s.from("locked/photo.jpg"), s.at("photo.jpg"), s.dst);
+    EXPECT_EQ(s.c->job().progressValue, 1);
+    EXPECT_EQ(s.c->job().filesArrived, 0);
+    ASSERT_EQ(failureCount(s), 1u);
+    const Record failure = *s.c->failedTransferArray.get()[0].asRecord();
+    EXPECT_EQ(failure.string("sourceFilePath"), s.from("locked/photo.jpg"));
+    EXPECT_EQ(failure.string("localizedError"), platform::errorDescription(EACCES));
+    EXPECT_FALSE(fs::exists(s.at("photo.jpg")));
+}
+
 TEST(TransferFile, ALinkToNothingIsAFailedItemWithItsReason) {
     Session s;
     ASSERT_TRUE(s.c);
