@@ -329,6 +329,9 @@ void ConsoleSession::endWithTheDesktopSession(int number) {
                                                   : allHandled ? "ENDED_NOTHING_LEFT"
                                                                : "SUSPENDED_NOT_RECORDED");
     if (options_.json) {
+        // What arrived or failed since the last look is told first: the upload is paused now,
+        // and nothing more is handled before the process ends.
+        emitNewFileEvents(status);
         emitJsonEvent("suspended", {{"exitStatus", std::int64_t{code}}, {"recorded", recorded}});
         // Every run's last event, this one's included.
         emitJsonEvent("ended", {{"exitStatus", std::int64_t{code}}, {"message", message}});

@@ -543,6 +543,26 @@ TEST_F(CliTest, TheEndOfTheSessionInJsonEndsWithTheEndedEvent) {
     EXPECT_NE(out.find("\"event\":\"suspended\""), std::string::npos) << out;
 }
 
+// A file that arrived just before the end of the session is told too, before "suspended": a
+// script that keeps what arrived misses none.
+TEST_F(CliTest, TheEndOfTheSessionInJsonTellsEveryFileThatArrivedBeforeIt) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "first.txt", "before the held file\n");
+    ChildProcess child;
+    const auto hold = startHeldUpload(child, volume.path(), {"--json", work / "first.txt"});
+    ASSERT_TRUE(hold) << child.output();
+    ASSERT_TRUE(fs::exists(volume.path() + "/first.txt"));
+    child.signal(SIGTERM);
+    EXPECT_TRUE(child.waitForOutput("\"suspended\"", kDeadline)) << child.output();
+    hold->release();
+    EXPECT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+    const std::string out = child.output();
+    const auto arrived = out.find("{\"event\":\"arrived\",\"path\":\"" + work / "first.txt" + "\"");
+    ASSERT_NE(arrived, std::string::npos) << out;
+    EXPECT_LT(arrived, out.find("\"event\":\"suspended\"")) << out;
+}
+
 // The same end of the session while the upload waits for room: nothing could take the upload
 // up, so the hidden copy of the file it was writing goes before the process ends.
 TEST_F(CliTest, TheEndOfTheSessionOnAVolumeThatCannotBeRecordedLeavesNoHiddenCopy) {
