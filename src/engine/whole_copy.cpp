@@ -56,7 +56,11 @@ int copyWhole(UploadJob& upload, const std::string& source, const std::string& p
         // An unknown write error on a link is what writing through the link reports after the
         // data went through: the copy counts as done.
         if (fs::platformErrorCode(rc) == fs::kUnknownWriteError && files.isAlias(partial)) rc = 0;
-        if (rc != 0) return rc;
+        if (rc != 0) {
+            // What a failed copy wrote is not counted while the upload waits to copy it again.
+            upload.bytesOfFileInHand = 0;
+            return rc;
+        }
         const std::optional<std::uint64_t> notWhole = sizeIfNotWhole(source, partial);
         rc = notWhole ? EIO : 0;
         // The same size again from an unchanged source is what the source holds, not a fault
