@@ -33,6 +33,8 @@ int copyAgain(QVTransferPrivate& c, const std::string& source, const std::string
         rc = present ? files.replaceItem(partial, target) : files.renameItem(partial, target);
     if (rc != 0) return rc;
     c.job().inProcessDestFilePath.set("");
+    // Counted already when it first arrived.
+    c.job().bytesOfFileInHand = 0;
     return 0;
 }
 
