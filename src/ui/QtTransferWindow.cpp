@@ -200,6 +200,13 @@ void QtTransferWindow::showScreen(const Screen* screen) {
         QWidget* page = any ? screenView(which) : nullptr;
         if (!page) page = mainArea_->findChild<QWidget*>(QStringLiteral("emptyTransferView"));
         if (page) mainArea_->setCurrentWidget(page);
+        // The status screen opens with the focus on its main button: left to the window, the
+        // focus would fall on Pause, where a Space meant for nothing pauses the upload, and the
+        // first Tab would pass it by. From the main button, Tab goes Pause, Stop, then back.
+        if (any && which == Screen::Status) {
+            if (QWidget* main = control(QStringLiteral("statusCloseButton")))
+                main->setFocus(Qt::OtherFocusReason);
+        }
     });
 }
 

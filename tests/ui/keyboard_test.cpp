@@ -150,6 +150,28 @@ TEST_F(WindowTest, TabReachesPauseAndStopOnTheStatusScreen) {
     EXPECT_EQ(window->modalDepth(), 0);
 }
 
+// The status screen opens on its main button (Return hides the window); Tab then goes through
+// it in the order the controls read: Pause, Stop, back to the main button. The first Tab lands
+// on Pause, not on Stop.
+TEST_F(WindowTest, TabOnTheStatusScreenGoesPauseStopThenHide) {
+    make(dasDevice());
+    wizard->showScreen(Screen::Status);
+    window->bringToFront();
+    QCoreApplication::processEvents();
+    QWidget* root = window->window();
+    ASSERT_TRUE(root->focusWidget());
+    EXPECT_EQ(root->focusWidget()->objectName(), QStringLiteral("statusCloseButton"));
+    std::vector<std::string> order;
+    for (int i = 0; i < 3; ++i) {
+        QWidget* before = root->focusWidget();
+        QTest::keyClick(before ? before : root, Qt::Key_Tab);
+        QWidget* now = root->focusWidget();
+        order.push_back(now ? now->objectName().toStdString() : std::string());
+    }
+    EXPECT_EQ(order, (std::vector<std::string>{"pauseResumeTransferButton", "stopTransferButton",
+                                               "statusCloseButton"}));
+}
+
 TEST_F(WindowTest, DialogsOpenOnTheirSafeChoiceWhichReturnAndEscapeTake) {
     make(dasDevice());
     QDialog* box = window->dialog(Dialog::CancelUploadConfirm);
