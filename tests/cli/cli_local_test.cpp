@@ -62,6 +62,27 @@ TEST_F(CliTest, BadArgumentsExitWithTwoAndSayWhy) {
     }
 }
 
+// A destination that climbs out of the volume it names is refused before anything is copied,
+// in words that fit a disk as well as a share.
+TEST_F(CliTest, ADestinationThatClimbsOutOfItsVolumeIsRefused) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    test::writeFile(work / "a.txt", "a\n");
+    fs::create_directories(work / "outside");
+    ChildProcess child;
+    ASSERT_TRUE(start(
+        child, {"--das", volume.path(), "--destination", "Drive/../outside", work / "a.txt"}));
+    child.closeInput();
+    EXPECT_NE(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_NE((child.output() + child.errors())
+                  .find("The destination may not climb out of its share or volume: "
+                        "Drive/../outside"),
+              std::string::npos)
+        << child.output() << child.errors();
+    EXPECT_FALSE(fs::exists(work / "outside/a.txt"));
+    EXPECT_FALSE(fs::exists(volume.path() + "/a.txt"));
+}
+
 TEST_F(CliTest, HelpDescribesTheExitCodes) {
     ChildProcess child;
     ASSERT_TRUE(start(child, {"--help"}));

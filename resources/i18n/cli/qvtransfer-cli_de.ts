@@ -318,8 +318,8 @@
         <translation>Das Gerät hat keine Freigabe und kein Volume namens %1 (vorhanden: %2).</translation>
     </message>
     <message id="CLIMBS_OUT">
-        <source>The destination may not climb out of its share: %1</source>
-        <translation>Das Ziel darf seine Freigabe nicht verlassen: %1</translation>
+        <source>The destination may not climb out of its share or volume: %1</source>
+        <translation>Das Ziel darf seine Freigabe oder sein Volume nicht verlassen: %1</translation>
     </message>
     <message id="NO_FOLDER">
         <source>No folder %1 on the device.</source>

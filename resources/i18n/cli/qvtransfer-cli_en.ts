@@ -318,8 +318,8 @@
         <translation>The device has no share or volume named %1 (it has: %2).</translation>
     </message>
     <message id="CLIMBS_OUT">
-        <source>The destination may not climb out of its share: %1</source>
-        <translation>The destination may not climb out of its share: %1</translation>
+        <source>The destination may not climb out of its share or volume: %1</source>
+        <translation>The destination may not climb out of its share or volume: %1</translation>
     </message>
     <message id="NO_FOLDER">
         <source>No folder %1 on the device.</source>

@@ -318,8 +318,8 @@
         <translation>L’appareil n’a ni partage ni volume nommé %1 (disponibles : %2).</translation>
     </message>
     <message id="CLIMBS_OUT">
-        <source>The destination may not climb out of its share: %1</source>
-        <translation>La destination ne peut pas sortir de son partage : %1</translation>
+        <source>The destination may not climb out of its share or volume: %1</source>
+        <translation>La destination ne peut pas sortir de son partage ou de son volume : %1</translation>
     </message>
     <message id="NO_FOLDER">
         <source>No folder %1 on the device.</source>
