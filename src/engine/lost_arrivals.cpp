@@ -48,7 +48,8 @@ constexpr std::size_t kMostUnflushedArrivals = 4096;
 void QVTransferPrivate::noteArrivalNotFlushed(const std::string& source,
                                               const std::string& target) {
     qvt::engine::UploadJob& upload = job();
-    upload.arrivalsSinceFlush.add({source, target, fs::files().size(target).value_or(0)});
+    // The size the copy wrote, known without asking the disk again.
+    upload.arrivalsSinceFlush.add({source, target, fs::files().totalSize(target).value_or(0)});
     if (upload.arrivalsSinceFlush.size() < kMostUnflushedArrivals) return;
     upload.flushArrivals(
         [this] { return fs::files().flushVolume(selectedDestinationShare.get()); });
