@@ -116,8 +116,9 @@ void QVTransferPrivate::suspendForEndOfSession() {
     }
     // No upload runs. One that has just ended has its last record written here, as the
     // background write of its end may not have run before the process ends; the shares go
-    // before the process does.
-    if (state != qvt::engine::UploadState::Idle) saveQVTransferDataToFileForExit();
+    // before the process does. Once the hold on uploads is let go, that write has run, and the
+    // file may hold another process's upload since.
+    if (state != qvt::engine::UploadState::Idle && uploadClaim) saveQVTransferDataToFileForExit();
     log().write("QVTransfer: suspendForEndOfSession: no upload runs; the shares are let go");
     unmountEveryMountedShare();
 }

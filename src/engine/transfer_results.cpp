@@ -191,6 +191,12 @@ void QVTransferPrivate::finishFileTransfer() {
                            [self, message] { self->sendFileTransferStatusUpdate(message); });
     }
 
-    dispatcher().async(QueuePriority::Low, [self] { self->saveQVTransferDataToFile(); });
+    dispatcher().async(QueuePriority::Low, [self, failed] {
+        self->saveQVTransferDataToFile();
+        // With failures the user may still retry them, which records again; without, this was
+        // the upload's last record.
+        if (failed == 0)
+            self->dispatcher().mainAsync([self] { self->releaseClaimOfFinishedUpload(); });
+    });
     reloadStatus();
 }

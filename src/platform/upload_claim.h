@@ -2,11 +2,12 @@
 // uploading at once would take turns replacing each other's record, and a resume started
 // beside a running upload would clear that upload's hidden partial copies as leftovers.
 //
-// A process that has an upload open (from its start until the process ends, or the controller
-// that ran it goes) holds an exclusive lock on a file beside the state file, with its process
-// number written in it. The kernel lets the lock go when the process ends, however it ends, so
-// a lock that is held tells an open upload from one that a crash or a kill interrupted. Two
-// controllers of one process share the hold: the lock keeps processes apart, not them.
+// A process that has an upload open (from its start until the process ends, the controller that
+// ran it goes, or the upload ends with every file arrived and recorded) holds an exclusive lock on
+// a file beside the state file, with its process number written in it. The kernel lets the lock go
+// when the process ends, however it ends, so a lock that is held tells an open upload from one that
+// a crash or a kill interrupted. Two controllers of one process share the hold: the lock keeps
+// processes apart, not them.
 #pragma once
 
 #include <memory>

@@ -78,10 +78,13 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     std::string volumeDestinationForResume(const std::string& savedDestination,
                                            const std::string& volumeUuid);
     void failResumeAfterRestart(const std::string& sentence);
-    // Takes this process's hold on running an upload (kept until the controller goes); when
-    // another process holds it, nothing is taken and the answer is that process's number (0
-    // when it could not be read).
+    // Takes this process's hold on running an upload (kept until the controller goes, or its
+    // upload has ended with nothing left to retry); when another process holds it, nothing is
+    // taken and the answer is that process's number (0 when it could not be read).
     std::optional<long> claimUploads();
+    // Lets the hold go once the upload has ended with every file arrived and its last record is
+    // written (main thread): a window left on its finished screen keeps no one from uploading.
+    void releaseClaimOfFinishedUpload();
     // The sentence that says another process runs an upload, from the text `key`.
     std::string uploadRunningElsewhere(const char* key, long holder);
     // Shows the progress screen and starts the estimator, the state-file loop and the copy.

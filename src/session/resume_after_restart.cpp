@@ -146,6 +146,11 @@ std::optional<long> QVTransferPrivate::claimUploads() {
     return holder;
 }
 
+void QVTransferPrivate::releaseClaimOfFinishedUpload() {
+    // A new upload begun in this controller meanwhile keeps the hold it shares.
+    if (job().completed() && !job().failed()) uploadClaim.reset();
+}
+
 std::string QVTransferPrivate::uploadRunningElsewhere(const char* key, long holder) {
     return fs::format(localizedString(key), holder > 0 ? std::to_string(holder) : "?");
 }

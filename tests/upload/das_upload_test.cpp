@@ -2,6 +2,8 @@
 // the controller from the source list to the end of the upload.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstdlib>
 
@@ -27,6 +29,12 @@ std::string withCopyName(const std::string& relPath, const std::string& copyWord
     const fs::path p(relPath);
     const std::string renamed = copyName(p.filename().string(), copyWord);
     return p.has_parent_path() ? (p.parent_path() / renamed).string() : renamed;
+}
+
+// The lock file that tells which process has an upload open.
+std::string lockPathOf(UploadSession& s) {
+    return fs::path(s.c().transferDataFilePath).parent_path().string() + "/" +
+           platform::kUploadClaimFileName;
 }
 
 std::uint64_t bytesOf(const Snapshot& s) {
@@ -135,6 +143,49 @@ TEST_F(DasUpload, AnUploadIsNotStartedWhileAnotherProcessHasOneOpen) {
     s.upload(dest);
     ASSERT_TRUE(s.waitCompleted());
     EXPECT_EQ(test::readFile(dest + "/memo.txt"), "memo");
+}
+
+// An upload that ended with every file arrived records no more: a window left open on its
+// finished screen lets another process upload. One with failures keeps its hold, since a retry
+// of them records again.
+TEST_F(DasUpload, AWindowLeftOnItsFinishedScreenKeepsNoOneFromUploading) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    const std::string dest = volume.path() + "/Uploads";
+    fs::create_directories(dest);
+    test::TempDir sources;
+    test::writeFile(sources.path() + "/memo.txt", "memo");
+    const std::string fifo = sources.path() + "/pipe";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    {
+        UploadSession s(dasDeviceFor(volume));
+        ASSERT_TRUE(s.addSources({sources.path() + "/memo.txt", fifo}));
+        ASSERT_TRUE(s.toDestination(false));
+        s.upload(dest);
+        ASSERT_TRUE(s.waitCompleted());
+        ASSERT_TRUE(s.settle());
+        ASSERT_EQ(s.failures().size(), 1u);
+        EXPECT_FALSE(test::anotherProcessCouldLock(lockPathOf(s)));
+    }
+    UploadSession s(dasDeviceFor(volume));
+    ASSERT_TRUE(s.addSources({sources.path() + "/memo.txt"}));
+    ASSERT_TRUE(s.toDestination(false));
+    s.upload(dest);
+    ASSERT_TRUE(s.waitCompleted());
+    ASSERT_TRUE(s.failures().empty());
+    EXPECT_EQ(test::readFile(dest + "/memo " + s.c().localeCOPY_txt + ".txt"), "memo");
+    ASSERT_TRUE(test::waitFor([&] { return test::anotherProcessCouldLock(lockPathOf(s)); }));
+    // The hold went after the record of the end was written.
+    const auto state = s.stateFile();
+    ASSERT_TRUE(state && state->record(volume.uuid()));
+    EXPECT_TRUE(state->record(volume.uuid())->find("isFileTransferCompleted")->toBool());
+    EXPECT_FALSE(state->record(volume.uuid())->find("isFileTransferFailed")->toBool());
+    // Another process's upload recorded since is not written over when this one's desktop
+    // session ends.
+    const std::string theirs = "another process's record\n";
+    test::writeFile(s.c().transferDataFilePath, theirs);
+    s.c().suspendForEndOfSession();
+    EXPECT_EQ(test::readFile(s.c().transferDataFilePath), theirs);
 }
 
 TEST_F(DasUpload, SecondUploadOfTheSameTreeGetsCopyNames) {
