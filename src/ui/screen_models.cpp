@@ -1,7 +1,10 @@
 // The screens' values as the controls show them: each apply brings the controls in line with
 // the value the controller sent.
+#include <algorithm>
+
 #include <QComboBox>
 #include <QImage>
+#include <QItemSelectionModel>
 #include <QLabel>
 #include <QLineEdit>
 #include <QScrollBar>
@@ -98,6 +101,15 @@ void QtTransferWindow::applySources(const SourcesScreen& screen) {
     const QIcon deleteImage = widgets::frameworkIcon(QStringLiteral("deleteRowsButton.png"));
     const QString counting = qs(screen.countingText);
 
+    // The list is shown anew whenever a count ends or a tick changes the totals; the row the
+    // keyboard is on stays current (the next one when it was taken off), or Space and Delete
+    // would act on nothing until an arrow key was pressed.
+    const QModelIndex current = table->currentIndex();
+    const int currentRow = current.isValid() ? current.row() : -1;
+    const int currentColumn = current.isValid() ? current.column() : 0;
+    const bool currentSelected =
+        current.isValid() && table->selectionModel()->isRowSelected(currentRow, QModelIndex());
+
     reloadingSources_ = true;
     sourceModel_->removeRows(0, sourceModel_->rowCount());
     for (const SourceRow& row : screen.rows) {
@@ -130,6 +142,13 @@ void QtTransferWindow::applySources(const SourcesScreen& screen) {
         sourceModel_->appendRow(items);
     }
     reloadingSources_ = false;
+    if (currentRow >= 0 && sourceModel_->rowCount() > 0) {
+        const QModelIndex again =
+            sourceModel_->index(std::min(currentRow, sourceModel_->rowCount() - 1), currentColumn);
+        table->selectionModel()->setCurrentIndex(
+            again, currentSelected ? QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows
+                                   : QItemSelectionModel::NoUpdate);
+    }
     table->verticalScrollBar()->setValue(scroll);
 
     if (auto* remove = control<QAbstractButton>(QStringLiteral("removeFilesCheckbox"))) {

@@ -88,6 +88,53 @@ TEST_F(WindowTest, SpaceTicksAndDeleteRemovesTheCurrentSourceRow) {
     EXPECT_TRUE(waitFor([&] { return table->model()->rowCount() == 1; }));
 }
 
+// The list is shown anew whenever a count ends or a tick changes the totals: the row the
+// keyboard is on stays current, so Space and Delete go on acting without an arrow key first.
+TEST_F(WindowTest, TheCurrentSourceRowStaysCurrentWhenTheListIsShownAnew) {
+    make(dasDevice());
+    const std::string home = harness.home / "home";
+    std::vector<std::string> paths;
+    for (const char* name : {"a.txt", "b.txt", "c.txt"}) {
+        paths.push_back(home + "/" + name);
+        writeFile(paths.back(), name);
+    }
+    wizard->sourceFilesArray.set(List{source::makeSourceEntry(paths[0], true),
+                                      source::makeSourceEntry(paths[1], true),
+                                      source::makeSourceEntry(paths[2], true)});
+    wizard->showScreen(Screen::Sources);
+    window->showSources(wizard->sourcesScreen());
+    auto* table = window->control<QAbstractItemView>(QStringLiteral("sourceFilesTableView"));
+    ASSERT_NE(table, nullptr);
+    table->setFocus();
+    QTest::keyClick(table, Qt::Key_Home);
+    QTest::keyClick(table, Qt::Key_Down);
+    // The row the arrow keys reach is shown as the current one, all of it.
+    EXPECT_EQ(table->currentIndex().row(), 1);
+    EXPECT_TRUE(table->selectionModel()->isRowSelected(1, QModelIndex()));
+
+    QTest::keyClick(table, Qt::Key_Space);
+    EXPECT_EQ(wizard->sourceFilesArray.get()[1].asRecord()->integer("filesSelectCheckbox"), 0);
+    window->showSources(wizard->sourcesScreen());
+    ASSERT_TRUE(table->currentIndex().isValid());
+    EXPECT_EQ(table->currentIndex().row(), 1);
+    EXPECT_TRUE(table->selectionModel()->isRowSelected(1, QModelIndex()));
+    QTest::keyClick(table, Qt::Key_Space);
+    EXPECT_EQ(wizard->sourceFilesArray.get()[1].asRecord()->integer("filesSelectCheckbox"), 1);
+
+    // Delete takes the row off; the one after it becomes current, and Delete goes on.
+    QTest::keyClick(table, Qt::Key_Delete);
+    ASSERT_TRUE(waitFor([&] { return table->model()->rowCount() == 2; }));
+    ASSERT_TRUE(table->currentIndex().isValid());
+    EXPECT_EQ(table->currentIndex().row(), 1);
+    QTest::keyClick(table, Qt::Key_Delete);
+    ASSERT_TRUE(waitFor([&] { return table->model()->rowCount() == 1; }));
+    EXPECT_EQ(wizard->sourceFilesArray.get()[0].asRecord()->string("fullFilePath"), paths[0]);
+    // The last row gone, the one before it is current, and shown so.
+    ASSERT_TRUE(table->currentIndex().isValid());
+    EXPECT_EQ(table->currentIndex().row(), 0);
+    EXPECT_TRUE(table->selectionModel()->isRowSelected(0, QModelIndex()));
+}
+
 // The destination tree's column header is read out: a name people say, not the column's
 // identifier.
 TEST_F(WindowTest, TheDestinationTreesHeaderIsReadable) {

@@ -76,6 +76,14 @@ TEST_F(ScreenPictures, SourcesScreen) {
     window->showSources(wizard->sourcesScreen());
     show(Screen::Sources);
     expectPicture(picture(), QSize(700, 520), "screen-sources");
+
+    // The row the keyboard is on, shown whole.
+    auto* table = window->control<QAbstractItemView>(QStringLiteral("sourceFilesTableView"));
+    ASSERT_NE(table, nullptr);
+    table->setFocus();
+    table->setCurrentIndex(table->model()->index(1, 1));
+    waitFor([] { return false; }, 0.05);
+    expectPicture(picture(), QSize(700, 520), "screen-sources-keyboard");
 }
 
 TEST_F(ScreenPictures, SourcesScreenInZeroState) {
