@@ -212,6 +212,15 @@ bool QtTransferWindow::eventFilter(QObject* watched, QEvent* event) {
         return true;
     }
 
+    if (watched == root_.get() && key->key() == Qt::Key_Escape) {
+        // An upload that has ended leaves nothing to lose: Escape closes the window as its
+        // Close button does. While the upload runs the button only hides the window, which
+        // Escape does not do.
+        const QWidget* page = mainArea_ ? mainArea_->currentWidget() : nullptr;
+        if (statusEnded_ && page && page->objectName() == QLatin1String("statusView"))
+            return press(control<QAbstractButton>(QStringLiteral("statusCloseButton")));
+    }
+
     if (watched == root_.get() && isReturn(key)) {
         // A field or a list handles its own Return; a focused button is pressed; otherwise the
         // screen's main button.

@@ -216,6 +216,7 @@ void QtTransferWindow::applyStatus(const StatusSnapshot& status) {
     // Once the upload has ended the estimate line has nothing left to say, and pausing or
     // stopping has nothing left to act on: the line is emptied and the two buttons go.
     const bool ended = status.ended();
+    statusEnded_ = ended;
     if (auto* line = control<QLabel>(QStringLiteral("progressStatusMsg2")))
         line->setText(ended ? QString() : qs(status.line2));
     for (const char* name : {"pauseResumeTransferButton", "stopTransferButton"})

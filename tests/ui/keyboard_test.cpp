@@ -308,5 +308,33 @@ TEST_F(WindowTest, StatusChangesAreAnnouncedOnceAndTheCounterIsNot) {
     EXPECT_EQ(announced(), "8 of 9 files uploaded\n1 file failed to upload");
 }
 
+// Escape on the status screen: nothing while the upload runs (the screen's button would only
+// hide the window); once it has ended, the window's Close.
+TEST_F(WindowTest, EscapeClosesTheStatusScreenOnlyOnceTheUploadHasEnded) {
+    make(dasDevice());
+    wizard->showScreen(Screen::Status);
+    window->bringToFront();
+    auto* close = window->control<QAbstractButton>(QStringLiteral("statusCloseButton"));
+    ASSERT_NE(close, nullptr);
+    int pressed = 0;
+    QObject::connect(close, &QAbstractButton::clicked, [&] { ++pressed; });
+    QWidget* root = window->window();
+
+    StatusSnapshot status;
+    status.state = engine::UploadState::Copying;
+    status.closeButtonTitle = "Hide";
+    window->showStatus(status);
+    QCoreApplication::processEvents();
+    QTest::keyClick(root, Qt::Key_Escape);
+    EXPECT_EQ(pressed, 0);
+
+    status.state = engine::UploadState::Completed;
+    status.closeButtonTitle = "Close";
+    window->showStatus(status);
+    QCoreApplication::processEvents();
+    QTest::keyClick(root, Qt::Key_Escape);
+    EXPECT_EQ(pressed, 1);
+}
+
 }  // namespace
 }  // namespace qvt::test
