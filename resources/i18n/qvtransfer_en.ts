@@ -334,6 +334,11 @@
         <extracomment>A failed file's reason: its source was written to while it was copied, copy after copy.</extracomment>
         <translation>The file changed while it was being uploaded, again and again. Upload it once nothing writes to it any more.</translation>
     </message>
+    <message id="UPLOADED_FILES_NOT_OPENED_txt">
+        <source>No program on this computer opened the folder that holds the uploaded files. You find them at %@.</source>
+        <extracomment>Shown when the link to the uploaded files was pressed but the desktop has no program that opens the folder. %@ is replaced by the folder's path, or by the share's address.</extracomment>
+        <translation>No program on this computer opened the folder that holds the uploaded files. You find them at %@.</translation>
+    </message>
     <message id="NOT_WRITTEN_TO_DISK_txt">
         <source>The disk did not confirm that the file was written to it (%@). Check the disk, then upload the file again.</source>
         <extracomment>A failed file's reason: the flush of the attached disk at the end of the upload failed, so the file may not be on it. %@ is replaced by the system's description of the error.</extracomment>

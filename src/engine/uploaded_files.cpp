@@ -2,10 +2,12 @@
 // desktop's file browser.
 #include <string>
 
+#include "platform/desktop_open.h"
 #include "platform/format.h"
 #include "platform/log.h"
 #include "session/qvtransfer_private.h"
 #include "session/services.h"
+#include "session/view.h"
 
 namespace fmt = qvt::platform;
 
@@ -16,6 +18,11 @@ void QVTransferPrivate::showUploadedFiles() {
     if (url.empty()) return;
     log().write(fmt::format("QVTransfer: showUploadedFiles: %@\n", url));
     const auto& open = services().openUrl;
-    if (!open || !open(url))
-        log().write("QVTransfer: showUploadedFiles: the desktop did not open the folder\n");
+    if (open && open(url)) return;
+    log().write("QVTransfer: showUploadedFiles: the desktop did not open the folder\n");
+    // A desktop with no file browser for the URL (no program for smb:// addresses, say): the
+    // user is told where the files are rather than left with a link that does nothing.
+    view()->showNotice(qvt::Notice{
+        fmt::format(localizedString("UPLOADED_FILES_NOT_OPENED_txt"), fmt::folderUrlForPeople(url)),
+        localeCLOSE_btn});
 }

@@ -23,4 +23,11 @@ std::string folderUrl(const std::string& path) {
         .toStdString();
 }
 
+std::string folderUrlForPeople(const std::string& url) {
+    const QUrl parsed(QString::fromStdString(url), QUrl::StrictMode);
+    if (!parsed.isValid()) return url;
+    if (parsed.isLocalFile()) return parsed.toLocalFile().toStdString();
+    return parsed.toString(QUrl::RemoveUserInfo | QUrl::PrettyDecoded).toStdString();
+}
+
 }  // namespace qvt::platform

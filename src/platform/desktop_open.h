@@ -14,4 +14,8 @@ bool openInFileBrowser(const std::string& url);
 // is on a share, otherwise the folder as a file:// URL.
 std::string folderUrl(const std::string& path);
 
+// A folder URL as a person reads it: a file:// URL as its path, any other without escapes and
+// without a user name.
+std::string folderUrlForPeople(const std::string& url);
+
 }  // namespace qvt::platform

@@ -8,6 +8,7 @@
 
 #include "engine_fixture.h"
 #include "keychain_fake.h"
+#include "platform/desktop_open.h"
 
 using namespace qvt;
 using namespace qvt::enginetest;
@@ -23,7 +24,7 @@ struct FailingUpload {
                 services.openUrl = [this](const std::string& url) {
                     std::lock_guard lock(mutex);
                     opened.push_back(url);
-                    return true;
+                    return desktopOpens;
                 };
             }),
           scoped(s, &layer) {}
@@ -63,6 +64,8 @@ struct FailingUpload {
     std::mutex mutex;
     std::set<std::string> failing;
     std::vector<std::string> opened;
+    // Whether the desktop has a program that opens what it is handed.
+    bool desktopOpens = true;
     Session s;
     FaultyFiles layer;
     ScopedFiles scoped;
@@ -181,6 +184,36 @@ TEST(UploadedFiles, TheDestinationFolderIsHandedToTheDesktop) {
     std::lock_guard lock(u.mutex);
     ASSERT_EQ(u.opened.size(), 1u);
     EXPECT_EQ(u.opened[0], "file://" + u.s.dst);
+    std::lock_guard viewLock(u.s.h.view->mutex);
+    EXPECT_TRUE(u.s.h.view->notices.empty());
+}
+
+// A desktop with no program for the folder's address: the user is told where the files are.
+TEST(UploadedFiles, ADesktopThatOpensNothingLeadsToWhereTheFilesAre) {
+    FailingUpload u;
+    ASSERT_TRUE(u.s.c);
+    u.run({});
+    {
+        std::lock_guard lock(u.mutex);
+        u.desktopOpens = false;
+    }
+    u.s.c->showUploadedFiles();
+    ASSERT_TRUE(u.s.settle());
+    std::lock_guard viewLock(u.s.h.view->mutex);
+    ASSERT_EQ(u.s.h.view->notices.size(), 1u);
+    EXPECT_EQ(u.s.h.view->notices[0],
+              "No program on this computer opened the folder that holds the uploaded files. You "
+              "find them at " +
+                  u.s.dst + ".");
+}
+
+TEST(UploadedFiles, AnAddressIsShownAsAPersonReadsIt) {
+    EXPECT_EQ(platform::folderUrlForPeople("file:///home/anna/Photo%20Trip"),
+              "/home/anna/Photo Trip");
+    EXPECT_EQ(platform::folderUrlForPeople("smb://anna@192.0.2.10/Family/Photo%20Trip"),
+              "smb://192.0.2.10/Family/Photo Trip");
+    // Not an address: as it is.
+    EXPECT_EQ(platform::folderUrlForPeople("smb://[bad"), "smb://[bad");
 }
 
 }  // namespace
