@@ -83,6 +83,7 @@ void QVTransferPrivate::retryOrDismissTransfer(int senderTag) {
     failedTransferArray.set({});
     inProcessSourceFilesArray.set({});
     // The retry's records start afresh, like a new upload's.
+    ++uploadsBegun;
     openRecordForWrites();
 
     qvt::engine::UploadJob& upload = job();

@@ -191,12 +191,15 @@ void QVTransferPrivate::finishFileTransfer() {
                            [self, message] { self->sendFileTransferStatusUpdate(message); });
     }
 
-    dispatcher().async(QueuePriority::Low, [self, failed] {
+    const std::uint64_t thisUpload = uploadsBegun;
+    dispatcher().async(QueuePriority::Low, [self, failed, thisUpload] {
         self->saveQVTransferDataToFile();
         // With failures the user may still retry them, which records again; without, this was
-        // the upload's last record.
-        if (failed == 0)
-            self->dispatcher().mainAsync([self] { self->releaseClaimOfFinishedUpload(); });
+        // the upload's last record, and the file takes no other record of it.
+        if (failed != 0) return;
+        self->sealRecord();
+        self->dispatcher().mainAsync(
+            [self, thisUpload] { self->releaseClaimOfFinishedUpload(thisUpload); });
     });
     reloadStatus();
 }

@@ -25,7 +25,17 @@ std::string folderUrl(const std::string& path) {
 
 std::string folderUrlForPeople(const std::string& url) {
     const QUrl parsed(QString::fromStdString(url), QUrl::StrictMode);
-    if (!parsed.isValid()) return url;
+    if (!parsed.isValid()) {
+        // Not an address Qt reads: what stands before an "@" in its host part stays unshown
+        // all the same.
+        std::string shown = url;
+        const auto scheme = shown.find("://");
+        if (scheme == std::string::npos) return shown;
+        const auto start = scheme + 3;
+        const auto at = shown.rfind('@', shown.find('/', start));
+        if (at != std::string::npos && at >= start) shown.erase(start, at + 1 - start);
+        return shown;
+    }
     if (parsed.isLocalFile()) return parsed.toLocalFile().toStdString();
     return parsed.toString(QUrl::RemoveUserInfo | QUrl::PrettyDecoded).toStdString();
 }

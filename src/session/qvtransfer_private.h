@@ -84,7 +84,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     std::optional<long> claimUploads();
     // Lets the hold go once the upload has ended with every file arrived and its last record is
     // written (main thread): a window left on its finished screen keeps no one from uploading.
-    void releaseClaimOfFinishedUpload();
+    // `upload` is the value of uploadsBegun when that upload ended.
+    void releaseClaimOfFinishedUpload(std::uint64_t upload);
     // The sentence that says another process runs an upload, from the text `key`.
     std::string uploadRunningElsewhere(const char* key, long holder);
     // Shows the progress screen and starts the estimator, the state-file loop and the copy.
@@ -413,6 +414,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void saveQVTransferDataToFileForExit();
     // Lets the writes of a new upload through, whatever an earlier suspend sealed.
     void openRecordForWrites();
+    // Lets no later write of the state-file loop through until a new upload opens the record:
+    // an upload that ended with every file arrived has written its last record.
+    void sealRecord();
     // Rewrites the state file every 3 seconds until the upload ends (its own thread).
     void saveQVTransferDataToFileForEachFile();
 
@@ -458,6 +462,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     std::string transferDataFilePath;
     std::string uploadClaimPath;
     qvt::platform::UploadClaim uploadClaim;
+    // Uploads, resumes and retries begun in this controller (main thread): the release of the
+    // hold queued at the end of one is not carried out once another has begun.
+    std::uint64_t uploadsBegun = 0;
 
     // Mode flags
     std::atomic<bool> isZeroState{false};
@@ -501,9 +508,10 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // Held for every build-and-write of the state file, so two writes never overlap.
     std::mutex transferDataFileLock;
     // Set, under that lock, by the last write of an upload suspended for the end of the
-    // session: the process may end at any moment after, and a write it ended in the middle of
-    // would leave a temporary file behind. Writes stay off until the upload copies again or a
-    // new one begins.
+    // session (the process may end at any moment after, and a write it ended in the middle of
+    // would leave a temporary file behind), and after the last record of an upload that ended
+    // with every file arrived (another process may own the file next). Writes stay off until
+    // the upload copies again or a new one begins.
     bool recordSealedForExit = false;
     // What the last periodic write put in the file, under that lock: a paused upload, or one
     // waiting for its device or for room, would otherwise write the same file again every few

@@ -139,6 +139,7 @@ std::optional<qvt::session::RecordedUpload> qvt::session::unfinishedUploadIn(
 }
 
 std::optional<long> QVTransferPrivate::claimUploads() {
+    ++uploadsBegun;
     if (uploadClaim) return std::nullopt;
     long holder = 0;
     uploadClaim = qvt::platform::claimUploads(uploadClaimPath, &holder);
@@ -146,9 +147,9 @@ std::optional<long> QVTransferPrivate::claimUploads() {
     return holder;
 }
 
-void QVTransferPrivate::releaseClaimOfFinishedUpload() {
-    // A new upload begun in this controller meanwhile keeps the hold it shares.
-    if (job().completed() && !job().failed()) uploadClaim.reset();
+void QVTransferPrivate::releaseClaimOfFinishedUpload(std::uint64_t upload) {
+    // An upload, resume or retry begun in this controller since keeps the hold it shares.
+    if (upload == uploadsBegun) uploadClaim.reset();
 }
 
 std::string QVTransferPrivate::uploadRunningElsewhere(const char* key, long holder) {

@@ -62,6 +62,11 @@ void QVTransferPrivate::openRecordForWrites() {
     lastRootWritten.reset();
 }
 
+void QVTransferPrivate::sealRecord() {
+    std::lock_guard lock(transferDataFileLock);
+    recordSealedForExit = true;
+}
+
 void QVTransferPrivate::writeTransferData(bool last) {
     std::unique_lock lock(transferDataFileLock);
     if (last) {

@@ -213,7 +213,7 @@ class QtTransferWindow : public QObject, public QVTransferView {
     bool closingProgrammatically_ = false;
     bool uploadAllowed_ = false;
     bool newFolderAllowed_ = false;
-    // The upload shown on the status screen has ended: Escape then closes the window.
+    // The upload shown on the status screen has completed: Escape then closes the window.
     bool statusEnded_ = false;
     // What the window last announced to assistive technology, so a change is told once.
     QString announcedStatus_;

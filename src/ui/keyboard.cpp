@@ -213,9 +213,9 @@ bool QtTransferWindow::eventFilter(QObject* watched, QEvent* event) {
     }
 
     if (watched == root_.get() && key->key() == Qt::Key_Escape) {
-        // An upload that has ended leaves nothing to lose: Escape closes the window as its
-        // Close button does. While the upload runs the button only hides the window, which
-        // Escape does not do.
+        // A completed upload leaves nothing to lose: Escape closes the window as its Close
+        // button then does. Before that the button only hides the window, which Escape does
+        // not do.
         const QWidget* page = mainArea_ ? mainArea_->currentWidget() : nullptr;
         if (statusEnded_ && page && page->objectName() == QLatin1String("statusView"))
             return press(control<QAbstractButton>(QStringLiteral("statusCloseButton")));

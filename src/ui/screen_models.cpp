@@ -101,14 +101,17 @@ void QtTransferWindow::applySources(const SourcesScreen& screen) {
     const QIcon deleteImage = widgets::frameworkIcon(QStringLiteral("deleteRowsButton.png"));
     const QString counting = qs(screen.countingText);
 
-    // The list is shown anew whenever a count ends or a tick changes the totals; the row the
-    // keyboard is on stays current (the next one when it was taken off), or Space and Delete
-    // would act on nothing until an arrow key was pressed.
+    // The list is shown anew whenever a count ends or a tick changes the totals; the source the
+    // keyboard is on stays current and highlighted (the row after it when it was taken off), or
+    // Space and Delete would act on nothing until an arrow key was pressed.
     const QModelIndex current = table->currentIndex();
     const int currentRow = current.isValid() ? current.row() : -1;
     const int currentColumn = current.isValid() ? current.column() : 0;
-    const bool currentSelected =
-        current.isValid() && table->selectionModel()->isRowSelected(currentRow, QModelIndex());
+    const QString currentPath = current.isValid()
+                                    ? sourceModel_->index(currentRow, ui::kSourceNameColumn)
+                                          .data(ui::kSourcePathRole)
+                                          .toString()
+                                    : QString();
 
     reloadingSources_ = true;
     sourceModel_->removeRows(0, sourceModel_->rowCount());
@@ -124,6 +127,7 @@ void QtTransferWindow::applySources(const SourcesScreen& screen) {
         name->setData(ui::iconForImageValue(row.fileImage), Qt::DecorationRole);
         name->setForeground(QColor(75, 90, 104));
         if (!row.nameToolTip.empty()) name->setToolTip(qs(row.nameToolTip));
+        name->setData(qs(row.fullFilePath), ui::kSourcePathRole);
         items << name;
 
         QStandardItem* folders = plainItem(row.counting ? QString() : qs(row.folders));
@@ -143,11 +147,21 @@ void QtTransferWindow::applySources(const SourcesScreen& screen) {
     }
     reloadingSources_ = false;
     if (currentRow >= 0 && sourceModel_->rowCount() > 0) {
-        const QModelIndex again =
-            sourceModel_->index(std::min(currentRow, sourceModel_->rowCount() - 1), currentColumn);
+        int row = std::min(currentRow, sourceModel_->rowCount() - 1);
+        const auto pathAt = [&](int r) {
+            return sourceModel_->index(r, ui::kSourceNameColumn)
+                .data(ui::kSourcePathRole)
+                .toString();
+        };
+        if (pathAt(row) != currentPath)
+            for (int r = 0; r < sourceModel_->rowCount(); ++r)
+                if (pathAt(r) == currentPath) {
+                    row = r;
+                    break;
+                }
         table->selectionModel()->setCurrentIndex(
-            again, currentSelected ? QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows
-                                   : QItemSelectionModel::NoUpdate);
+            sourceModel_->index(row, currentColumn),
+            QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     }
     table->verticalScrollBar()->setValue(scroll);
 
@@ -216,7 +230,7 @@ void QtTransferWindow::applyStatus(const StatusSnapshot& status) {
     // Once the upload has ended the estimate line has nothing left to say, and pausing or
     // stopping has nothing left to act on: the line is emptied and the two buttons go.
     const bool ended = status.ended();
-    statusEnded_ = ended;
+    statusEnded_ = status.state == engine::UploadState::Completed;
     if (auto* line = control<QLabel>(QStringLiteral("progressStatusMsg2")))
         line->setText(ended ? QString() : qs(status.line2));
     for (const char* name : {"pauseResumeTransferButton", "stopTransferButton"})

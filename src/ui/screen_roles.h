@@ -17,6 +17,9 @@ inline constexpr const char* kSourceColumnIdentifiers[kSourceColumnCount] = {
     "filesSelectCheckbox", "fullPathColumn", "numberOfFolders", "numberOfFiles",
     "filesDeleteButton"};
 
+// Source list: the row's full path, on its name item.
+inline constexpr int kSourcePathRole = Qt::UserRole + 21;
+
 // Header role holding a column's identifier.
 inline constexpr int kColumnIdentifierRole = Qt::UserRole + 20;
 

@@ -212,8 +212,9 @@ TEST(UploadedFiles, AnAddressIsShownAsAPersonReadsIt) {
               "/home/anna/Photo Trip");
     EXPECT_EQ(platform::folderUrlForPeople("smb://anna@192.0.2.10/Family/Photo%20Trip"),
               "smb://192.0.2.10/Family/Photo Trip");
-    // Not an address: as it is.
+    // Not an address Qt reads: as it is, but for a user name.
     EXPECT_EQ(platform::folderUrlForPeople("smb://[bad"), "smb://[bad");
+    EXPECT_EQ(platform::folderUrlForPeople("smb://anna:secret@[bad/Family"), "smb://[bad/Family");
 }
 
 }  // namespace

@@ -135,6 +135,36 @@ TEST_F(WindowTest, TheCurrentSourceRowStaysCurrentWhenTheListIsShownAnew) {
     EXPECT_TRUE(table->selectionModel()->isRowSelected(0, QModelIndex()));
 }
 
+// A row taken off above the one the keyboard is on (with the mouse, say) leaves the keyboard on
+// the same source, which has moved up.
+TEST_F(WindowTest, TheCurrentSourceStaysCurrentWhenARowAboveItGoes) {
+    make(dasDevice());
+    const std::string home = harness.home / "home";
+    std::vector<std::string> paths;
+    List rows;
+    for (const char* name : {"a.txt", "b.txt", "c.txt"}) {
+        paths.push_back(home + "/" + name);
+        writeFile(paths.back(), name);
+        rows.push_back(source::makeSourceEntry(paths.back(), true));
+    }
+    wizard->sourceFilesArray.set(rows);
+    wizard->showScreen(Screen::Sources);
+    window->showSources(wizard->sourcesScreen());
+    auto* table = window->control<QAbstractItemView>(QStringLiteral("sourceFilesTableView"));
+    ASSERT_NE(table, nullptr);
+    table->setCurrentIndex(table->model()->index(1, 1));
+
+    wizard->processDeleteFiles(0);
+    ASSERT_TRUE(waitFor([&] { return table->model()->rowCount() == 2; }));
+    ASSERT_TRUE(table->currentIndex().isValid());
+    EXPECT_EQ(table->currentIndex().row(), 0);
+    EXPECT_TRUE(table->selectionModel()->isRowSelected(0, QModelIndex()));
+    QTest::keyClick(table, Qt::Key_Space);
+    EXPECT_EQ(wizard->sourceFilesArray.get()[0].asRecord()->string("fullFilePath"), paths[1]);
+    EXPECT_EQ(wizard->sourceFilesArray.get()[0].asRecord()->integer("filesSelectCheckbox"), 0);
+    EXPECT_EQ(wizard->sourceFilesArray.get()[1].asRecord()->integer("filesSelectCheckbox"), 1);
+}
+
 // The destination tree's column header is read out: a name people say, not the column's
 // identifier.
 TEST_F(WindowTest, TheDestinationTreesHeaderIsReadable) {
@@ -323,6 +353,13 @@ TEST_F(WindowTest, EscapeClosesTheStatusScreenOnlyOnceTheUploadHasEnded) {
     StatusSnapshot status;
     status.state = engine::UploadState::Copying;
     status.closeButtonTitle = "Hide";
+    window->showStatus(status);
+    QCoreApplication::processEvents();
+    QTest::keyClick(root, Qt::Key_Escape);
+    EXPECT_EQ(pressed, 0);
+
+    // A stopped upload: the button would hide the window too.
+    status.state = engine::UploadState::Cancelled;
     window->showStatus(status);
     QCoreApplication::processEvents();
     QTest::keyClick(root, Qt::Key_Escape);

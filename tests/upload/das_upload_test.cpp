@@ -186,6 +186,24 @@ TEST_F(DasUpload, AWindowLeftOnItsFinishedScreenKeepsNoOneFromUploading) {
     test::writeFile(s.c().transferDataFilePath, theirs);
     s.c().suspendForEndOfSession();
     EXPECT_EQ(test::readFile(s.c().transferDataFilePath), theirs);
+    // Nor by a write of the state-file loop that comes late.
+    s.c().saveQVTransferDataToFile();
+    EXPECT_EQ(test::readFile(s.c().transferDataFilePath), theirs);
+}
+
+// The release of the hold queued at the end of an upload is not carried out once another
+// upload (a resume, a retry) has begun in the same controller: that one keeps the hold.
+TEST_F(DasUpload, TheHoldOfAnUploadBegunSinceIsNotLetGoByTheEndOfTheOneBefore) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    UploadSession s(dasDeviceFor(volume));
+    ASSERT_EQ(s.c().claimUploads(), std::nullopt);
+    const std::uint64_t ended = s.c().uploadsBegun;
+    ASSERT_EQ(s.c().claimUploads(), std::nullopt);
+    s.c().releaseClaimOfFinishedUpload(ended);
+    EXPECT_FALSE(test::anotherProcessCouldLock(lockPathOf(s)));
+    s.c().releaseClaimOfFinishedUpload(s.c().uploadsBegun);
+    EXPECT_TRUE(test::anotherProcessCouldLock(lockPathOf(s)));
 }
 
 TEST_F(DasUpload, SecondUploadOfTheSameTreeGetsCopyNames) {
