@@ -80,7 +80,8 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     void failResumeAfterRestart(const std::string& sentence);
     // Takes this process's hold on running an upload (kept until the controller goes, or its
     // upload has ended with nothing left to retry); when another process holds it, nothing is
-    // taken and the answer is that process's number (0 when it could not be read).
+    // taken and the answer is that process's number (0 when it could not be read). Called as an
+    // upload or a resume begins, it counts it in uploadsBegun.
     std::optional<long> claimUploads();
     // Lets the hold go once the upload has ended with every file arrived and its last record is
     // written (main thread): a window left on its finished screen keeps no one from uploading.

@@ -104,14 +104,13 @@ void QtTransferWindow::applySources(const SourcesScreen& screen) {
     // The list is shown anew whenever a count ends or a tick changes the totals; the source the
     // keyboard is on stays current and highlighted (the row after it when it was taken off), or
     // Space and Delete would act on nothing until an arrow key was pressed.
+    const auto pathAt = [&](int row) {
+        return sourceModel_->index(row, ui::kSourceNameColumn).data(ui::kSourcePathRole).toString();
+    };
     const QModelIndex current = table->currentIndex();
     const int currentRow = current.isValid() ? current.row() : -1;
     const int currentColumn = current.isValid() ? current.column() : 0;
-    const QString currentPath = current.isValid()
-                                    ? sourceModel_->index(currentRow, ui::kSourceNameColumn)
-                                          .data(ui::kSourcePathRole)
-                                          .toString()
-                                    : QString();
+    const QString currentPath = current.isValid() ? pathAt(currentRow) : QString();
 
     reloadingSources_ = true;
     sourceModel_->removeRows(0, sourceModel_->rowCount());
@@ -148,11 +147,6 @@ void QtTransferWindow::applySources(const SourcesScreen& screen) {
     reloadingSources_ = false;
     if (currentRow >= 0 && sourceModel_->rowCount() > 0) {
         int row = std::min(currentRow, sourceModel_->rowCount() - 1);
-        const auto pathAt = [&](int r) {
-            return sourceModel_->index(r, ui::kSourceNameColumn)
-                .data(ui::kSourcePathRole)
-                .toString();
-        };
         if (pathAt(row) != currentPath)
             for (int r = 0; r < sourceModel_->rowCount(); ++r)
                 if (pathAt(r) == currentPath) {

@@ -348,29 +348,19 @@ TEST_F(WindowTest, EscapeClosesTheStatusScreenOnlyOnceTheUploadHasEnded) {
     ASSERT_NE(close, nullptr);
     int pressed = 0;
     QObject::connect(close, &QAbstractButton::clicked, [&] { ++pressed; });
-    QWidget* root = window->window();
-
-    StatusSnapshot status;
-    status.state = engine::UploadState::Copying;
-    status.closeButtonTitle = "Hide";
-    window->showStatus(status);
-    QCoreApplication::processEvents();
-    QTest::keyClick(root, Qt::Key_Escape);
-    EXPECT_EQ(pressed, 0);
-
+    // Escape on the status screen of an upload in `state`; how often Close was pressed so far.
+    const auto escapeIn = [&](engine::UploadState state) {
+        StatusSnapshot status;
+        status.state = state;
+        window->showStatus(status);
+        QCoreApplication::processEvents();
+        QTest::keyClick(window->window(), Qt::Key_Escape);
+        return pressed;
+    };
+    EXPECT_EQ(escapeIn(engine::UploadState::Copying), 0);
     // A stopped upload: the button would hide the window too.
-    status.state = engine::UploadState::Cancelled;
-    window->showStatus(status);
-    QCoreApplication::processEvents();
-    QTest::keyClick(root, Qt::Key_Escape);
-    EXPECT_EQ(pressed, 0);
-
-    status.state = engine::UploadState::Completed;
-    status.closeButtonTitle = "Close";
-    window->showStatus(status);
-    QCoreApplication::processEvents();
-    QTest::keyClick(root, Qt::Key_Escape);
-    EXPECT_EQ(pressed, 1);
+    EXPECT_EQ(escapeIn(engine::UploadState::Cancelled), 0);
+    EXPECT_EQ(escapeIn(engine::UploadState::Completed), 1);
 }
 
 }  // namespace
