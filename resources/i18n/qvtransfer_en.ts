@@ -387,6 +387,11 @@
         <source>The file is no longer there.</source>
         <translation>The file is no longer there.</translation>
     </message>
+    <message id="DESTINATION_FOLDER_GONE_txt">
+        <source>The destination folder “%@” is no longer there.</source>
+        <extracomment>A failed item's reason: the folder it was being copied into was removed during the upload. %@ is replaced by that folder's name.</extracomment>
+        <translation>The destination folder “%@” is no longer there.</translation>
+    </message>
     <message id="LINK_DANGLING_txt">
         <source>The link points to nothing.</source>
         <translation>The link points to nothing.</translation>

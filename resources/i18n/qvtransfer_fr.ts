@@ -387,6 +387,11 @@
         <source>The file is no longer there.</source>
         <translation>Le fichier n’est plus là.</translation>
     </message>
+    <message id="DESTINATION_FOLDER_GONE_txt">
+        <source>The destination folder “%@” is no longer there.</source>
+        <extracomment>A failed item's reason: the folder it was being copied into was removed during the upload. %@ is replaced by that folder's name.</extracomment>
+        <translation>Le dossier de destination « %@ » n’est plus là.</translation>
+    </message>
     <message id="LINK_DANGLING_txt">
         <source>The link points to nothing.</source>
         <translation>Le lien ne mène nulle part.</translation>

@@ -5,6 +5,7 @@
 #include "engine/failed_rows.h"
 #include "engine/path_names.h"
 #include "platform/dispatch.h"
+#include "platform/files.h"
 #include "platform/format.h"
 #include "platform/latest_only_task.h"
 #include "session/qvtransfer_private.h"
@@ -117,6 +118,13 @@ void QVTransferPrivate::retryFailedTransfers(const qvt::List& retryList) {
             failedTransferArray.with([&](qvt::List& failures) { failures.push_back(value); });
             continue;
         }
+        // A folder removed during the upload is made again: the retry is the user asking for
+        // the file to go there all the same.
+        const std::string folder = qvt::engine::deletingLastPathComponent(
+            rebasedDestination(record->string("destFilePath")));
+        auto& files = qvt::platform::files();
+        if (files.exists(source) && !files.exists(folder) && !destinationVolumeLost())
+            files.createFolder(folder, true);
         transferFile(source, record->string("destFilePath"), share, sourceIsExcluded(source));
         trashAfterItem(source, record->string("destFilePath"));
     }

@@ -72,6 +72,23 @@ qvt::TransferError failureOfNamed(QVTransferPrivate& c, int rc, const std::strin
     return qvt::engine::failureOf(c, rc);
 }
 
+// The reason a copy to `target` failed with "no such file": the system's words would read as if
+// the source were missing, where it is most often the folder the copy was being written into
+// that was removed during the upload.
+qvt::TransferError failureOfCopy(QVTransferPrivate& c, int rc, const std::string& source,
+                                 const std::string& target) {
+    if (rc == ENOENT) {
+        auto& files = fs::files();
+        if (!files.exists(source) && !files.isAlias(source))
+            return {ENOENT, c.localizedString("SOURCE_GONE_txt")};
+        const std::string folder = deletingLastPathComponent(target);
+        if (!files.exists(folder))
+            return {ENOENT, fs::format(c.localizedString("DESTINATION_FOLDER_GONE_txt"),
+                                       lastPathComponent(folder))};
+    }
+    return failureOfNamed(c, rc, target);
+}
+
 // Tells the clash rule's record of the destination folder that `path` is in use.
 void noteTaken(QVTransferPrivate& c, const std::string& path) {
     c.job().takenNames.add(deletingLastPathComponent(path), lastPathComponent(path));
@@ -174,10 +191,27 @@ int placeFile(QVTransferPrivate& c, const std::string& source, const std::string
 }  // namespace
 
 bool QVTransferPrivate::destinationVolumeLost() {
-    const std::string now = fs::files().volumeFacts(selectedDestinationShare.get()).remountURL;
-    if (now.empty()) return true;
+    return destinationOnItsVolume().empty();
+}
+
+std::string QVTransferPrivate::destinationOnItsVolume() {
+    auto& files = fs::files();
+    const std::string destination = selectedDestinationShare.get();
+    const std::string now = files.volumeFacts(destination).remountURL;
     const std::string atStart = destinationVolumeIdentity.get();
-    return !atStart.empty() && now != atStart;
+    if (!now.empty()) return atStart.empty() || now == atStart ? destination : std::string();
+    // A destination folder removed from a disk that is still there is not a lost disk: waiting
+    // for it to come back would never end. The closest folder above it that is there tells
+    // which: on the disk the upload began on, the copies into the folder fail, saying so. (On
+    // a share each look may wait for a device that went away, so only a local disk is asked.)
+    if (atStart.empty() || deviceType() != "DAS") return {};
+    for (std::string above = deletingLastPathComponent(destination);
+         !above.empty() && above != destination; above = deletingLastPathComponent(above)) {
+        if (files.exists(above))
+            return files.volumeFacts(above).remountURL == atStart ? above : std::string();
+        if (above == "/") break;
+    }
+    return {};
 }
 
 bool QVTransferPrivate::discardPartialCopy() {
@@ -272,7 +306,7 @@ Step transferOneFile(QVTransferPrivate& c, const std::string& source,
         }
         c.discardPartialCopy();
         error = tooLarge ? qvt::TransferError{code, c.localizedString("LARGER_THAN_DEVICE_txt")}
-                         : failureOfNamed(c, rc, target);
+                         : failureOfCopy(c, rc, source, target);
     }
 
     upload.stillFull = false;

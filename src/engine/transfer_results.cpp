@@ -108,7 +108,9 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
     // user who unplugs it then loses nothing, and one flush at the end costs the disk's pace
     // once instead of once per file.
     if (localVolume) {
-        if (const int rc = fmt::files().flushVolume(share)) {
+        // A chosen folder removed meanwhile leaves its disk to be flushed all the same.
+        const std::string onVolume = destinationOnItsVolume();
+        if (const int rc = fmt::files().flushVolume(onVolume.empty() ? share : onVolume)) {
             log().write(fmt::format("QVTransfer: flushVolume: %@ error %d\n", share, rc));
             if (!qvt::engine::flushLeavesNothing(rc)) failArrivalsNotFlushed(rc);
         }

@@ -157,6 +157,93 @@ TEST(FailedTransfers, RetryCopiesTheFailedItemsAgainAndListsOnlyThoseThatFailAga
         EXPECT_NE(e.path().filename().string().front(), '.') << e.path();
 }
 
+// Removing the folder an upload writes into (to make room, say) fails the files still to go
+// there with a reason that names the folder; the system's "No such file or directory" read as
+// if the sources were gone. A retry makes the folder again and brings them.
+TEST(FailedTransfers, FilesWhoseDestinationFolderWasRemovedSaySoAndARetryBringsThem) {
+    keychain::ScopedBackend scopedKeychain{std::make_shared<keychain::FakeKeychain>()};
+    Session s(test::nasDevice(), 1000);
+    ASSERT_TRUE(s.c);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    for (const char* n : {"a.txt", "b.txt", "c.txt"}) test::writeFile(s.from("album/") + n, n);
+    // The folder goes just before the second file's copy, whichever file that is.
+    std::atomic<int> copies{0};
+    std::atomic<bool> removed{false};
+    layer.setHook(
+        [&](const std::string& op, const std::string&, const std::string&) -> std::optional<int> {
+            if (op == "copy" && ++copies == 2) removed = fs::remove_all(s.at("album")) == 2;
+            return std::nullopt;
+        });
+    s.setSources({s.from("album")});
+    s.c->job().numberOfFilesCountForTransfer = 4;
+    s.c->totalSourceFilesSize = 15;
+    s.h.view->selectedFolder = s.dst;
+    s.c->uploadFiles();
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
+    ASSERT_TRUE(s.settle());
+
+    ASSERT_TRUE(removed);
+    const List failures = s.c->failedTransferArray.get();
+    ASSERT_EQ(failures.size(), 2u);
+    for (const Value& v : failures)
+        EXPECT_EQ(v.asRecord()->string("localizedError"),
+                  "The destination folder \u201calbum\u201d is no longer there.");
+    // The sources are where they were.
+    std::vector<std::string> failed;
+    for (const Value& v : failures) {
+        const std::string source = v.asRecord()->string("sourceFilePath");
+        failed.push_back(fs::path(source).filename());
+        EXPECT_EQ(test::readFile(source), failed.back());
+    }
+
+    s.c->retryOrDismissTransfer(2);
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
+    ASSERT_TRUE(s.settle());
+    EXPECT_TRUE(s.c->failedTransferArray.get().empty());
+    for (const std::string& name : failed) EXPECT_EQ(test::readFile(s.at("album/" + name)), name);
+    // The folder holds those two and nothing under a hidden name.
+    EXPECT_EQ(std::distance(fs::directory_iterator(s.at("album")), fs::directory_iterator()), 2);
+}
+
+// On a local disk the folder chosen as the destination may itself be removed while the disk
+// stays: the upload does not wait for a disk that never went away; the files still to go fail,
+// saying why.
+TEST(FailedTransfers, TheChosenFolderRemovedFromADiskThatStaysIsNotALostDisk) {
+    Session s(test::dasDevice());
+    ASSERT_TRUE(s.c);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    for (const char* n : {"a.txt", "b.txt", "c.txt"}) test::writeFile(s.from("album/") + n, n);
+    fs::create_directories(s.at("Uploads"));
+    std::atomic<int> copies{0};
+    std::atomic<bool> removed{false};
+    layer.setHook(
+        [&](const std::string& op, const std::string&, const std::string&) -> std::optional<int> {
+            if (op == "copy" && ++copies == 2) removed = fs::remove_all(s.at("Uploads")) == 3;
+            return std::nullopt;
+        });
+    s.setSources({s.from("album")});
+    s.c->job().numberOfFilesCountForTransfer = 4;
+    s.c->totalSourceFilesSize = 15;
+    s.h.view->selectedFolder = s.at("Uploads");
+    s.c->uploadFiles();
+    ASSERT_TRUE(test::waitFor([&] { return s.c->isFileTransferCompleted(); }));
+    ASSERT_TRUE(s.settle());
+
+    ASSERT_TRUE(removed);
+    EXPECT_FALSE(s.c->reconnectingDevice());
+    // It never waited for the disk.
+    EXPECT_EQ(s.c->job().deviceLosses.load(), 0u);
+    const List failures = s.c->failedTransferArray.get();
+    ASSERT_EQ(failures.size(), 2u);
+    for (const Value& v : failures)
+        EXPECT_EQ(v.asRecord()->string("localizedError"),
+                  "The destination folder \u201calbum\u201d is no longer there.");
+    // Nothing is made again unasked.
+    EXPECT_FALSE(fs::exists(s.at("Uploads")));
+}
+
 TEST(FailedTransfers, DismissEndsTheSessionOnce) {
     FailingUpload u;
     ASSERT_TRUE(u.s.c);
