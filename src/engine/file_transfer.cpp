@@ -200,18 +200,22 @@ std::string QVTransferPrivate::destinationOnItsVolume() {
     const std::string now = files.volumeFacts(destination).remountURL;
     const std::string atStart = destinationVolumeIdentity.get();
     if (!now.empty()) return atStart.empty() || now == atStart ? destination : std::string();
-    // A destination folder removed from a disk that is still there is not a lost disk: waiting
-    // for it to come back would never end. The closest folder above it that is there tells
-    // which: on the disk the upload began on, the copies into the folder fail, saying so. (On
-    // a share each look may wait for a device that went away, so only a local disk is asked.)
-    if (atStart.empty() || deviceType() != "DAS") return {};
-    for (std::string above = deletingLastPathComponent(destination);
-         !above.empty() && above != destination; above = deletingLastPathComponent(above)) {
-        if (files.exists(above))
-            return files.volumeFacts(above).remountURL == atStart ? above : std::string();
-        if (above == "/") break;
+    // A destination folder removed from a volume that is still there is not a lost volume:
+    // waiting for it to come back would never end. The mount point above it tells which: the
+    // volume the upload began on still answers there, and the copies into the folder fail,
+    // saying so. The mount point is asked first, so a device that went away costs no more
+    // waits than the look above.
+    if (atStart.empty()) return {};
+    std::string root = deletingLastPathComponent(destination);
+    while (!root.empty() && root != "/" && !files.isMountPoint(root))
+        root = deletingLastPathComponent(root);
+    if (root.empty() || !files.isMountPoint(root) || files.volumeFacts(root).remountURL != atStart)
+        return {};
+    for (std::string above = deletingLastPathComponent(destination); above != root;
+         above = deletingLastPathComponent(above)) {
+        if (files.exists(above)) return above;
     }
-    return {};
+    return root;
 }
 
 bool QVTransferPrivate::discardPartialCopy() {

@@ -331,8 +331,9 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // now sits at its place (a disk unmounted under the upload leaves its mount point folder
     // behind).
     bool destinationVolumeLost();
-    // The chosen destination folder, or, when it was removed from a local disk that is still
-    // there, the closest folder above it on that disk; empty when the volume itself is lost.
+    // The chosen destination folder, or, when it was removed from a volume (a disk or a share)
+    // that is still there, the closest folder above it on that volume; empty when the volume
+    // itself is lost.
     std::string destinationOnItsVolume();
     // Notes the hidden copy at `partial`, which could not be removed (its device was away),
     // for removal when an upload next reaches its share or volume.

@@ -312,6 +312,41 @@ TEST_F(CliNas, TheDeviceGoesAwayMidUploadAndTheUploadGoesOnByItselfWhenItIsBack)
     for (const auto& e : fs::recursive_directory_iterator(share("Family")))
         EXPECT_EQ(e.path().filename().string().find(".qvtransfer-"), std::string::npos) << e.path();
 }
+// The chosen folder moved away on the share while the device stays is not a lost device:
+// the upload does not wait for it to come back, and the files still to go fail, saying why.
+TEST_F(CliNas, TheChosenFolderMovedAwayOnTheShareFailsTheFilesLeftAndTheUploadEnds) {
+    fs::create_directories(share("Family") + "/Trips");
+    makeManyFiles(work / "src/Many", 1500);
+    ChildProcess child;
+    ASSERT_TRUE(startToTrips(child, {work / "src/Many"}));
+    const auto arrived = [&](const std::string& folder) {
+        std::vector<fs::path> files;
+        std::error_code ec;
+        for (fs::recursive_directory_iterator it(folder, ec), end; !ec && it != end;
+             it.increment(ec))
+            if (it->is_regular_file(ec)) files.push_back(it->path());
+        return files;
+    };
+    ASSERT_TRUE(
+        test::waitFor([&] { return arrived(share("Family") + "/Trips").size() > 50; }, kDeadline))
+        << child.output();
+    fs::rename(share("Family") + "/Trips", share("Family") + "/Moved");
+
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_NE(child.output().find("is no longer there."), std::string::npos) << child.output();
+    EXPECT_NE(child.output().find(": The destination folder \u201cpart "), std::string::npos)
+        << child.output();
+    EXPECT_EQ(child.output().find("is not reachable"), std::string::npos) << child.output();
+    // Every file that arrived before the move is whole.
+    const std::string moved = share("Family") + "/Moved/Many";
+    for (const fs::path& f : arrived(moved)) {
+        if (f.filename().string().rfind(".qvtransfer-", 0) == 0) continue;
+        EXPECT_EQ(test::readFile(f), test::readFile(work / "src/Many" / fs::relative(f, moved)))
+            << f;
+    }
+    // The sources are all where they were.
+    EXPECT_EQ(arrived(work / "src/Many").size(), 1500u);
+}
 
 TEST_F(CliNas, AStopWhileTheDeviceIsAwaySaysStoppedAndNeverThatTheDeviceIsBack) {
     fs::create_directories(share("Family") + "/Trips");
