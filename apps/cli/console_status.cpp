@@ -120,14 +120,17 @@ void ConsoleSession::showProgress(bool force) {
     const std::uint64_t bytes = status.bytesDone;
     const bool copying = status.state == engine::UploadState::Copying;
     const std::string first = copying ? std::string() : status.line1;
-    // Once the upload has ended there is nothing left to estimate.
-    const std::string second = status.ended() ? std::string() : status.line2;
+    // Once the upload has ended, or every file is copied and only the disk is waited for,
+    // there is nothing left to estimate.
+    const std::string second = status.ended()         ? std::string()
+                               : status.flushingAtEnd ? consoleText("FLUSHING_AT_END")
+                                                      : status.line2;
 
     std::string line =
         consoleText("PROGRESS_COUNTS", {std::to_string(files), std::to_string(total),
                                         progressBytesText(bytes), progressBytesText(size)});
     // No rate while the copy waits for room: it would only fall.
-    if (copying && !status.stillFull) {
+    if (copying && !status.stillFull && !status.flushingAtEnd) {
         const double seconds = copyingTime_.seconds(now);
         if (seconds >= 1 && bytes > 0)
             line += " | " +

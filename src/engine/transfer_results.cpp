@@ -110,7 +110,10 @@ void QVTransferPrivate::processFileTransferStatus(const std::string& sourcePath,
     if (localVolume) {
         // A chosen folder removed meanwhile leaves its disk to be flushed all the same.
         const std::string onVolume = destinationOnItsVolume();
-        if (const int rc = fmt::files().flushVolume(onVolume.empty() ? share : onVolume)) {
+        upload.flushingAtEnd = true;
+        const int rc = fmt::files().flushVolume(onVolume.empty() ? share : onVolume);
+        upload.flushingAtEnd = false;
+        if (rc != 0) {
             log().write(fmt::format("QVTransfer: flushVolume: %@ error %d\n", share, rc));
             if (!qvt::engine::flushLeavesNothing(rc)) failArrivalsNotFlushed(rc);
         }

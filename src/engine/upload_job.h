@@ -153,6 +153,9 @@ class UploadJob {
     // file again each second without a dialog, and the status says what it waits for. The file
     // handled (or a lost device) ends it.
     std::atomic<bool> stillFull{false};
+    // True while the copies are all made and the end flush of the destination's disk runs:
+    // there is nothing left to estimate, only the disk to wait for.
+    std::atomic<bool> flushingAtEnd{false};
     // The tag of this upload's hidden copies (see partialCopyTag in the record): chosen when
     // the upload starts, kept when it is taken up again.
     std::atomic<std::uint32_t> partialCopyTag{0};

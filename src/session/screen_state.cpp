@@ -93,6 +93,7 @@ qvt::StatusSnapshot QVTransferPrivate::statusSnapshot() const {
     s.deviceMissing = upload.pausedFor(qvt::engine::PauseReason::DeviceMissing);
     s.deviceFull = upload.pausedFor(qvt::engine::PauseReason::DeviceFull);
     s.stillFull = upload.stillFull;
+    s.flushingAtEnd = upload.flushingAtEnd;
     s.moving = removeFilesAfterUpload;
     s.failed = upload.failed();
     s.filesDone = upload.progressValue;

@@ -92,6 +92,8 @@ struct StatusSnapshot {
     bool deviceFull = false;
     // The device stayed full after its one dialog: the copy tries again each second.
     bool stillFull = false;
+    // Every file is handled; the upload waits for the disk to hold them before it ends.
+    bool flushingAtEnd = false;
     // The upload moves its sources (each file leaves its place once it has arrived whole).
     bool moving = false;
     bool failed = false;

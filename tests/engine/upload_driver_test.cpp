@@ -319,19 +319,22 @@ TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
     ScopedFiles scoped(s, &layer);
     auto flushes = std::make_shared<std::vector<std::string>>();
     auto completedBefore = std::make_shared<std::vector<bool>>();
+    auto toldAsFlushing = std::make_shared<std::vector<bool>>();
     auto flushMutex = std::make_shared<std::mutex>();
     QVTransferPrivate* c = s.c.get();
     // The flush fails: the upload still completes, and the failure is only logged. The
-    // completion waits for the disk: it is reported once the flush has returned.
-    layer.setHook(
-        [flushes, completedBefore, flushMutex, c](const std::string& op, const std::string& path,
-                                                  const std::string&) -> std::optional<int> {
-            if (op != "flush") return std::nullopt;
-            std::lock_guard lock(*flushMutex);
-            flushes->push_back(path);
-            completedBefore->push_back(c->isFileTransferCompleted());
-            return EIO;
-        });
+    // completion waits for the disk: it is reported once the flush has returned. Meanwhile
+    // the status says the disk is waited for, not that time is left to estimate.
+    layer.setHook([flushes, completedBefore, toldAsFlushing, flushMutex, c](
+                      const std::string& op, const std::string& path,
+                      const std::string&) -> std::optional<int> {
+        if (op != "flush") return std::nullopt;
+        std::lock_guard lock(*flushMutex);
+        flushes->push_back(path);
+        completedBefore->push_back(c->isFileTransferCompleted());
+        toldAsFlushing->push_back(c->statusSnapshot().flushingAtEnd);
+        return EIO;
+    });
     for (const char* n : {"a.txt", "b.txt"}) test::writeFile(s.from(n), n);
     s.setSources({s.from("a.txt"), s.from("b.txt")});
     s.c->selectedDestinationShare.set(s.dst);
@@ -345,7 +348,9 @@ TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
         std::lock_guard lock(*flushMutex);
         EXPECT_EQ(*flushes, std::vector<std::string>{s.dst});
         EXPECT_EQ(*completedBefore, std::vector<bool>{false});
+        EXPECT_EQ(*toldAsFlushing, std::vector<bool>{true});
     }
+    EXPECT_FALSE(s.c->statusSnapshot().flushingAtEnd);
     EXPECT_TRUE(hasLine(s, "QVTransfer: flushVolume: " + s.dst + " error 5\n"));
 }
 

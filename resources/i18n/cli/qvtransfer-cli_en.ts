@@ -363,6 +363,11 @@
         <extracomment>%1 is the device; s stays as it is.</extracomment>
         <translation>%1 is not reachable — waiting for it to come back (s stops).</translation>
     </message>
+    <message id="FLUSHING_AT_END">
+        <source>Writing the last data to the disk…</source>
+        <extracomment>In the progress line once every file is copied, while the disk is made to hold them.</extracomment>
+        <translation>Writing the last data to the disk…</translation>
+    </message>
     <message id="WAITING_FOR_SPACE">
         <source>The device is full — waiting for free space (r looks again now, s stops).</source>
         <translation>The device is full — waiting for free space (r looks again now, s stops).</translation>

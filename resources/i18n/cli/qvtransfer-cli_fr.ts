@@ -363,6 +363,11 @@
         <extracomment>%1 is the device; s stays as it is.</extracomment>
         <translation>%1 est injoignable — attente de son retour (s arrête).</translation>
     </message>
+    <message id="FLUSHING_AT_END">
+        <source>Writing the last data to the disk…</source>
+        <extracomment>In the progress line once every file is copied, while the disk is made to hold them.</extracomment>
+        <translation>Écriture des dernières données sur le disque…</translation>
+    </message>
     <message id="WAITING_FOR_SPACE">
         <source>The device is full — waiting for free space (r looks again now, s stops).</source>
         <translation>L’appareil est plein — attente d’espace libre (r vérifie de nouveau tout de suite, s arrête).</translation>
