@@ -369,6 +369,11 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>Das Ziel auf %@ ist nicht erreichbar, daher kann der unterbrochene Upload jetzt nicht fortgesetzt werden.</translation>
     </message>
+    <message id="RESUME_FOLDER_GONE_txt">
+        <source>The destination folder “%@” is no longer on %@, so the interrupted upload cannot be taken up now. Put the folder back where it was and try again.</source>
+        <extracomment>The first %@ is replaced by the name of the destination folder, the second by the name of the device.</extracomment>
+        <translation>Der Zielordner „%@“ ist nicht mehr auf %@, daher kann der unterbrochene Upload jetzt nicht fortgesetzt werden. Legen Sie den Ordner an seinen Platz zurück und versuchen Sie es erneut.</translation>
+    </message>
     <message id="RESUME_RUNNING_txt">
         <source>Another upload is open in process %@, so the interrupted upload cannot be taken up now. Close that upload or wait until it ends, then try again.</source>
         <extracomment>%@ is replaced by the number of the process that runs the other upload.</extracomment>

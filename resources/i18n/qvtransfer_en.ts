@@ -369,6 +369,11 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</translation>
     </message>
+    <message id="RESUME_FOLDER_GONE_txt">
+        <source>The destination folder “%@” is no longer on %@, so the interrupted upload cannot be taken up now. Put the folder back where it was and try again.</source>
+        <extracomment>The first %@ is replaced by the name of the destination folder, the second by the name of the device.</extracomment>
+        <translation>The destination folder “%@” is no longer on %@, so the interrupted upload cannot be taken up now. Put the folder back where it was and try again.</translation>
+    </message>
     <message id="RESUME_RUNNING_txt">
         <source>Another upload is open in process %@, so the interrupted upload cannot be taken up now. Close that upload or wait until it ends, then try again.</source>
         <extracomment>%@ is replaced by the number of the process that runs the other upload.</extracomment>

@@ -229,6 +229,17 @@ void QVTransferPrivate::prepareResumeAfterRestart() {
         return;
     }
 
+    // The folder the upload went to may have been moved or removed since the record was
+    // written. Its files would have nowhere to go, and a disk that is there is no disk to wait
+    // for: the user is told, and the record stays, so the upload can be taken up once the
+    // folder is back.
+    if (bool isFolder = false; !fs::files().exists(destination, &isFolder) || !isFolder) {
+        failResumeAfterRestart(fs::format(localizedString("RESUME_FOLDER_GONE_txt"),
+                                          qvt::engine::lastPathComponent(destination),
+                                          info.string("productName")));
+        return;
+    }
+
     // The new mount is left to settle before anything is written to it.
     clock().sleepFor(kMountSettle);
     selectedDestinationShare.set(destination);

@@ -683,6 +683,51 @@ TEST_F(CliTest, AResumedUploadToADiskNamesItsDestinationByTheVolume) {
     EXPECT_EQ(test::readFile(drive + "/Family/Trips/held.bin"), "the held file\n");
 }
 
+// A destination folder moved away on the disk between two sessions is told when the upload is
+// taken up, and the record stays: once the folder is back, the upload is taken up and ends.
+// Before, the copy waited for the disk as if it had gone, for good.
+TEST_F(CliTest, AResumeWhoseFolderWasMovedAwaySaysSoAndKeepsTheUploadForLater) {
+    mounttest::LoopVolume volume(work.path(), 16);
+    ASSERT_TRUE(volume.ok()) << "no loop device for the ext4 image";
+    const std::string drive = work / "Drive";
+    fs::create_directories(drive);
+    ASSERT_EQ(mount(volume.device().c_str(), drive.c_str(), "ext4", 0, nullptr), 0);
+    fs::create_directories(drive + "/Family/Trips");
+    test::writeFile(work / "held.bin", "the held file\n");
+    test::writeFile(work / "later.txt", "after the held file\n");
+    {
+        test::LeaseHold hold(work / "held.bin");
+        ASSERT_TRUE(hold.held());
+        ChildProcess child;
+        ASSERT_TRUE(start(child, {"--das", drive, "--destination", "Drive/Family/Trips",
+                                  work / "held.bin", work / "later.txt"}));
+        ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
+        child.signal(SIGTERM);
+        EXPECT_TRUE(child.waitForOutput("--resume", kDeadline)) << child.output();
+        hold.release();
+        ASSERT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+    }
+    fs::rename(drive + "/Family/Trips", drive + "/Family/Moved");
+    {
+        ChildProcess child;
+        ASSERT_TRUE(start(child, {"--das", drive, "--resume"}));
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+        EXPECT_NE((child.output() + child.errors())
+                      .find("The destination folder “Trips” is no longer on Local Drive"),
+                  std::string::npos)
+            << child.output() << child.errors();
+        EXPECT_FALSE(fs::exists(drive + "/Family/Trips"));
+    }
+    fs::rename(drive + "/Family/Moved", drive + "/Family/Trips");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", drive, "--resume"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_EQ(test::readFile(drive + "/Family/Trips/later.txt"), "after the held file\n");
+    EXPECT_EQ(test::readFile(drive + "/Family/Trips/held.bin"), "the held file\n");
+}
+
 // An upload started with --move and taken up after the end of the session goes on moving, as
 // the user chose: its sources leave once they have arrived, and a protected one stays.
 TEST_F(CliTest, AMoveTakenUpAfterTheEndOfTheSessionGoesOnMoving) {
