@@ -256,6 +256,38 @@ TEST_F(ResumeUpload, FilesThatArrivedBeforeTheRestartAndLeftTheSourceAreNotToldA
     EXPECT_EQ(difference(expected, snapshot(volume.path() + "/Trip", false)), "");
 }
 
+// Files chosen one by one fare the same: the record, written every few seconds, may still list
+// files that the interrupted upload had moved. Each is at the destination under its name and
+// is not told as gone; a file gone from both places is.
+TEST_F(ResumeUpload, FilesMovedJustBeforeTheRestartAreNotToldAsGone) {
+    Ext4Volume volume(box.root(), box.root() + "/Drive", 16);
+    ASSERT_TRUE(volume.ok());
+    List pending;
+    for (const std::string name : {"moved.txt", "deleted.txt", "left.txt"}) {
+        test::writeFile(sources.path() + "/" + name, "the file " + name + "\n");
+        pending.push_back(Value(pendingEntry(sources.path() + "/" + name, 1, 0, 14)));
+    }
+    fs::copy_file(sources.path() + "/moved.txt", volume.path() + "/moved.txt");
+    fs::remove(sources.path() + "/moved.txt");
+    fs::remove(sources.path() + "/deleted.txt");
+
+    UploadSession s(dasDeviceFor(volume));
+    Record record = savedUpload(pending, volume.path());
+    record.set("removeFilesAfterUpload", Value(true));
+    writeState(s, volume.uuid(), record);
+    resume(s);
+    ASSERT_TRUE(s.waitCompleted()) << s.logText() << resumeProblem(s);
+
+    const auto failures = s.failures();
+    ASSERT_EQ(failures.size(), 1u) << s.logText();
+    EXPECT_EQ(failures[0].string("sourceFilePath"), sources.path() + "/deleted.txt");
+    EXPECT_EQ(failures[0].string("localizedError"), "The file is no longer there.");
+    EXPECT_EQ(test::readFile(volume.path() + "/moved.txt"), "the file moved.txt\n");
+    EXPECT_EQ(test::readFile(volume.path() + "/left.txt"), "the file left.txt\n");
+    EXPECT_FALSE(fs::exists(volume.path() + "/moved copy.txt"));
+    EXPECT_FALSE(fs::exists(sources.path() + "/left.txt"));
+}
+
 // A record of an upload that moves its sources is taken up as a move: the files leave the
 // source once they have arrived, the emptied folder goes to the Trash, and a protected source is
 // copied and stays. A move key of another kind than a boolean is no move.
