@@ -157,6 +157,8 @@ class ConsoleSession : public QObject {
     bool awaitingStopAnswer_ = false;
     // The upload ended with failures and the retry question is up: r retries them.
     bool awaitingRetryAnswer_ = false;
+    // Ctrl-C came once the upload had ended: the retry question is not asked.
+    bool endRequested_ = false;
     // The stop key was taken and its question is not up yet.
     bool stopQuestionComing_ = false;
     std::deque<char> keys_;

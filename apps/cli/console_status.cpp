@@ -363,7 +363,14 @@ void ConsoleSession::onStopSignal(int number) {
         if (open == Dialog::CancelUploadConfirm) answerStop(true);
         return;
     }
-    if (view_.status().state == engine::UploadState::Completed) return;  // the end is printed
+    // At the retry question nothing runs that a stop could end: the question is answered as
+    // any key but r answers it. One press ends the uploader, with the upload's own status.
+    if (awaitingRetryAnswer_) return answerRetry('n');
+    if (view_.status().state == engine::UploadState::Completed) {
+        // The end is about to be printed; the question that may follow it is not asked.
+        endRequested_ = true;
+        return;
+    }
     stopWithoutAsking_ = true;
     QTimer::singleShot(0, this, [this] { actions_.cancelUploadFiles(kTagStop); });
 }
@@ -385,7 +392,7 @@ void ConsoleSession::checkEnd() {
     clearProgressLine();
     printResult(status);
     const bool failures = !status.failures.empty();
-    if (failures && !terminal_.noticeEndOfInput()) {
+    if (failures && !endRequested_ && !terminal_.noticeEndOfInput()) {
         // Someone may still press a key: the failed items can be tried again.
         if (options_.json)
             emitJsonEvent("retry question", {{"keys", "r retries, any other key finishes"}});

@@ -376,6 +376,19 @@ TEST_F(CliRetry, AnyOtherKeyAtTheRetryQuestionEndsWithTheFailures) {
     EXPECT_EQ(child.output().find("Trying"), std::string::npos) << child.output();
 }
 
+// Ctrl-C at the retry question has nothing left to stop: one press ends the uploader at once,
+// as any key but r does, with the status of the upload that ended.
+TEST_F(CliRetry, CtrlCAtTheRetryQuestionEndsWithTheFailuresAtOnce) {
+    TmpfsVolume volume(work / "Drive", 32 << 20);
+    ASSERT_TRUE(volume.ok());
+    ChildProcess child;
+    uploadWithDanglingLink(child, volume, "dangling.txt", "never-there.txt");
+    if (HasFatalFailure()) return;
+    child.signal(SIGINT);
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_EQ(child.output().find("Trying"), std::string::npos) << child.output();
+}
+
 TEST_F(CliTest, ADestinationThatIsNotThereIsABadArgument) {
     TmpfsVolume volume(work / "Drive", 1 << 20);
     ASSERT_TRUE(volume.ok());
