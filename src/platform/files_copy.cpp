@@ -254,6 +254,19 @@ class End {
         return rc;
     }
 
+    // Gives a closed file on a share the source's times. The server stamps a file with the
+    // time of its last write when it is closed, and a photo's date would be the upload's day;
+    // a share that refuses still holds the whole file, so a refusal is not a failed copy.
+    void keepTimesOf(const struct stat& source) {
+        if (!share_) return;
+        struct timeval times[2] = {
+            {source.st_atim.tv_sec, static_cast<suseconds_t>(source.st_atim.tv_nsec / 1000)},
+            {source.st_mtim.tv_sec, static_cast<suseconds_t>(source.st_mtim.tv_nsec / 1000)}};
+        const smb::Call call(share_->mount.credentials);
+        if (call.ctx())
+            smbc_getFunctionUtimes(call.ctx())(call.ctx(), share_->url().c_str(), times);
+    }
+
   private:
     std::optional<SharePath> share_;
     std::string path_;
@@ -271,12 +284,13 @@ std::size_t streamBufferSize(std::uint64_t size) {
     return std::max(kSmallest, static_cast<std::size_t>(size) + 1);
 }
 
-int copyStreamed(const std::string& from, const std::string& to, mode_t mode, std::uint64_t size) {
+int copyStreamed(const std::string& from, const std::string& to, const struct stat& source) {
+    const mode_t mode = (source.st_mode & 0777) ? (source.st_mode & 0777) : 0644;
     End in(from);
     if (const int rc = in.open(false, 0)) return rc;
     End out(to);
     if (const int rc = out.open(true, mode)) return rc;
-    const std::size_t capacity = streamBufferSize(size);
+    const std::size_t capacity = streamBufferSize(static_cast<std::uint64_t>(source.st_size));
     const auto storage = std::make_unique_for_overwrite<char[]>(capacity);
     const std::span<char> buffer(storage.get(), capacity);
     std::uint64_t written = 0;
@@ -306,6 +320,7 @@ int copyStreamed(const std::string& from, const std::string& to, mode_t mode, st
     const auto readSize = in.localSize();
     if (const int rc = in.closeNow()) return rc;
     if (const int rc = out.closeNow()) return rc;
+    out.keepTimesOf(source);
     rememberWrittenFile(to, written);
     if (readSize) rememberReadFile(from, *readSize);
     return 0;
@@ -394,8 +409,7 @@ int copyFileData(const std::string& from, const std::string& to, const struct st
     else if (const int rc = statPath(from, &st))
         return rc;
     if (S_ISDIR(st.st_mode)) return EISDIR;
-    return copyStreamed(from, to, (st.st_mode & 0777) ? (st.st_mode & 0777) : 0644,
-                        static_cast<std::uint64_t>(st.st_size));
+    return copyStreamed(from, to, st);
 }
 
 }  // namespace qvt::platform::detail

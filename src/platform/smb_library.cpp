@@ -134,6 +134,7 @@ QVT_GETTER(closedir, Closedir)
 QVT_GETTER(readdir, Readdir)
 QVT_GETTER(mkdir, Mkdir)
 QVT_GETTER(rmdir, Rmdir)
+QVT_GETTER(utimes, Utimes)
 #undef QVT_GETTER
 
 }  // extern "C"

@@ -1,6 +1,9 @@
 // The file layer on paths under an in-process share mount, against a real smbd.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -221,6 +224,22 @@ TEST_F(SmbFilesTest, FilesAroundTheBufferLimitsArriveWhole) {
         EXPECT_TRUE(readAll(local("back-" + name)) == data) << size;
         ASSERT_EQ(files().removeItem(m + "/" + name), 0);
     }
+}
+
+// A file copied to a share keeps the time its source was last changed: a photo keeps its day,
+// not the upload's.
+TEST_F(SmbFilesTest, AFileCopiedToAShareKeepsItsSourcesModificationTime) {
+    const std::string m = mount("Private");
+    ASSERT_FALSE(m.empty());
+    writeAll(local("dated.jpg"), "a photo of 2019");
+    const timespec times[2] = {{1556712000, 0}, {1556712345, 0}};  // 1 May 2019
+    ASSERT_EQ(utimensat(AT_FDCWD, local("dated.jpg").c_str(), times, 0), 0);
+    ASSERT_EQ(files().copyItem(local("dated.jpg"), m + "/dated.jpg"), 0);
+    struct stat arrived {};
+    ASSERT_EQ(stat((backing("Private") + "/dated.jpg").c_str(), &arrived), 0);
+    EXPECT_EQ(arrived.st_mtim.tv_sec, 1556712345);
+    EXPECT_EQ(readAll(backing("Private") + "/dated.jpg"), "a photo of 2019");
+    ASSERT_EQ(files().removeItem(m + "/dated.jpg"), 0);
 }
 
 TEST_F(SmbFilesTest, FullShareReportsOutOfSpace) {
