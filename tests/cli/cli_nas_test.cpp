@@ -522,6 +522,22 @@ TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {
     EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
 }
 
+// The share is there but the folder the upload went to was moved away since: the user is told
+// which folder, nothing is written, and the record stays for when the folder is back.
+TEST_F(CliNas, AResumeWhoseFolderIsNoLongerOnTheShareSaysSoAndKeepsTheRecord) {
+    fs::create_directories(share("Family"));
+    const std::string record = recordPendingMemo("Family/Trips");
+    ASSERT_EQ(SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, kPassword), 0);
+    ChildProcess child;
+    ASSERT_TRUE(startResume(child));
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_NE(child.errors().find("The destination folder “Trips” is no longer on Test Cloud"),
+              std::string::npos)
+        << child.errors();
+    EXPECT_FALSE(fs::exists(share("Family") + "/Trips"));
+    EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
+}
+
 TEST_F(CliNas, AResumeWithAPasswordTheDeviceRefusesNamesThePassword) {
     fs::create_directories(share("Family") + "/Trips");
     const std::string record = recordPendingMemo("Family/Trips");
