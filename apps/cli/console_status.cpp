@@ -195,6 +195,9 @@ void ConsoleSession::showPauseChange() {
     const bool paused = status.pausedByUser;
     if (paused == pausedShown_) return;
     pausedShown_ = paused;
+    // A pause pressed as the last file arrived ends with the upload: nothing resumed, and the
+    // end says what happened.
+    if (!paused && status.state == engine::UploadState::Completed) return;
     clearProgressLine();
     if (options_.json) emitJsonEvent(paused ? "paused" : "resumed", {});
     // A pause waits for the file being copied: the user is told, so that a large file still

@@ -60,6 +60,9 @@ void runCancelSteps(QVTransferPrivate& c) {
 void QVTransferPrivate::pauseTransfer() {
     // A second press while paused changes nothing: the pause keeps the time it began.
     if (uploadPaused()) return;
+    // Every file is copied and the end waits only for the disk to take the last data: there
+    // is nothing left to hold, and the upload ends whatever is pressed.
+    if (job().flushingAtEnd) return;
     if (!job().pause(qvt::engine::PauseReason::User)) return;
     log().write("QVTransfer: pauseTransfer: transfer_semaphore");
     log().write("QVTransfer: pauseTransfer: timeRemaining_semaphore");

@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <regex>
@@ -352,6 +353,36 @@ TEST(CopyLoop, TheEndOfTheUploadFlushesTheDestinationVolumeOnce) {
     }
     EXPECT_FALSE(s.c->statusSnapshot().flushingAtEnd);
     EXPECT_TRUE(hasLine(s, "QVTransfer: flushVolume: " + s.dst + " error 5\n"));
+}
+
+// Once every file is copied, the end's flush of the disk is all that is left: a pause pressed
+// then has nothing to hold. It is not taken, so nothing says "Paused" of an upload that ends.
+TEST(CopyLoop, APauseDuringTheEndsFlushIsNotTaken) {
+    Session s;
+    ASSERT_TRUE(s.c);
+    FaultyFiles layer;
+    ScopedFiles scoped(s, &layer);
+    auto dispatch = s.h.services.dispatch;
+    auto c = s.c;
+    auto pausedDuringFlush = std::make_shared<std::atomic<int>>(-1);
+    layer.setHook([dispatch, c, pausedDuringFlush](const std::string& op, const std::string&,
+                                                   const std::string&) -> std::optional<int> {
+        if (op != "flush") return std::nullopt;
+        dispatch->mainSync([c] { c->pauseTransfer(); });
+        *pausedDuringFlush = c->statusSnapshot().pausedByUser ? 1 : 0;
+        return std::nullopt;
+    });
+    test::writeFile(s.from("a.txt"), "a");
+    s.setSources({s.from("a.txt")});
+    s.c->selectedDestinationShare.set(s.dst);
+    s.c->job().numberOfFilesCountForTransfer = 1;
+    s.startCopyLoop();
+    ASSERT_TRUE(s.waitCopyLoop());
+    ASSERT_TRUE(s.settle());
+    EXPECT_EQ(pausedDuringFlush->load(), 0);
+    EXPECT_TRUE(s.c->isFileTransferCompleted());
+    EXPECT_FALSE(s.c->statusSnapshot().pausedByUser);
+    EXPECT_EQ(test::readFile(s.at("a.txt")), "a");
 }
 
 TEST(CopyLoop, APauseAfterAnEntryHoldsTheWalkThere) {
