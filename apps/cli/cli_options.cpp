@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <filesystem>
 
 #include "console_texts.h"
@@ -23,7 +24,31 @@ std::string absolutePath(const std::string& path) {
         if (!getcwd(buffer, sizeof buffer)) return path;
         p = std::filesystem::path(buffer) / p;
     }
-    // "." and ".." are resolved by name only: the path a user typed, not where links lead.
+    // ".." is taken where the system takes it, after the links before it are followed, as
+    // ls, cp and rm take it: "link/../X" is the X beside the link's target. Resolved by name,
+    // it would be another folder, and --move would remove that one. Only the part up to the
+    // last ".." is resolved; the names after it stay as typed, so a link given as a source
+    // keeps its own name. When that part is not there, the path is kept as it is and names no
+    // source.
+    std::filesystem::path head, tail;
+    bool afterLastDotDot = false;
+    for (const auto& component : p) {
+        if (component == "..") {
+            head /= tail;
+            head /= component;
+            tail.clear();
+            afterLastDotDot = true;
+        } else if (afterLastDotDot) {
+            tail /= component;
+        } else {
+            head /= component;
+        }
+    }
+    if (afterLastDotDot) {
+        char resolved[PATH_MAX];
+        if (!realpath(head.c_str(), resolved)) return p.string();
+        p = std::filesystem::path(resolved) / tail;
+    }
     std::string normal = p.lexically_normal().string();
     while (normal.size() > 1 && normal.back() == '/') normal.pop_back();
     return normal;

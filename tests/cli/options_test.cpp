@@ -67,6 +67,25 @@ TEST(CliOptions, SourcesMustExistAndBecomeAbsolute) {
     EXPECT_EQ(ok.options.destination, "Vol/Folder");
 }
 
+// ".." in a source is taken where the system takes it, after the links before it: "L/../X"
+// names the X beside L's target, the folder ls, cp and rm would show or remove, not the X
+// beside L. With --move the wrong one would leave. A name before ".." that is not there makes
+// no source, and a link as the last name keeps its own name.
+TEST(CliOptions, DotDotInASourceIsTakenAfterTheLinksBeforeIt) {
+    test::TempDir dir;
+    test::writeFile(dir / "deep/X/which.txt", "beside the link's target");
+    test::writeFile(dir / "X/which.txt", "beside the link");
+    test::writeFile(dir / "deep/inner/keep.txt", "k");
+    ASSERT_EQ(symlink("deep/inner", (dir / "L").c_str()), 0);
+    const auto r = parse({"--das", dir.path(), dir / "L/../X", dir / "deep/./../L"});
+    ASSERT_TRUE(r.error.empty()) << r.error;
+    ASSERT_EQ(r.options.sources.size(), 2u);
+    EXPECT_EQ(r.options.sources[0], dir / "deep/X");
+    EXPECT_EQ(r.options.sources[1], dir / "L");
+    const auto missing = parse({"--das", dir.path(), dir / "nothere/../X"});
+    EXPECT_NE(missing.error.find("no such source"), std::string::npos) << missing.error;
+}
+
 TEST(CliOptions, ResumeTakesNoSourcesAndNoMove) {
     test::TempDir dir;
     test::writeFile(dir / "a.txt", "a");
