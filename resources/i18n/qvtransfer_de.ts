@@ -364,6 +364,11 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>%@ hat den Kontonamen oder das Passwort nicht angenommen, daher kann der unterbrochene Upload nicht fortgesetzt werden. Geben Sie das Passwort des Kontos erneut ein und versuchen Sie es noch einmal.</translation>
     </message>
+    <message id="RESUME_NO_ACCOUNT_txt">
+        <source>No account for %@ is stored on this computer, so the interrupted upload cannot be taken up. Give the account's name and password and try once more.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Auf diesem Computer ist kein Konto für %@ gespeichert, daher kann der unterbrochene Upload nicht fortgesetzt werden. Geben Sie den Namen und das Passwort des Kontos an und versuchen Sie es noch einmal.</translation>
+    </message>
     <message id="RESUME_NOT_MOUNTED_txt">
         <source>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</source>
         <extracomment>%@ is replaced by the name of the device.</extracomment>

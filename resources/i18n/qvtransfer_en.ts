@@ -364,6 +364,11 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>%@ did not accept the account name or password, so the interrupted upload cannot be taken up. Give the account's password again and try once more.</translation>
     </message>
+    <message id="RESUME_NO_ACCOUNT_txt">
+        <source>No account for %@ is stored on this computer, so the interrupted upload cannot be taken up. Give the account's name and password and try once more.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>No account for %@ is stored on this computer, so the interrupted upload cannot be taken up. Give the account's name and password and try once more.</translation>
+    </message>
     <message id="RESUME_NOT_MOUNTED_txt">
         <source>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</source>
         <extracomment>%@ is replaced by the name of the device.</extracomment>

@@ -364,6 +364,11 @@
         <extracomment>%@ is replaced by the name of the device.</extracomment>
         <translation>%@ n’a pas accepté le nom du compte ou le mot de passe, l’envoi interrompu ne peut donc pas être repris. Indiquez de nouveau le mot de passe du compte et réessayez.</translation>
     </message>
+    <message id="RESUME_NO_ACCOUNT_txt">
+        <source>No account for %@ is stored on this computer, so the interrupted upload cannot be taken up. Give the account's name and password and try once more.</source>
+        <extracomment>%@ is replaced by the name of the device.</extracomment>
+        <translation>Aucun compte pour %@ n’est enregistré sur cet ordinateur, l’envoi interrompu ne peut donc pas être repris. Indiquez le nom et le mot de passe du compte et réessayez.</translation>
+    </message>
     <message id="RESUME_NOT_MOUNTED_txt">
         <source>The destination on %@ could not be reached, so the interrupted upload cannot be taken up now.</source>
         <extracomment>%@ is replaced by the name of the device.</extracomment>

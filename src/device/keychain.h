@@ -18,6 +18,10 @@ inline constexpr const char* kServiceName = "QVTransfer";
 // The pair (user name, password) stored for the device, with the defaults "admin" and "".
 std::pair<std::string, std::string> getCredentials(const std::string& serialNumber);
 
+// Whether the keychain holds an item for the device; without one, the pair above is only the
+// defaults.
+bool hasCredentials(const std::string& serialNumber);
+
 // Stores the pair for the device; the keychain's status, 0 on success.
 int32_t setCredentials(const std::string& serialNumber, const std::string& userName,
                        const std::string& password);

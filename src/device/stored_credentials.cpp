@@ -47,6 +47,10 @@ std::pair<std::string, std::string> getCredentials(const std::string& serialNumb
     return {userName.value_or("admin"), password.value_or("")};
 }
 
+bool hasCredentials(const std::string& serialNumber) {
+    return backend()->findGenericPassword(kServiceName, serialNumber).status == kSuccess;
+}
+
 int32_t setCredentials(const std::string& serialNumber, const std::string& userName,
                        const std::string& password) {
     std::shared_ptr<KeychainService> service = backend();

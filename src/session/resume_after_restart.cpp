@@ -215,10 +215,14 @@ void QVTransferPrivate::prepareResumeAfterRestart() {
         destination = volumeDestinationForResume(savedDestination, saved.key);
     }
     if (destination.empty()) {
-        failResumeAfterRestart(
-            fs::format(localizedString(accountRefused ? "RESUME_ACCOUNT_REFUSED_txt"
-                                                      : "RESUME_NOT_MOUNTED_txt"),
-                       info.string("productName")));
+        // With no account given and none stored for the device, only the default stand-in
+        // was offered: the user is asked for the account, not told a password was wrong.
+        const bool noAccount = accountRefused && !resumeAccount.get() &&
+                               !qvt::keychain::hasCredentials(info.string("serialNumber"));
+        const char* key = !accountRefused ? "RESUME_NOT_MOUNTED_txt"
+                          : noAccount     ? "RESUME_NO_ACCOUNT_txt"
+                                          : "RESUME_ACCOUNT_REFUSED_txt";
+        failResumeAfterRestart(fs::format(localizedString(key), info.string("productName")));
         return;
     }
 

@@ -538,6 +538,23 @@ TEST_F(CliNas, AResumeWhoseFolderIsNoLongerOnTheShareSaysSoAndKeepsTheRecord) {
     EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
 }
 
+// With no account stored for the device and none given, the device turning the guest away is
+// not told as a refused password: the user is asked for the account.
+TEST_F(CliNas, AResumeWithNoAccountStoredAsksForOneAndKeepsTheRecord) {
+    fs::create_directories(share("Family") + "/Trips");
+    const std::string record = recordPendingMemo("Family/Trips");
+    ChildProcess child;
+    ASSERT_TRUE(startResume(child));
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_NE(child.errors().find("No account for Test Cloud is stored on this computer, so the "
+                                  "interrupted upload cannot be taken up."),
+              std::string::npos)
+        << child.errors();
+    EXPECT_EQ(child.errors().find("did not accept"), std::string::npos) << child.errors();
+    EXPECT_FALSE(fs::exists(share("Family") + "/Trips/memo.txt"));
+    EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
+}
+
 TEST_F(CliNas, AResumeWithAPasswordTheDeviceRefusesNamesThePassword) {
     fs::create_directories(share("Family") + "/Trips");
     const std::string record = recordPendingMemo("Family/Trips");
