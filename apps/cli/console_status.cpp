@@ -119,7 +119,9 @@ void ConsoleSession::showProgress(bool force) {
     const std::uint64_t size = status.bytesTotal;
     const std::uint64_t bytes = status.bytesDone;
     const bool copying = status.state == engine::UploadState::Copying;
-    const std::string first = copying ? std::string() : status.line1;
+    // Until the end, the status's first line is its "file N of M" of the moment it was set (a
+    // pause, a wait): the counters above tell it as of now. After the end it is the summary.
+    const std::string first = status.ended() ? status.line1 : std::string();
     // Once the upload has ended, or every file is copied and only the disk is waited for,
     // there is nothing left to estimate.
     const std::string second = status.ended()         ? std::string()

@@ -813,6 +813,10 @@ TEST_F(CliTest, APauseWhileAFileIsCopiedSaysTheFileIsFinishedFirst) {
     ASSERT_TRUE(pollUntil([&] { return fs::exists(volume.path() + "/held.bin"); }, kDeadline));
     EXPECT_EQ(test::readFile(volume.path() + "/held.bin"), "the held file\n");
     EXPECT_FALSE(fs::exists(volume.path() + "/later.txt"));
+    // The paused line's counters are those of now, with no older "Uploading file 1 of 2"
+    // beside them.
+    ASSERT_TRUE(child.waitForOutput("Files 2 of 2", kDeadline)) << child.output();
+    EXPECT_EQ(child.output().find("Uploading file"), std::string::npos) << child.output();
     child.write("r");
     ASSERT_TRUE(child.waitForOutput("Resumed.", kDeadline)) << child.output();
     child.closeInput();
