@@ -159,6 +159,8 @@ class ConsoleSession : public QObject {
     bool awaitingRetryAnswer_ = false;
     // Ctrl-C came once the upload had ended: the retry question is not asked.
     bool endRequested_ = false;
+    // The files that arrived in the passes before a retry.
+    std::uint64_t filesArrivedBeforeRetry_ = 0;
     // The stop key was taken and its question is not up yet.
     bool stopQuestionComing_ = false;
     std::deque<char> keys_;

@@ -433,7 +433,10 @@ void ConsoleSession::answerRetry(char key) {
         std::printf("%s\n", consoleCountText("TRYING_AGAIN_n", status.failures.size()).c_str());
     std::fflush(stdout);
     completedSince_.reset();
-    startClocks();
+    // The retry counts its own files from nothing; the last line tells the whole upload, so
+    // the files of the passes before are kept, and the time runs on from the first start.
+    filesArrivedBeforeRetry_ += status.filesArrived;
+    copyingTime_.restart();
     completionsBeforeRetry_ = view_.completions();
     actions_.retryOrDismissTransfer(kTagRetryAll);
 }
@@ -456,16 +459,17 @@ void ConsoleSession::printResult(const StatusSnapshot& status) {
     const std::string& shown = destinationShown_.empty() ? folder : destinationShown_;
     const double seconds =
         uploadStarted_ ? std::chrono::duration<double>(Clock::now() - *uploadStarted_).count() : 0;
+    const std::uint64_t filesArrived = filesArrivedBeforeRetry_ + status.filesArrived;
     // The last line says what happened, for a reader and for a script's log alike.
     summary_ =
-        consoleText("SUMMARY", {consoleCountText("FILES_n", status.filesArrived),
+        consoleText("SUMMARY", {consoleCountText("FILES_n", filesArrived),
                                 progressBytesText(status.bytesDone), shown, durationText(seconds)});
     const std::size_t failedBefore = status.failedBeforeRestart.size();
     if (!status.failures.empty() || failedBefore > 0)
         summary_ += consoleCountText("SUMMARY_FAILED_n", status.failures.size() + failedBefore);
     if (options_.json) {
         emitNewFileEvents(status);
-        emitJsonEvent("completed", {{"files", status.filesArrived},
+        emitJsonEvent("completed", {{"files", filesArrived},
                                     {"bytes", status.bytesDone},
                                     {"failed", std::uint64_t{status.failures.size()}},
                                     {"failedBeforeInterruption", std::uint64_t{failedBefore}},

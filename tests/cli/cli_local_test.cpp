@@ -376,6 +376,26 @@ TEST_F(CliRetry, AnyOtherKeyAtTheRetryQuestionEndsWithTheFailures) {
     EXPECT_EQ(child.output().find("Trying"), std::string::npos) << child.output();
 }
 
+// The last line after a retry tells the whole upload: the files of the first pass with those
+// of the retry, and the time since the upload began.
+TEST_F(CliRetry, TheLastLineAfterARetryCountsTheFilesOfEveryPass) {
+    TmpfsVolume volume(work / "Drive", 32 << 20);
+    ASSERT_TRUE(volume.ok());
+    ChildProcess child;
+    uploadWithDanglingLink(child, volume, "dangling.txt", "never-there.txt");
+    if (HasFatalFailure()) return;
+    const std::size_t firstQuestion = child.output().find("Press r to try the failed items again");
+    child.write("r");
+    ASSERT_TRUE(child.waitForOutputAfter(firstQuestion + 1, "Press r to try the failed items again",
+                                         kDeadline))
+        << child.output();
+    child.write("q");
+    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+    EXPECT_NE(child.output().find("3 files, 3.1 MB uploaded to Drive/Inbox in "), std::string::npos)
+        << child.output();
+    EXPECT_EQ(child.output().find("0 files, 3.1 MB"), std::string::npos) << child.output();
+}
+
 // Ctrl-C at the retry question has nothing left to stop: one press ends the uploader at once,
 // as any key but r does, with the status of the upload that ended.
 TEST_F(CliRetry, CtrlCAtTheRetryQuestionEndsWithTheFailuresAtOnce) {

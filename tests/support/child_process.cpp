@@ -160,13 +160,17 @@ bool ChildProcess::reap(bool block) {
 }
 
 bool ChildProcess::waitForOutput(const std::string& text, double seconds) {
+    return waitForOutputAfter(0, text, seconds);
+}
+
+bool ChildProcess::waitForOutputAfter(std::size_t from, const std::string& text, double seconds) {
     const auto deadline = deadlineIn(seconds);
     while (Clock::now() < deadline) {
-        if (out_.find(text) != std::string::npos) return true;
+        if (out_.find(text, from) != std::string::npos) return true;
         if (outFd_ < 0) return false;
         drain(20);
     }
-    return out_.find(text) != std::string::npos;
+    return out_.find(text, from) != std::string::npos;
 }
 
 int ChildProcess::waitForExit(double seconds) {

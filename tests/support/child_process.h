@@ -35,6 +35,8 @@ class ChildProcess {
     // Waits until the output (stdout) holds `text`; false at the deadline or when the child
     // ended without writing it.
     bool waitForOutput(const std::string& text, double seconds);
+    // The same, for `text` found at offset `from` of the output or later: a line printed again.
+    bool waitForOutputAfter(std::size_t from, const std::string& text, double seconds);
     // Waits for the exit; the exit code, 128 + the signal for a signalled child, or -1 when the
     // deadline passed (the child is then killed).
     int waitForExit(double seconds);
