@@ -96,10 +96,26 @@ std::optional<session::RecordedUpload> recordedUpload() {
 }  // namespace
 
 bool ConsoleSession::recordIsThisDevices(const session::RecordedUpload& recorded) const {
-    // An attached device's resume takes the one record there is, so any record of an
-    // attached disk is this device's to take up.
-    return device_.string("deviceType") == "NAS" ? recorded.key == deviceInfo("serialNumber")
-                                                 : recorded.deviceType != "NAS";
+    if (device_.string("deviceType") == "NAS") return recorded.key == deviceInfo("serialNumber");
+    if (recorded.deviceType == "NAS") return false;
+    // A disk's upload is recorded under its volume's UUID. The resume takes the one record
+    // there is, and would carry on to that volume wherever it is mounted: a record of another
+    // disk than the one named is not this device's. A device whose volumes tell no UUID takes
+    // the record as it is.
+    const Record* info = device_.record("deviceInfo");
+    const List* volumes = info ? info->list("volumeArray") : nullptr;
+    bool anyUuid = false;
+    for (const Value& v : volumes ? *volumes : List{}) {
+        const Record* volume = v.asRecord();
+        if (!volume) continue;
+        std::string uuid = volume->string("uuid");
+        if (uuid.empty() && !volume->string("volumePath").empty())
+            uuid = platform::files().volumeFacts(volume->string("volumePath")).uuid;
+        if (uuid.empty()) continue;
+        if (uuid == recorded.key) return true;
+        anyUuid = true;
+    }
+    return !anyUuid;
 }
 
 std::string ConsoleSession::interruptedUploadRefusal() const {

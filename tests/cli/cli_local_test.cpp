@@ -761,6 +761,52 @@ TEST_F(CliTest, AResumeWhoseFolderWasMovedAwaySaysSoAndKeepsTheUploadForLater) {
     EXPECT_EQ(test::readFile(drive + "/Family/Trips/held.bin"), "the held file\n");
 }
 
+// The record of an upload to one disk is not taken up with another disk named: its files would
+// go on to the first disk. The user is told where the recorded upload went, and nothing is
+// written; named with its own disk, it is taken up.
+TEST_F(CliTest, AResumeOnAnotherDiskThanTheRecordedOneIsRefused) {
+    fs::create_directories(work / "a");
+    fs::create_directories(work / "b");
+    mounttest::LoopVolume first(work / "a", 16), second(work / "b", 16);
+    ASSERT_TRUE(first.ok() && second.ok()) << "no loop devices for the ext4 images";
+    const std::string one = work / "One", other = work / "Other";
+    fs::create_directories(one);
+    fs::create_directories(other);
+    ASSERT_EQ(mount(first.device().c_str(), one.c_str(), "ext4", 0, nullptr), 0);
+    ASSERT_EQ(mount(second.device().c_str(), other.c_str(), "ext4", 0, nullptr), 0);
+    test::writeFile(work / "held.bin", "the held file\n");
+    test::writeFile(work / "later.txt", "after the held file\n");
+    {
+        test::LeaseHold hold(work / "held.bin");
+        ASSERT_TRUE(hold.held());
+        ChildProcess child;
+        ASSERT_TRUE(start(
+            child, {"--das", one, "--destination", one, work / "held.bin", work / "later.txt"}));
+        ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
+        child.signal(SIGTERM);
+        EXPECT_TRUE(child.waitForOutput("--resume", kDeadline)) << child.output();
+        hold.release();
+        ASSERT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+    }
+    {
+        ChildProcess child;
+        ASSERT_TRUE(start(child, {"--das", other, "--resume"}));
+        child.closeInput();
+        EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
+        EXPECT_NE(
+            (child.output() + child.errors()).find("the one recorded went to an attached disk"),
+            std::string::npos)
+            << child.output() << child.errors();
+        EXPECT_FALSE(fs::exists(one + "/later.txt"));
+        EXPECT_FALSE(fs::exists(other + "/later.txt"));
+    }
+    ChildProcess child;
+    ASSERT_TRUE(start(child, {"--das", one, "--resume"}));
+    child.closeInput();
+    EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    EXPECT_EQ(test::readFile(one + "/later.txt"), "after the held file\n");
+}
+
 // An upload started with --move and taken up after the end of the session goes on moving, as
 // the user chose: its sources leave once they have arrived, and a protected one stays.
 TEST_F(CliTest, AMoveTakenUpAfterTheEndOfTheSessionGoesOnMoving) {
