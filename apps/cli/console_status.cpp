@@ -319,6 +319,11 @@ void ConsoleSession::endWithTheDesktopSession(int number) {
         return;  // the end is printed
     actions_.suspendForShutdown();
     clearProgressLine();
+    // The stop question's line waits for its answer: what follows starts a line of its own.
+    if (awaitingStopAnswer_) {
+        awaitingStopAnswer_ = false;
+        if (!options_.json) std::printf("\n");
+    }
     // The record is what --resume reads: it is promised only when it is there. A volume with
     // no file-system identity (a RAM disk) has no key to record an upload under, and an upload
     // whose every file was handled leaves nothing to take up.

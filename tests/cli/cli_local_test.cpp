@@ -545,6 +545,25 @@ TEST_F(CliTest, TheEndOfTheSessionOnAVolumeThatCannotBeRecordedSaysSo) {
     EXPECT_EQ(child.output().find("take it up with --resume"), std::string::npos) << child.output();
 }
 
+// The end of the session while the stop question waits: its message starts a line of its own
+// rather than following "[y/N]" as if it were the answer.
+TEST_F(CliTest, TheEndOfTheSessionAtTheStopQuestionStartsALineOfItsOwn) {
+    TmpfsVolume volume(work / "Drive", 8 << 20);
+    ASSERT_TRUE(volume.ok());
+    ChildProcess child;
+    const auto hold = startHeldUpload(child, volume.path());
+    ASSERT_TRUE(hold) << child.output();
+    child.write("s");
+    ASSERT_TRUE(child.waitForOutput("[y/N]", kDeadline)) << child.output();
+    child.signal(SIGTERM);
+    EXPECT_TRUE(child.waitForOutput("gives no identity to record the upload under", kDeadline))
+        << child.output() << child.errors();
+    hold->release();
+    EXPECT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+    EXPECT_NE(child.output().find("\nPaused for the end of the session"), std::string::npos)
+        << child.output();
+}
+
 // A state folder that cannot take the state file (a file in its place) is told when the upload
 // begins, and the end of the session names it as the reason --resume cannot take the upload up.
 TEST_F(CliTest, AStateFolderThatCannotHoldTheRecordIsToldAtTheStartAndAtTheEnd) {
