@@ -38,6 +38,7 @@ class CliNas : public CliTest {
     }
 
     void SetUp() override {
+        ++testNumber();
         ASSERT_TRUE(samba_ && samba_->running()) << "smbd did not start: " << startError_;
         for (const char* share : {"Family", "Public"})
             for (const auto& entry : fs::directory_iterator(samba_->sharePath(share)))
@@ -50,8 +51,15 @@ class CliNas : public CliTest {
     void TearDown() override { device_.stop(); }
 
     // The device's serial number, which names its login in the keychain: that keychain is
-    // shared by the tests running beside this one, so each test process has a device of its own.
-    static std::string serial() { return "SN-CLI-" + std::to_string(getpid()); }
+    // shared by the tests running beside this one and by those run before it in this process,
+    // so each test has a device of its own.
+    static int& testNumber() {
+        static int number = 0;
+        return number;
+    }
+    static std::string serial() {
+        return "SN-CLI-" + std::to_string(getpid()) + "-" + std::to_string(testNumber());
+    }
     std::vector<std::string> deviceArgs() const {
         return {"--nas", device_.address(), "--serial", serial(), "--name", "Test Cloud"};
     }
