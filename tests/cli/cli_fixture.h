@@ -178,6 +178,30 @@ class CliTest : public ::testing::Test {
         return hold;
     }
 
+    // Uploads held.bin and later.txt (written into `work`) with `arguments` before them, and
+    // ends the desktop session while the copy is inside held.bin: the upload is recorded for a
+    // later --resume, as a logout leaves it.
+    ::testing::AssertionResult endSessionWhileHeld(std::vector<std::string> arguments) {
+        test::writeFile(work / "held.bin", "the held file\n");
+        test::writeFile(work / "later.txt", "after the held file\n");
+        test::LeaseHold hold(work / "held.bin");
+        if (!hold.held()) return ::testing::AssertionFailure() << "no lease on held.bin";
+        arguments.push_back(work / "held.bin");
+        arguments.push_back(work / "later.txt");
+        ChildProcess child;
+        if (!start(child, arguments)) return ::testing::AssertionFailure() << "did not start";
+        if (!pollUntil([&] { return hold.opened(); }, 60))
+            return ::testing::AssertionFailure() << "held.bin never opened: " << child.output();
+        child.signal(SIGTERM);
+        const bool told = child.waitForOutput("--resume", 60);
+        hold.release();
+        const int status = child.waitForExit(60);
+        if (!told || status != 143)
+            return ::testing::AssertionFailure()
+                   << "exit status " << status << ": " << child.output() << child.errors();
+        return ::testing::AssertionSuccess();
+    }
+
     test::TempDir home;
     test::TempDir work;
 };

@@ -707,20 +707,7 @@ TEST_F(CliTest, AResumedUploadToADiskNamesItsDestinationByTheVolume) {
     fs::create_directories(drive);
     ASSERT_EQ(mount(volume.device().c_str(), drive.c_str(), "ext4", 0, nullptr), 0);
     fs::create_directories(drive + "/Family/Trips");
-    test::writeFile(work / "held.bin", "the held file\n");
-    test::writeFile(work / "later.txt", "after the held file\n");
-    {
-        test::LeaseHold hold(work / "held.bin");
-        ASSERT_TRUE(hold.held());
-        ChildProcess child;
-        ASSERT_TRUE(start(child, {"--das", drive, "--destination", "Drive/Family/Trips",
-                                  work / "held.bin", work / "later.txt"}));
-        ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
-        child.signal(SIGTERM);
-        EXPECT_TRUE(child.waitForOutput("--resume", kDeadline)) << child.output();
-        hold.release();
-        ASSERT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
-    }
+    ASSERT_TRUE(endSessionWhileHeld({"--das", drive, "--destination", "Drive/Family/Trips"}));
     ChildProcess child;
     ASSERT_TRUE(start(child, {"--das", drive, "--resume"}));
     child.closeInput();
@@ -745,20 +732,7 @@ TEST_F(CliTest, AResumeWhoseFolderWasMovedAwaySaysSoAndKeepsTheUploadForLater) {
     fs::create_directories(drive);
     ASSERT_EQ(mount(volume.device().c_str(), drive.c_str(), "ext4", 0, nullptr), 0);
     fs::create_directories(drive + "/Family/Trips");
-    test::writeFile(work / "held.bin", "the held file\n");
-    test::writeFile(work / "later.txt", "after the held file\n");
-    {
-        test::LeaseHold hold(work / "held.bin");
-        ASSERT_TRUE(hold.held());
-        ChildProcess child;
-        ASSERT_TRUE(start(child, {"--das", drive, "--destination", "Drive/Family/Trips",
-                                  work / "held.bin", work / "later.txt"}));
-        ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
-        child.signal(SIGTERM);
-        EXPECT_TRUE(child.waitForOutput("--resume", kDeadline)) << child.output();
-        hold.release();
-        ASSERT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
-    }
+    ASSERT_TRUE(endSessionWhileHeld({"--das", drive, "--destination", "Drive/Family/Trips"}));
     fs::rename(drive + "/Family/Trips", drive + "/Family/Moved");
     {
         ChildProcess child;
@@ -793,20 +767,7 @@ TEST_F(CliTest, AResumeOnAnotherDiskThanTheRecordedOneIsRefused) {
     fs::create_directories(other);
     ASSERT_EQ(mount(first.device().c_str(), one.c_str(), "ext4", 0, nullptr), 0);
     ASSERT_EQ(mount(second.device().c_str(), other.c_str(), "ext4", 0, nullptr), 0);
-    test::writeFile(work / "held.bin", "the held file\n");
-    test::writeFile(work / "later.txt", "after the held file\n");
-    {
-        test::LeaseHold hold(work / "held.bin");
-        ASSERT_TRUE(hold.held());
-        ChildProcess child;
-        ASSERT_TRUE(start(
-            child, {"--das", one, "--destination", one, work / "held.bin", work / "later.txt"}));
-        ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
-        child.signal(SIGTERM);
-        EXPECT_TRUE(child.waitForOutput("--resume", kDeadline)) << child.output();
-        hold.release();
-        ASSERT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
-    }
+    ASSERT_TRUE(endSessionWhileHeld({"--das", one, "--destination", one}));
     {
         ChildProcess child;
         ASSERT_TRUE(start(child, {"--das", other, "--resume"}));
@@ -834,23 +795,10 @@ TEST_F(CliTest, AMoveTakenUpAfterTheEndOfTheSessionGoesOnMoving) {
     const std::string drive = work / "Drive";
     fs::create_directories(drive);
     ASSERT_EQ(mount(volume.device().c_str(), drive.c_str(), "ext4", 0, nullptr), 0);
-    test::writeFile(work / "held.bin", "the held file\n");
-    test::writeFile(work / "later.txt", "after the held file\n");
     // Under the home's Library: copied, never moved.
     const std::string prefs = home.path() + "/Library/prefs.txt";
     test::writeFile(prefs, "prefs\n");
-    {
-        test::LeaseHold hold(work / "held.bin");
-        ASSERT_TRUE(hold.held());
-        ChildProcess child;
-        ASSERT_TRUE(start(child, {"--das", drive, "--destination", "Drive", "--move",
-                                  work / "held.bin", work / "later.txt", prefs}));
-        ASSERT_TRUE(pollUntil([&] { return hold.opened(); }, kDeadline)) << child.output();
-        child.signal(SIGTERM);
-        EXPECT_TRUE(child.waitForOutput("--resume", kDeadline)) << child.output();
-        hold.release();
-        ASSERT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
-    }
+    ASSERT_TRUE(endSessionWhileHeld({"--das", drive, "--destination", "Drive", "--move", prefs}));
     EXPECT_TRUE(fs::exists(work / "held.bin"));
     ChildProcess child;
     ASSERT_TRUE(start(child, {"--das", drive, "--resume"}));

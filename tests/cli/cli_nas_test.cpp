@@ -73,6 +73,23 @@ class CliNas : public CliTest {
         child.closeInput();
         return true;
     }
+    // Takes the recorded upload up and expects it refused: exit status 1, `message` on the
+    // error output (and not `notSaid`), and the state file still holding `record` for a later
+    // try.
+    ::testing::AssertionResult resumeRefused(const std::string& record, const std::string& message,
+                                             const std::string& notSaid = "") {
+        ChildProcess child;
+        if (!startResume(child)) return ::testing::AssertionFailure() << "did not start";
+        const int status = child.waitForExit(kDeadline);
+        const std::string said = child.errors();
+        if (status != 1 || said.find(message) == std::string::npos ||
+            (!notSaid.empty() && said.find(notSaid) != std::string::npos))
+            return ::testing::AssertionFailure()
+                   << "exit status " << status << ": " << child.output() << child.errors();
+        if (test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist") != record)
+            return ::testing::AssertionFailure() << "the record changed";
+        return ::testing::AssertionSuccess();
+    }
     // Starts an upload of `sources` to Family/Trips as the account with a password, which it
     // reads from stdin; stdin then ends.
     bool startToTrips(ChildProcess& child, const std::vector<std::string>& sources) {
@@ -519,15 +536,9 @@ TEST_F(CliNas, AResumeNamesTheItemsThatFailedBeforeTheInterruptionAndEndsWithOne
 
 TEST_F(CliNas, AResumeWhoseShareCannotBeMountedSaysSoAndEndsWithOne) {
     const std::string record = recordPendingMemo("Nowhere/Trips");
-    ChildProcess child;
-    ASSERT_TRUE(startResume(child));
-    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
-    EXPECT_NE(child.errors().find("The destination on Test Cloud could not be reached, so the "
-                                  "interrupted upload cannot be taken up now."),
-              std::string::npos)
-        << child.errors();
-    // The record is kept for a later try.
-    EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
+    EXPECT_TRUE(resumeRefused(record,
+                              "The destination on Test Cloud could not be reached, so "
+                              "the interrupted upload cannot be taken up now."));
 }
 
 // The share is there but the folder the upload went to was moved away since: the user is told
@@ -536,14 +547,8 @@ TEST_F(CliNas, AResumeWhoseFolderIsNoLongerOnTheShareSaysSoAndKeepsTheRecord) {
     fs::create_directories(share("Family"));
     const std::string record = recordPendingMemo("Family/Trips");
     ASSERT_EQ(SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, kPassword), 0);
-    ChildProcess child;
-    ASSERT_TRUE(startResume(child));
-    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
-    EXPECT_NE(child.errors().find("The destination folder “Trips” is no longer on Test Cloud"),
-              std::string::npos)
-        << child.errors();
+    EXPECT_TRUE(resumeRefused(record, "The destination folder “Trips” is no longer on Test Cloud"));
     EXPECT_FALSE(fs::exists(share("Family") + "/Trips"));
-    EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
 }
 
 // With no account stored for the device and none given, the device turning the guest away is
@@ -551,33 +556,22 @@ TEST_F(CliNas, AResumeWhoseFolderIsNoLongerOnTheShareSaysSoAndKeepsTheRecord) {
 TEST_F(CliNas, AResumeWithNoAccountStoredAsksForOneAndKeepsTheRecord) {
     fs::create_directories(share("Family") + "/Trips");
     const std::string record = recordPendingMemo("Family/Trips");
-    ChildProcess child;
-    ASSERT_TRUE(startResume(child));
-    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
-    EXPECT_NE(child.errors().find("No account for Test Cloud is stored on this computer, so the "
-                                  "interrupted upload cannot be taken up."),
-              std::string::npos)
-        << child.errors();
-    EXPECT_EQ(child.errors().find("did not accept"), std::string::npos) << child.errors();
+    EXPECT_TRUE(resumeRefused(record,
+                              "No account for Test Cloud is stored on this computer, so the "
+                              "interrupted upload cannot be taken up.",
+                              "did not accept"));
     EXPECT_FALSE(fs::exists(share("Family") + "/Trips/memo.txt"));
-    EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
 }
 
 TEST_F(CliNas, AResumeWithAPasswordTheDeviceRefusesNamesThePassword) {
     fs::create_directories(share("Family") + "/Trips");
     const std::string record = recordPendingMemo("Family/Trips");
     ASSERT_EQ(SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, "not the password"), 0);
-    ChildProcess child;
-    ASSERT_TRUE(startResume(child));
-    EXPECT_EQ(child.waitForExit(kDeadline), 1) << child.output() << child.errors();
-    SetKeychainUsernameAndPasswordForNAS(serial().c_str(), kUser, kPassword);
-    EXPECT_NE(child.errors().find("Test Cloud did not accept the account name or password, so "
-                                  "the interrupted upload cannot be taken up."),
-              std::string::npos)
-        << child.errors();
-    EXPECT_EQ(child.errors().find("could not be reached"), std::string::npos) << child.errors();
+    EXPECT_TRUE(resumeRefused(record,
+                              "Test Cloud did not accept the account name or password, so the "
+                              "interrupted upload cannot be taken up.",
+                              "could not be reached"));
     EXPECT_FALSE(fs::exists(share("Family") + "/Trips/memo.txt"));
-    EXPECT_EQ(test::readFile(home.path() + "/.local/share/QVTransfer/qvtransfer.plist"), record);
 }
 
 TEST_F(CliNas, ANewUploadInPlaceOfTheRecordedOneRemovesTheHiddenCopiesItLeftOnTheShare) {
