@@ -10,6 +10,7 @@
 #include <filesystem>
 
 #include "console_texts.h"
+#include "platform/files.h"
 #include "platform/plist_io.h"
 
 namespace qvt::cli {
@@ -230,7 +231,33 @@ std::string missingDeviceKey(const Record& device) {
     return named ? "" : "deviceInfo volumeArray with a named volume";
 }
 
-std::optional<Record> deviceRecordFor(const Options& o, std::string& error) {
+namespace {
+
+// A disk's volumes that a record names without their file system's UUID get it here, read once:
+// the UUID is what tells this disk's recorded upload from another disk's. A file system
+// without one gives "".
+Record withVolumeUuids(Record device) {
+    const Record* info = device.record("deviceInfo");
+    const List* volumes = info ? info->list("volumeArray") : nullptr;
+    if (device.string("deviceType") != "DAS" || !volumes) return device;
+    List filled;
+    for (const Value& v : *volumes) {
+        const Record* volume = v.asRecord();
+        if (!volume || !volume->string("uuid").empty() || volume->string("volumePath").empty()) {
+            filled.push_back(v);
+            continue;
+        }
+        Record named = *volume;
+        named.set("uuid", platform::files().volumeFacts(named.string("volumePath")).uuid);
+        filled.push_back(named);
+    }
+    Record newInfo = *info;
+    newInfo.set("volumeArray", filled);
+    device.set("deviceInfo", newInfo);
+    return device;
+}
+
+std::optional<Record> recordFromOptions(const Options& o, std::string& error) {
     if (!o.deviceFile.empty()) {
         const auto value = platform::readPropertyList(o.deviceFile);
         const Record* record = value ? value->asRecord() : nullptr;
@@ -277,6 +304,14 @@ std::optional<Record> deviceRecordFor(const Options& o, std::string& error) {
                 {"serialNumber", o.serialNumber},
                 {"volumeArray", List{}}};
     return Record{{"deviceType", "NAS"}, {"isZeroState", false}, {"deviceInfo", info}};
+}
+
+}  // namespace
+
+std::optional<Record> deviceRecordFor(const Options& o, std::string& error) {
+    auto record = recordFromOptions(o, error);
+    if (record) record = withVolumeUuids(std::move(*record));
+    return record;
 }
 
 std::string firstFolderNotMounted(const std::vector<std::string>& folders,

@@ -107,10 +107,7 @@ bool ConsoleSession::recordIsThisDevices(const session::RecordedUpload& recorded
     bool anyUuid = false;
     for (const Value& v : volumes ? *volumes : List{}) {
         const Record* volume = v.asRecord();
-        if (!volume) continue;
-        std::string uuid = volume->string("uuid");
-        if (uuid.empty() && !volume->string("volumePath").empty())
-            uuid = platform::files().volumeFacts(volume->string("volumePath")).uuid;
+        const std::string uuid = volume ? volume->string("uuid") : "";
         if (uuid.empty()) continue;
         if (uuid == recorded.key) return true;
         anyUuid = true;

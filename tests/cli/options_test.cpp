@@ -2,7 +2,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <sys/mount.h>
+
+#include "../mount/mount_test_support.h"
 #include "cli_options.h"
+#include "platform/files.h"
 #include "platform/plist_io.h"
 #include "support/support.h"
 
@@ -168,6 +172,44 @@ TEST(CliOptions, DeviceFileMustHoldADeviceRecord) {
     const auto record = deviceRecordFor(o, error);
     ASSERT_TRUE(record) << error;
     EXPECT_EQ(*record, das);
+}
+
+// A disk's volume is known by its file system's UUID (a recorded upload says which disk it
+// went to by it): a record that does not give it gets it from the volume, one that does keeps
+// its own.
+TEST(CliOptions, ADisksVolumesCarryTheirFileSystemsUuid) {
+    test::TempDir work;
+    mounttest::LoopVolume volume(work.path(), 16);
+    ASSERT_TRUE(volume.ok()) << "no loop device for the ext4 image";
+    const std::string drive = work / "Drive";
+    std::filesystem::create_directories(drive);
+    ASSERT_EQ(mount(volume.device().c_str(), drive.c_str(), "ext4", 0, nullptr), 0);
+    const std::string uuid = platform::files().volumeFacts(drive).uuid;
+    EXPECT_EQ(uuid.size(), 36u) << uuid;
+    const auto uuidIn = [](const std::optional<Record>& record) {
+        return record ? (*record->record("deviceInfo")->list("volumeArray"))[0].asRecord()->string(
+                            "uuid")
+                      : "no record";
+    };
+    Options o;
+    o.dasVolumes = {drive};
+    std::string error;
+    EXPECT_EQ(uuidIn(deviceRecordFor(o, error)), uuid) << error;
+
+    Options fromFile;
+    fromFile.deviceFile = work / "das.plist";
+    ASSERT_TRUE(platform::writePropertyList(fromFile.deviceFile, Value(test::dasDevice({drive}))));
+    EXPECT_EQ(uuidIn(deviceRecordFor(fromFile, error)), uuid) << error;
+    Record given = test::dasDevice({});
+    Record info = *given.record("deviceInfo");
+    info.set("volumeArray", List{Record{{"volumeName", "Drive"},
+                                        {"volumePath", drive},
+                                        {"mounted", true},
+                                        {"uuid", "GIVEN-UUID"}}});
+    given.set("deviceInfo", info);
+    ASSERT_TRUE(platform::writePropertyList(fromFile.deviceFile, Value(given)));
+    EXPECT_EQ(uuidIn(deviceRecordFor(fromFile, error)), "GIVEN-UUID") << error;
+    umount2(drive.c_str(), MNT_DETACH);
 }
 
 TEST(CliOptions, ADeviceRecordLackingAKeyIsNamedForWhatItLacks) {
