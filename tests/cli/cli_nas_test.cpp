@@ -712,6 +712,33 @@ TEST_F(CliNas, TheEndOfTheDesktopSessionPausesAndRecordsAndResumeBringsEveryFile
     EXPECT_EQ(destinationProblems({work / "src/Many"}, share("Family") + "/Trips"), "");
 }
 
+// The end of the session while the password line is still awaited: there is no upload to
+// record yet, and the user is told so rather than that something was recorded.
+TEST_F(CliNas, TheEndOfTheSessionBeforeTheUploadBeganSaysNothingWasRecorded) {
+    fs::create_directories(share("Family") + "/Trips");
+    test::writeFile(work / "memo.txt", "memo\n");
+    auto args = deviceArgs();
+    for (const std::string a :
+         {"--user", kUser, "--password-stdin", "--destination", "Family/Trips"})
+        args.push_back(a);
+    args.push_back(work / "memo.txt");
+    ChildProcess child;
+    ASSERT_TRUE(start(child, args));
+    // The password line never comes; the end of the session does.
+    ASSERT_TRUE(pollUntil([&] { return child.catches(SIGTERM); }, kDeadline));
+    child.signal(SIGTERM);
+    EXPECT_EQ(child.waitForExit(kDeadline), 143) << child.output() << child.errors();
+    EXPECT_NE((child.output() + child.errors()).find("Ended before the upload began."),
+              std::string::npos)
+        << child.output() << child.errors();
+    EXPECT_EQ(child.output().find("recorded"), std::string::npos) << child.output();
+    EXPECT_FALSE(fs::exists(share("Family") + "/Trips/memo.txt"));
+    const std::string stateFile = home.path() + "/.local/share/QVTransfer/qvtransfer.plist";
+    EXPECT_FALSE(fs::exists(stateFile) &&
+                 test::readFile(stateFile).find("sourceFilesPendingArray") != std::string::npos)
+        << test::readFile(stateFile);
+}
+
 TEST_F(CliNas, ANewUploadNeverTakesThePlaceOfOneThatDidNotFinishUnlessAskedTo) {
     fs::create_directories(share("Family") + "/Trips");
     test::writeFile(work / "src/Other/note.txt", "another upload\n");

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <fstream>
 
 extern char** environ;
 
@@ -190,6 +191,16 @@ int ChildProcess::waitForExit(double seconds) {
     kill(pid_, SIGKILL);
     reap(true);
     return -1;
+}
+
+bool ChildProcess::catches(int number) const {
+    if (pid_ <= 0) return false;
+    std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
+    std::string line;
+    while (std::getline(status, line))
+        if (line.rfind("SigCgt:", 0) == 0)
+            return (std::stoull(line.substr(7), nullptr, 16) >> (number - 1)) & 1;
+    return false;
 }
 
 }  // namespace qvt::test

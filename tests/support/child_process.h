@@ -31,6 +31,9 @@ class ChildProcess {
     void write(const std::string& bytes);
     void closeInput();
     void signal(int number);
+    // Whether the child has a handler of its own for `number` now: a signal sent before then
+    // ends it by the default action, before the program could answer it.
+    bool catches(int number) const;
 
     // Waits until the output (stdout) holds `text`; false at the deadline or when the child
     // ended without writing it.
