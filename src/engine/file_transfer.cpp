@@ -427,14 +427,9 @@ void QVTransferPrivate::transferFile(const std::string& sourcePath, const std::s
             // count ends the upload. One that is there but cannot be reached (a folder on its
             // way may no longer be searched) is told with the system's reason.
             const bool gone = unreached == ENOENT || unreached == ENOTDIR;
-            // Taken up after a restart, a file found at the destination under the source's own
-            // name, and not written by this run, arrived before the restart: the record, written
-            // every few seconds, may still list a file the interrupted upload had moved since.
-            // It is not lost, and the user is not told it is.
-            bool atDestinationIsFolder = true;
-            if (gone && job().resumedAfterRestart &&
-                fs::files().exists(destination, &atDestinationIsFolder) && !atDestinationIsFolder &&
-                !inProcessSourceFilesArray.contains(destination))
+            // One that arrived before a restart is not lost, and the user is not told it is.
+            if (gone && arrivedBeforeTheRestart(sourcePath, destination,
+                                                inProcessSourceFilesArray.contains(destination)))
                 break;
             recordFailure(sourcePath, destination,
                           gone ? qvt::TransferError{ENOENT, localizedString("SOURCE_GONE_txt")}

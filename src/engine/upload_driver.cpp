@@ -300,19 +300,24 @@ std::int64_t QVTransferPrivate::filesArrivedBeforeTheRestart(const std::string& 
             if (qvt::engine::isTemporaryName(name)) continue;
             const std::string path = below + "/" + name;
             bool isFolder = false;
-            if (!files.exists(copy + path, &isFolder) || files.isAlias(copy + path)) continue;
-            if (isFolder) {
+            if (files.exists(copy + path, &isFolder) && isFolder && !files.isAlias(copy + path))
                 folders.push_back(path);
-                continue;
-            }
-            // A file this run handled is its own (a source's copy, or its twin under a new
-            // name); only one it did not write and whose source is gone arrived before.
-            if (!written.count(copy + path) && !files.exists(source + path) &&
-                !files.isAlias(source + path))
+            else if (arrivedBeforeTheRestart(source + path, copy + path,
+                                             written.count(copy + path) != 0))
                 ++arrived;
         }
     }
     return arrived;
+}
+
+bool QVTransferPrivate::arrivedBeforeTheRestart(const std::string& source, const std::string& copy,
+                                                bool writtenThisRun) {
+    // A file this run handled is its own (a source's copy, or its twin under a new name).
+    if (!job().resumedAfterRestart || writtenThisRun) return false;
+    auto& files = fmt::files();
+    bool isFolder = true;
+    if (!files.exists(copy, &isFolder) || isFolder || files.isAlias(copy)) return false;
+    return !files.exists(source) && !files.isAlias(source);
 }
 
 bool QVTransferPrivate::sourceIsExcluded(const std::string& source) const {

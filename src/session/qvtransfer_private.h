@@ -314,8 +314,13 @@ class QVTransferPrivate : public std::enable_shared_from_this<QVTransferPrivate>
     // them: nothing of it can be copied again.
     void recordFailure(const std::string& sourcePath, const std::string& destFilePath,
                        const qvt::TransferError& error, std::int64_t filesGone = 0);
-    // The files in a source folder's copy at `copy` that this run did not write and whose
-    // source file is no longer in `source`: after a restart, those that arrived before it.
+    // Taken up after a restart: whether the file at `copy`, which this run did not write
+    // (`writtenThisRun` false), arrived before the restart. It did when its source is gone:
+    // the interrupted upload moved it, or the user tidied it away since, and the record,
+    // written every few seconds, may still list it. Such a file is not lost.
+    bool arrivedBeforeTheRestart(const std::string& source, const std::string& copy,
+                                 bool writtenThisRun);
+    // The files in a source folder's copy at `copy` that arrived before the restart.
     std::int64_t filesArrivedBeforeTheRestart(const std::string& source, const std::string& copy);
     // After a source's copy: when the copy met fewer files than the source's count held, the
     // missing ones went away after the count and before the copy listed their folder. Their
