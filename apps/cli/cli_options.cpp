@@ -17,6 +17,11 @@ namespace qvt::cli {
 
 namespace {
 
+std::string withoutTrailingSlashes(std::string path) {
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    return path;
+}
+
 std::string absolutePath(const std::string& path) {
     if (path.empty()) return path;
     std::filesystem::path p(path);
@@ -31,33 +36,18 @@ std::string absolutePath(const std::string& path) {
     // last ".." is resolved; the names after it stay as typed, so a link given as a source
     // keeps its own name. When that part is not there, the path is kept as it is and names no
     // source.
-    std::filesystem::path head, tail;
-    bool afterLastDotDot = false;
-    for (const auto& component : p) {
-        if (component == "..") {
-            head /= tail;
-            head /= component;
-            tail.clear();
-            afterLastDotDot = true;
-        } else if (afterLastDotDot) {
-            tail /= component;
-        } else {
-            head /= component;
-        }
-    }
-    if (afterLastDotDot) {
+    const std::vector<std::filesystem::path> parts(p.begin(), p.end());
+    const auto lastDotDot = std::find(parts.rbegin(), parts.rend(), std::filesystem::path(".."));
+    if (lastDotDot != parts.rend()) {
+        const auto afterIt = lastDotDot.base();
+        std::filesystem::path head;
+        for (auto part = parts.begin(); part != afterIt; ++part) head /= *part;
         char resolved[PATH_MAX];
         if (!realpath(head.c_str(), resolved)) return p.string();
-        p = std::filesystem::path(resolved) / tail;
+        p = resolved;
+        for (auto part = afterIt; part != parts.end(); ++part) p /= *part;
     }
-    std::string normal = p.lexically_normal().string();
-    while (normal.size() > 1 && normal.back() == '/') normal.pop_back();
-    return normal;
-}
-
-std::string withoutTrailingSlashes(std::string path) {
-    while (path.size() > 1 && path.back() == '/') path.pop_back();
-    return path;
+    return withoutTrailingSlashes(p.lexically_normal().string());
 }
 
 bool exists(const std::string& path) {
