@@ -255,6 +255,7 @@ std::optional<std::uint64_t> FileLayer::size(const std::string& path) {
 
 std::optional<std::uint64_t> FileLayer::totalSize(const std::string& path) {
     if (const auto written = detail::writtenFileSize(path)) return written;
+    if (const auto inFlight = detail::shareFileBeingWrittenSize(path)) return inFlight;
     struct stat st {};
     if (path.empty() || statPath(path, &st) != 0 || S_ISDIR(st.st_mode)) return std::nullopt;
     // Linux files have a single fork: their total size is their length.

@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <vector>
@@ -30,6 +32,20 @@ constexpr std::size_t kKernelChunk = 32u << 20;
 constexpr std::size_t kStreamChunk = 8u << 20;
 
 thread_local const CopyGate* tGate = nullptr;
+
+// The files on shares being written now, by path, with the bytes written so far.
+std::mutex gWritingMutex;
+std::map<std::string, std::uint64_t> gWriting;
+
+void noteShareWrite(const std::string& path, std::uint64_t bytes) {
+    const std::lock_guard lock(gWritingMutex);
+    gWriting[path] = bytes;
+}
+
+void forgetShareWrite(const std::string& path) {
+    const std::lock_guard lock(gWritingMutex);
+    gWriting.erase(path);
+}
 
 int errnoOr(int fallback) {
     return errno != 0 ? errno : fallback;
@@ -195,13 +211,16 @@ class End {
         }
         const std::string u = share_->url();
         const int flags = forWriting ? (O_WRONLY | O_CREAT | O_EXCL) : O_RDONLY;
-        return smb::retryOnConnectionLoss([&] {
+        const int rc = smb::retryOnConnectionLoss([&] {
             const smb::Call call(share_->mount.credentials);
             if (!call.ctx()) return EIO;
             errno = 0;
             file_ = smbc_getFunctionOpen(call.ctx())(call.ctx(), u.c_str(), flags, mode);
             return file_ ? 0 : errnoOr(EIO);
         });
+        writing_ = rc == 0 && forWriting;
+        if (writing_) noteShareWrite(path_, 0);
+        return rc;
     }
 
     ssize_t read(char* buf, std::size_t n) {
@@ -229,6 +248,8 @@ class End {
             if (w == 0) return EIO;
             data += w;
             n -= static_cast<std::size_t>(w);
+            written_ += static_cast<std::uint64_t>(w);
+            noteShareWrite(path_, written_);
         }
         return 0;
     }
@@ -251,6 +272,8 @@ class End {
                 rc = errnoOr(EIO);
         }
         file_ = nullptr;
+        if (writing_) forgetShareWrite(path_);
+        writing_ = false;
         return rc;
     }
 
@@ -272,6 +295,8 @@ class End {
     std::string path_;
     int fd_ = -1;
     SMBCFILE* file_ = nullptr;
+    bool writing_ = false;  // a file on a share, open for writing
+    std::uint64_t written_ = 0;
 };
 
 // The buffer for a streamed copy of a file of `size` bytes: one byte more than the file, so the
@@ -347,6 +372,13 @@ void forgetLastCopy() {
     tLast.writtenPath.clear();
     tLast.readPath.clear();
     tLast.foundPath.clear();
+}
+
+std::optional<std::uint64_t> shareFileBeingWrittenSize(const std::string& path) {
+    const std::lock_guard lock(gWritingMutex);
+    const auto found = gWriting.find(path);
+    if (found == gWriting.end()) return std::nullopt;
+    return found->second;
 }
 
 std::optional<std::uint64_t> writtenFileSize(const std::string& path) {

@@ -48,6 +48,11 @@ void rememberWrittenFile(const std::string& path, std::uint64_t size);
 bool goOnCopying(std::uint64_t written);
 void rememberReadFile(const std::string& path, std::uint64_t size);
 std::optional<std::uint64_t> writtenFileSize(const std::string& path);
+// The size of a file on a share that a thread of this process is writing now: the bytes its
+// server has taken so far. Any thread may ask (the estimate of the time left asks for the file
+// in mid-copy every few seconds); the answer costs no request, which would wait for the
+// library behind the copy's, and hold the copy up in turn while a server does not answer.
+std::optional<std::uint64_t> shareFileBeingWrittenSize(const std::string& path);
 
 // The attributes of an item that this thread has just found there (the upload asks whether a
 // source is there, then copies it): the copy that follows on this thread takes them instead of

@@ -2,12 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <future>
 #include <random>
 #include <set>
 #include <thread>
@@ -170,6 +172,51 @@ TEST_F(SmbFilesTest, LargeFileArrivesIdenticalAndGrowsDuringTheCopy) {
         if (s > 0 && s < size) ++between;
     EXPECT_GE(between, 2u) << "the reader saw " << seen.size() << " sizes";
     std::filesystem::remove(backing("Public") + "/big.bin");
+}
+
+// Stops every process of the suite's smbd (SIGSTOP), or lets them go on (SIGCONT): a server
+// that does not answer, as one whose network went away.
+void signalServer(int signal) {
+    const std::string config = SambaEnvironment::server()->configPath();
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        const std::string pid = entry.path().filename().string();
+        if (pid.find_first_not_of("0123456789") != std::string::npos) continue;
+        std::string command = test::readFile((entry.path() / "cmdline").string());
+        std::replace(command.begin(), command.end(), '\0', ' ');
+        if (command.find("smbd") != std::string::npos && command.find(config) != std::string::npos)
+            kill(std::stoi(pid), signal);
+    }
+}
+
+// The size of a file in mid-copy (the estimate of the time left asks for it every few seconds)
+// is what the copy has written, told without a request: one to a server that does not answer
+// would wait for its time-out, and the copy behind it in turn.
+TEST_F(SmbFilesTest, TheSizeOfAFileInMidCopyIsToldWithoutAskingTheServer) {
+    const std::string m = mount("Public", true);
+    ASSERT_FALSE(m.empty());
+    writeAll(local("big.bin"), std::string(40u << 20, 'b'));
+    const std::string part = m + "/.mid-copy.part";
+    std::uint64_t written = 0;
+    bool answered = false;
+    std::optional<std::uint64_t> told;
+    {
+        const platform::CopyGate gate([&](std::uint64_t sofar) {
+            written = sofar;
+            signalServer(SIGSTOP);
+            auto asked = std::async(std::launch::async, [&] { return files().totalSize(part); });
+            answered = asked.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+            signalServer(SIGCONT);
+            told = asked.get();
+            return false;
+        });
+        EXPECT_EQ(files().copyItem(local("big.bin"), part), ECANCELED);
+    }
+    EXPECT_TRUE(answered) << "the size was asked of a server that did not answer";
+    EXPECT_GT(written, 0u);
+    EXPECT_EQ(told, written);
+    // Once the file is closed, its size is the server's again.
+    EXPECT_EQ(files().totalSize(part), written);
+    std::filesystem::remove(backing("Public") + "/.mid-copy.part");
 }
 
 // A gate that says no ends a copy between two pieces, with ECANCELED and the file short; one
