@@ -211,6 +211,9 @@ class End {
         }
         const std::string u = share_->url();
         const int flags = forWriting ? (O_WRONLY | O_CREAT | O_EXCL) : O_RDONLY;
+        // Known from before its creation: the estimate asking for the file's size meanwhile
+        // would otherwise wait for the library behind the creation.
+        if (forWriting) noteShareWrite(path_, 0);
         const int rc = smb::retryOnConnectionLoss([&] {
             const smb::Call call(share_->mount.credentials);
             if (!call.ctx()) return EIO;
@@ -219,7 +222,7 @@ class End {
             return file_ ? 0 : errnoOr(EIO);
         });
         writing_ = rc == 0 && forWriting;
-        if (writing_) noteShareWrite(path_, 0);
+        if (forWriting && !writing_) forgetShareWrite(path_);
         return rc;
     }
 
@@ -243,7 +246,11 @@ class End {
                 if (!call.ctx()) return EIO;
                 errno = 0;
                 w = smbc_getFunctionWrite(call.ctx())(call.ctx(), file_, data, n);
-                if (w < 0) return errnoOr(EIO);
+                if (w < 0) {
+                    const int rc = errnoOr(EIO);
+                    smb::noteRequestResult(rc);
+                    return rc;
+                }
             }
             if (w == 0) return EIO;
             data += w;
@@ -270,6 +277,7 @@ class End {
             const smb::Call call(share_->mount.credentials);
             if (!call.ctx() || smbc_getFunctionClose(call.ctx())(call.ctx(), file_) != 0)
                 rc = errnoOr(EIO);
+            smb::noteRequestResult(rc);
         }
         file_ = nullptr;
         if (writing_) forgetShareWrite(path_);
@@ -285,9 +293,14 @@ class End {
         struct timeval times[2] = {
             {source.st_atim.tv_sec, static_cast<suseconds_t>(source.st_atim.tv_nsec / 1000)},
             {source.st_mtim.tv_sec, static_cast<suseconds_t>(source.st_mtim.tv_nsec / 1000)}};
+        if (smb::serverSilentLately()) return;
         const smb::Call call(share_->mount.credentials);
-        if (call.ctx())
-            smbc_getFunctionUtimes(call.ctx())(call.ctx(), share_->url().c_str(), times);
+        if (!call.ctx()) return;
+        errno = 0;
+        // A refusal is no failure of the copy, but a server that no longer answers is told: the
+        // steps after this one then learn at once that it is away.
+        if (smbc_getFunctionUtimes(call.ctx())(call.ctx(), share_->url().c_str(), times) != 0)
+            smb::noteRequestResult(errnoOr(EIO));
     }
 
   private:

@@ -51,6 +51,7 @@ VolumeFacts FileLayer::volumeFacts(const std::string& path) {
     VolumeFacts facts;
     if (path.empty()) return facts;
     if (auto sp = shareMounts().resolve(path)) {
+        if (smb::serverSilentLately()) return facts;
         // One request answers both: the share still answers, and how much room it has.
         std::string u = sp->url();
         struct statvfs sv {};

@@ -1,7 +1,9 @@
 #include "platform/smb_client.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <cstdlib>
@@ -18,6 +20,14 @@ namespace qvt::platform::smb {
 namespace {
 
 std::atomic<int> gTimeoutMs{20000};
+// When the last request timed out, in steady-clock milliseconds; 0 after an answer.
+std::atomic<std::int64_t> gSilentSinceMs{0};
+
+std::int64_t steadyMs() {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
 
 // A fair, per-thread re-entrant lock: tickets are served in the order they were drawn.
 class FairLock {
@@ -133,6 +143,18 @@ int smbPort() {
 
 void setTimeoutMs(int ms) {
     gTimeoutMs = ms > 0 ? ms : 20000;
+}
+
+void noteRequestResult(int rc) {
+    if (rc == ETIMEDOUT)
+        gSilentSinceMs = std::max<std::int64_t>(steadyMs(), 1);
+    else if (!isConnectionLoss(rc))
+        gSilentSinceMs = 0;
+}
+
+bool serverSilentLately() {
+    const std::int64_t since = gSilentSinceMs.load();
+    return since != 0 && steadyMs() - since < gTimeoutMs.load();
 }
 
 void releaseThreadContext() {

@@ -10,6 +10,8 @@
 
 #include <libsmbclient.h>
 
+#include <cerrno>
+
 #include <string>
 
 namespace qvt::platform::smb {
@@ -26,6 +28,16 @@ int smbPort();
 void setTimeoutMs(int ms);
 // Frees the calling thread's client context and its connections, if it has one.
 void releaseThreadContext();
+
+// What the last request of any thread told of the servers: `rc` ETIMEDOUT (the server did
+// not answer within the time-out) or an answer (anything else but a dropped connection).
+void noteRequestResult(int rc);
+// True while the last request timed out and less than one time-out has passed since. Requests
+// then fail at once with ETIMEDOUT, and the question whether a share is still there is
+// answered no: asked of a server that does not answer, each would wait out the time-out again,
+// then the check of the connection and its teardown, a minute and more before the user hears
+// that the device is away.
+bool serverSilentLately();
 
 // True for the errors of a connection that the server dropped: a connection this thread keeps
 // may be one to a server that went away and has come back since.
@@ -66,10 +78,16 @@ std::string url(const std::string& host, const std::string& share, const std::st
 
 template <class Request>
 int retryOnConnectionLoss(Request request) {
-    const int rc = request();
-    if (!isConnectionLoss(rc) || Call::open()) return rc;
-    releaseThreadContext();
-    return request();
+    // A server that has just let a request time out is not asked again until one time-out has
+    // passed: each request would wait that long, holding the library for every other thread.
+    if (serverSilentLately()) return ETIMEDOUT;
+    int rc = request();
+    if (isConnectionLoss(rc) && !Call::open()) {
+        releaseThreadContext();
+        rc = request();
+    }
+    noteRequestResult(rc);
+    return rc;
 }
 
 }  // namespace qvt::platform::smb

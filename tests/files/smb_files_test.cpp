@@ -16,6 +16,7 @@
 
 #include "../mount/mount_test_support.h"
 #include "platform/files.h"
+#include "platform/smb_client.h"
 #include "platform/smb_url.h"
 #include "support.h"
 
@@ -217,6 +218,32 @@ TEST_F(SmbFilesTest, TheSizeOfAFileInMidCopyIsToldWithoutAskingTheServer) {
     // Once the file is closed, its size is the server's again.
     EXPECT_EQ(files().totalSize(part), written);
     std::filesystem::remove(backing("Public") + "/.mid-copy.part");
+}
+
+// A server that lets a request time out is taken as away at once by the questions after it:
+// asked again, each would wait out its own time-out, then the check of the connection and its
+// teardown, and the user would hear of the lost device only a minute or more later. Once it
+// answers again, so does the share.
+TEST_F(SmbFilesTest, AServerThatLetsARequestTimeOutIsAwayAtOnceUntilItAnswersAgain) {
+    const std::string m = mount("Public", true);
+    ASSERT_FALSE(m.empty());
+    writeAll(local("small.txt"), "small");
+    platform::smb::setTimeoutMs(3000);
+    // Asked once with the short time-out, so the thread's connection is one made with it.
+    ASSERT_FALSE(files().volumeFacts(m).remountURL.empty());
+    signalServer(SIGSTOP);
+    const int copied = files().copyItem(local("small.txt"), m + "/.silent.part");
+    auto asked = std::async(std::launch::async, [&] { return files().volumeFacts(m); });
+    const bool answered =
+        asked.wait_for(std::chrono::milliseconds(1500)) == std::future_status::ready;
+    signalServer(SIGCONT);
+    const platform::VolumeFacts facts = asked.get();
+    EXPECT_EQ(copied, ETIMEDOUT);
+    EXPECT_TRUE(answered) << "the share was asked of a server that had just let a request time out";
+    EXPECT_EQ(facts.remountURL, "");
+    EXPECT_TRUE(test::waitFor([&] { return !files().volumeFacts(m).remountURL.empty(); }, 30));
+    platform::smb::setTimeoutMs(20000);
+    std::filesystem::remove(backing("Public") + "/.silent.part");
 }
 
 // A gate that says no ends a copy between two pieces, with ECANCELED and the file short; one
