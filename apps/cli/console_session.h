@@ -72,6 +72,9 @@ class ConsoleSession : public QObject {
     void chooseDestination();
     std::optional<std::string> resolveDestination(const std::string& wanted, std::string& error);
     void startUpload();
+    // Says when the destination has less free room than the upload needs: the upload still
+    // runs, and waits when the device is full, but the user can make room before that.
+    void warnIfShortOfRoom();
     void onModal(Dialog dialog);
     void answerLostConnection();
     std::optional<std::string> ask(const std::string& prompt, bool secret = false);

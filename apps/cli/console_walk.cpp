@@ -284,6 +284,7 @@ void ConsoleSession::startUpload() {
                     printableText(consoleCountText("UPLOADING_n", files,
                                                    {destinationShown_, deviceInfo("productName")}))
                         .c_str());
+    if (!options_.quiet) warnIfShortOfRoom();
     if (options_.json)
         emitJsonEvent("started", {{"resumed", false},
                                   {"files", files},
@@ -292,6 +293,17 @@ void ConsoleSession::startUpload() {
                                   {"device", deviceInfo("productName")},
                                   {"move", options_.move}});
     showProgress(true);
+}
+
+void ConsoleSession::warnIfShortOfRoom() {
+    const std::uint64_t needed = actions_.statusSnapshot().bytesTotal;
+    const auto free =
+        platform::files().volumeFacts(view_.selectedDestinationFolder()).availableCapacity;
+    if (!free || *free >= needed) return;
+    const std::string text = consoleText(
+        "ROOM_SHORT",
+        {progressBytesText(*free), deviceInfo("productName"), progressBytesText(needed)});
+    std::printf("%s\n", printableText(text).c_str());
 }
 
 void ConsoleSession::onModal(Dialog dialog) {

@@ -677,6 +677,13 @@ TEST_F(CliTest, ADeviceFullAgainIsToldOnceAndTheUploadEndsWhenThereIsRoom) {
     ASSERT_TRUE(start(
         child, {"--das", volume.path(), "--destination", "Drive", work / "a.bin", work / "b.bin"}));
     ASSERT_TRUE(child.waitForOutput("waiting for free space", kDeadline)) << child.output();
+    // Told before the copy meets the full device: the user can make room in time.
+    EXPECT_TRUE(std::regex_search(
+        child.output(), std::regex("\nOnly [0-9.]+ MB is free on Local Drive for the 7\\.3 MB "
+                                   "to upload: the upload waits when the device is full, until "
+                                   "room is made\\.\n")))
+        << child.output();
+    EXPECT_LT(child.output().find("Only "), child.output().find("waiting for free space"));
     // Room for a.bin, not for b.bin after it, made in one step: the watcher may look at any
     // moment.
     fs::resize_file(volume.path() + "/filler.bin", 2 << 20);
@@ -828,6 +835,8 @@ TEST_F(CliTest, NoToTheStopQuestionKeepsUploading) {
     hold->release();
     child.closeInput();
     EXPECT_EQ(child.waitForExit(kDeadline), 0) << child.output() << child.errors();
+    // Room enough: nothing is said about it.
+    EXPECT_EQ(child.output().find(" is free on "), std::string::npos) << child.output();
     EXPECT_EQ(test::readFile(volume.path() + "/later.txt"), "after the held file\n");
     EXPECT_EQ(test::readFile(volume.path() + "/held.bin"), "the held file\n");
 }

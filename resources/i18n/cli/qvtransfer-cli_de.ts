@@ -372,6 +372,11 @@
         <source>The device is full — waiting for free space (r looks again now, s stops).</source>
         <translation>Das Gerät ist voll – es wird auf freien Speicherplatz gewartet (r prüft sofort erneut, s stoppt).</translation>
     </message>
+    <message id="ROOM_SHORT">
+        <source>Only %1 is free on %2 for the %3 to upload: the upload waits when the device is full, until room is made.</source>
+        <extracomment>Said as the upload begins, when the destination has less free room than the upload needs. %1 the free room, %2 the device, %3 the size of the upload.</extracomment>
+        <translation>Auf %2 sind nur %1 frei für die %3, die hochgeladen werden sollen: Ist das Gerät voll, wartet der Upload, bis Platz geschaffen ist.</translation>
+    </message>
     <message id="ANSWERED_BUT">
         <source>The device at %1 answered, but: %2</source>
         <extracomment>%1 is the device's address, %2 what went wrong.</extracomment>
